@@ -1,0 +1,8 @@
+/* The whole public interface of libzvx_c3.so. Each subsystem has its own header as well. */
+#ifndef ZVX_H
+#define ZVX_H
+
+#include "zvx_common.h"
+#include "zvx_service.h"
+
+#endif

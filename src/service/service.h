@@ -1,0 +1,28 @@
+// Internal services shared by every subsystem of the library.
+#pragma once
+#include <cstdint>
+
+#include "zvx_service.h"
+
+// Every exported entry point is written `ZVX_EXPORT ... name(...)` and listed in zvx_c3.map.
+#define ZVX_EXPORT extern "C" ZVX_API
+
+// The library's one error reporter: calls the hook when one is set, else default_xerbla.
+// String length by value behind the other arguments.
+extern "C" void xerbla(const char* name, const int* info, int name_len);
+
+namespace zvx {
+
+// Load and unload of the library, and the memory manager's share of them.
+void memory_attach();
+void memory_detach();
+
+// Writes text to the error console (one write for the piece).
+void console_piece(const char* text);
+
+// Instruction-set level of the processor (0 none, 1 SSE, 2 SSE2, 3 SSE3, 4 SSSE3), cached.
+int instruction_set_level();
+// Cache class from the processor's descriptor bytes, -1 when none is known. Cached.
+int cache_class();
+
+}  // namespace zvx
