@@ -4,5 +4,8 @@
 
 #include "zvx_common.h"
 #include "zvx_service.h"
+#include "zvx_blas12.h"
+#include "zvx_blas3.h"
+#include "zvx_nvo.h"
 
 #endif

@@ -42,7 +42,7 @@ bool tls_set(long index, void* value) {
 
 int64_t thread_id() {
   // gettid is a system call; the identifier of a thread never changes, so one call per thread.
-  static __thread int64_t cached = 0;
+  static __thread int64_t cached __attribute__((tls_model("initial-exec"))) = 0;
   if (cached == 0) cached = static_cast<int64_t>(gettid());
   return cached;
 }
