@@ -49,6 +49,14 @@ long g_tls_index = -1;
 // The index word keeps its value after freebuffers gives the index back; this flag says whether
 // it still names a live key, so that the next record re-creates one instead of using a dead key.
 std::atomic<bool> g_tls_live{false};
+// Each thread keeps the record it last read through the index, tagged with the generation of the
+// index, so the fast path needs no library call; freebuffers starts a new generation.
+std::atomic<unsigned long> g_tls_generation{1};
+struct record_shadow {
+  thread_buffer_record* record;
+  unsigned long generation;
+};
+__thread record_shadow t_shadow __attribute__((tls_model("initial-exec"))) = {nullptr, 0};
 
 void lock() {
   int expected = 0;
@@ -65,21 +73,9 @@ void read_options_locked() {
   g_options.store(disabled, std::memory_order_release);
 }
 
-inline bool cache_disabled() {
-  int o = g_options.load(std::memory_order_acquire);
-  if (o < 0) {
-    lock();
-    read_options_locked();
-    unlock();
-    o = g_options.load(std::memory_order_acquire);
-  }
-  return o == 1;
-}
-
 // A replacement allocator is taken whole or not at all. The library that offers it is closed
 // again at once: the process must keep it loaded by itself for the pointers to stay valid.
-void choose_allocator() {
-  lock();
+void choose_allocator_locked() {
   if (!g_allocator_ready.load(std::memory_order_relaxed)) {
     allocator_table table{malloc, calloc, realloc, free};
     if (void* lib = zvx::platform::library_open("libqmalloc.dll")) {
@@ -101,15 +97,39 @@ void choose_allocator() {
     g_allocator = table;
     g_allocator_ready.store(true, std::memory_order_release);
   }
+}
+
+// Options and allocator, found at the first call of any of the three entries. The fast path
+// then reads one word: 1 with the cache on, 2 with it off.
+std::atomic<int> g_manager_state{0};
+
+int start_manager() {
+  lock();
+  read_options_locked();
+  choose_allocator_locked();
+  const int state = g_options.load(std::memory_order_relaxed) == 1 ? 2 : 1;
+  g_manager_state.store(state, std::memory_order_release);
   unlock();
+  return state;
+}
+
+inline bool cache_disabled() {
+  int state = g_manager_state.load(std::memory_order_acquire);
+  if (state == 0) state = start_manager();
+  return state == 2;
 }
 
 inline void* heap_alloc(size_t n) { return g_allocator.malloc_fn(n); }
 inline void heap_free(void* p) { g_allocator.free_fn(p); }
 
 inline thread_buffer_record* current_record() {
-  if (!g_tls_live.load(std::memory_order_acquire)) return nullptr;
-  return static_cast<thread_buffer_record*>(zvx::platform::tls_get(g_tls_index));
+  const unsigned long generation = g_tls_generation.load(std::memory_order_acquire);
+  if (t_shadow.generation == generation) return t_shadow.record;
+  thread_buffer_record* rec = nullptr;
+  if (g_tls_live.load(std::memory_order_acquire))
+    rec = static_cast<thread_buffer_record*>(zvx::platform::tls_get(g_tls_index));
+  t_shadow = {rec, generation};
+  return rec;
 }
 
 // Makes and registers the calling thread's record. Null when the registry is full or memory or
@@ -128,7 +148,9 @@ thread_buffer_record* new_record(int64_t owner) {
   }
   if (ok) ok = zvx::platform::tls_set(g_tls_index, rec);
   if (ok) g_registry[++g_registry_count] = rec;
+  const unsigned long generation = g_tls_generation.load(std::memory_order_relaxed);
   unlock();
+  if (ok) t_shadow = {rec, generation};
   if (!ok) {
     heap_free(rec);
     return nullptr;
@@ -161,6 +183,7 @@ void memory_detach() {
   if (g_tls_index != -1 && g_tls_live.load(std::memory_order_acquire)) {
     platform::tls_free(g_tls_index);
     g_tls_live.store(false, std::memory_order_release);
+    g_tls_generation.fetch_add(1, std::memory_order_acq_rel);
   }
 }
 
@@ -168,9 +191,7 @@ void memory_detach() {
 
 ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
   if (size == 0) return nullptr;
-  const bool disabled = cache_disabled();
-  if (!g_allocator_ready.load(std::memory_order_acquire)) choose_allocator();
-  if (disabled || size > kLargestCached) return heap_alloc(size);
+  if (cache_disabled() || size > kLargestCached) return heap_alloc(size);
 
   uint32_t align = 0, mask = 0;
   if (alignment >= kSmallestAlignment) {
@@ -243,9 +264,7 @@ ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
 
 ZVX_EXPORT void zvx_deallocate(void* ptr) {
   if (ptr == nullptr) return;
-  const bool disabled = cache_disabled();
-  if (!g_allocator_ready.load(std::memory_order_acquire)) choose_allocator();
-  if (disabled) {
+  if (cache_disabled()) {
     heap_free(ptr);
     return;
   }
@@ -284,5 +303,6 @@ ZVX_EXPORT void freebuffers(void) {
     zvx::platform::tls_free(g_tls_index);
     g_tls_live.store(false, std::memory_order_release);
   }
+  g_tls_generation.fetch_add(1, std::memory_order_acq_rel);
   unlock();
 }
