@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #include "zvx.h"
 
@@ -47,6 +48,42 @@ TEST(MemoryDisabled, EveryRequestGoesToTheAllocator) {
   zvx_deallocate(small);
   freebuffers();
   EXPECT_EQ(zvx_allocate(0, 32), nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// The registry holds 1,087 thread records. Threads beyond that are served uncached, and their
+// blocks still go back to the allocator on release.
+TEST(MemoryRegistry, ThreadsBeyondTheRegistryAreServedUncached) {
+  for (int t = 0; t < 1087; ++t) {
+    std::thread th([] {
+      void* p = zvx_allocate(64, 32);
+      ASSERT_NE(p, nullptr);
+      zvx_deallocate(p);
+    });
+    th.join();
+  }
+  std::thread late([] {
+    constexpr unsigned kSize = 34u << 20;  // an allocator request whose address is not page aligned
+    void* p = zvx_allocate(kSize, 4096);
+    ASSERT_NE(p, nullptr);
+    EXPECT_NE(reinterpret_cast<uintptr_t>(p) % 4096, 0u);
+    memset(p, 1, kSize);
+    zvx_deallocate(p);
+  });
+  late.join();
+  freebuffers();
+  // The registry starts again: a new thread is cached once more.
+  std::thread again([] {
+    void* p = zvx_allocate(34u << 20, 4096);
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 4096, 0u);
+    zvx_deallocate(p);
+  });
+  again.join();
+  freebuffers();
 }
 
 }  // namespace
