@@ -1,0 +1,30 @@
+// The serial GEMM engines: C = alpha * op(A) * op(B) + beta * C on the calling thread, with the
+// thirteen arguments of the published routine, all by pointer. The threaded frames (gemm_omp.cpp)
+// call them on slices of C, and the other level-3 operations reduce to them.
+//
+// Each engine takes its scratch from zvx_allocate on the calling thread and gives it back before
+// it returns, so it may run on several threads at once. It validates nothing; m or n at most 0
+// returns at once; alpha 0 reads neither A nor B; beta 0 overwrites C (NaN included) and k 0
+// still scales C by beta. The instruction set is chosen once, at the first call.
+#pragma once
+#include "zvx_common.h"
+
+namespace zvx {
+
+void gemm_engine_s(const char* transa, const char* transb, const int* m, const int* n,
+                   const int* k, const float* alpha, const float* a, const int* lda,
+                   const float* b, const int* ldb, const float* beta, float* c, const int* ldc);
+void gemm_engine_d(const char* transa, const char* transb, const int* m, const int* n,
+                   const int* k, const double* alpha, const double* a, const int* lda,
+                   const double* b, const int* ldb, const double* beta, double* c,
+                   const int* ldc);
+void gemm_engine_c(const char* transa, const char* transb, const int* m, const int* n,
+                   const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
+                   const int* lda, const zvx_complex8* b, const int* ldb,
+                   const zvx_complex8* beta, zvx_complex8* c, const int* ldc);
+void gemm_engine_z(const char* transa, const char* transb, const int* m, const int* n,
+                   const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
+                   const int* lda, const zvx_complex16* b, const int* ldb,
+                   const zvx_complex16* beta, zvx_complex16* c, const int* ldc);
+
+}  // namespace zvx

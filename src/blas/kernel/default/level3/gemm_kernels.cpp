@@ -1,0 +1,640 @@
+// The serial GEMM engines for one instruction set (this file is compiled once per set): the
+// wrapper that takes scratch, the driver that owns the blocking, the packing routines, the
+// fixed-depth microkernels and the small kernels for ragged edges, written once for s, d, c, z.
+//
+// Shape of every engine, outermost loop first: column block of C, row block of C (beta applied
+// to the block once), depth step (pack the block of B), row tile (pack a tile of A), columns of
+// the block in register tiles of nr. The depth steps are the main depth kb as often as it fits,
+// then one tail step for each of the fixed depths kb/2, ..., 8 that the rest still holds (the
+// binary digits of the rest), and the last 0 to 7 steps of depth go to the small kernel. The
+// tail runs inside each block of C, while that block is still in L2.
+//
+// Complex numbers stay interleaved (real part first) in the packed buffers. A kernel keeps two
+// sums per vector of A: A times the real part of the B element and A times its imaginary part;
+// one swap of the pairs and an alternating subtract-add at the end of the depth turn them into
+// the complex product, so the inner loop is nothing but broadcasts and FMAs. Conjugation is
+// applied while packing.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "blas/kernel/default/level3/gemm_isa.h"
+#include "blas/kernel/default/level3/gemm_simd.h"
+#include "blas/kernel/default/level3/gemm_tuning.h"
+#include "zvx_service.h"
+
+namespace ZVX_ISA_NS {
+namespace {
+
+using index_t = std::ptrdiff_t;
+
+// How an operand enters: as it is, transposed, or conjugate-transposed. For the real types only
+// the first two exist; only "N" and "n" mean no transpose, and for the complex types "T" and "t"
+// transpose without conjugation; anything else is the conjugate transpose.
+enum op_kind : int { op_n = 0, op_t = 1, op_c = 2 };
+
+inline int fold_op(const char* t, bool complex) {
+  if (*t == 'N' || *t == 'n') return op_n;
+  if (!complex || *t == 'T' || *t == 't') return op_t;
+  return op_c;
+}
+
+// How the finished sums of a tile reach C: added (alpha was folded into packed A, or alpha is
+// 1), subtracted (alpha is -1), or multiplied by alpha first.
+enum alpha_mode : int { alpha_add = 0, alpha_sub = 1, alpha_mul = 2 };
+
+// ------------------------------------------------------------------------------------------
+// Microkernel: C tile(s) += packed A tile * packed B block, fixed depth D, for all columns of
+// the block in register tiles of NR columns. Packed A: depth after depth, MV vectors each
+// (element (i, l) at (l * TR + i) * E). Packed B: panels of NR columns, depth after depth
+// within a panel (element (l, j) at panel * D * NR * E + (l * NR + j) * E). `rows` is the count
+// of valid rows of the tile (below TR only in the last tile of a block, whose padding rows of
+// packed A are zero); a panel with fewer than NR columns has zero columns in packed B.
+template <class R, int E, int MV, int NR, int D>
+void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
+            index_t ldc, int amode, const R* alpha) {
+  using S = simd<R>;
+  using V = typename S::v;
+  constexpr int L = S::lanes;
+  constexpr int TR = MV * L / E;
+  constexpr int EI = E == 2 ? 1 : 0;  // the imaginary sums exist for complex types only
+  const index_t ldce = ldc * E;
+  for (int j0 = 0; j0 < ncols; j0 += NR, pb += static_cast<index_t>(D) * NR * E) {
+    const int nc = std::min(NR, ncols - j0);
+    R* cj = c + j0 * ldce;
+    for (int j = 0; j < nc; ++j) {
+      _mm_prefetch(reinterpret_cast<const char*>(cj + j * ldce), _MM_HINT_T0);
+      _mm_prefetch(reinterpret_cast<const char*>(cj + j * ldce + TR * E - 1), _MM_HINT_T0);
+    }
+    V acc[MV][NR];
+    V acci[EI ? MV : 1][EI ? NR : 1];
+#pragma GCC unroll 16
+    for (int v = 0; v < MV; ++v)
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j) {
+        acc[v][j] = S::zero();
+        if constexpr (EI) acci[v][j] = S::zero();
+      }
+    const R* a = pa;
+    const R* b = pb;
+#pragma GCC unroll 4
+    for (int l = 0; l < D; ++l) {
+      V av[MV];
+#pragma GCC unroll 16
+      for (int v = 0; v < MV; ++v) av[v] = S::load(a + v * L);
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j) {
+        const V br = S::set1(b[j * E]);
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) acc[v][j] = S::fma(av[v], br, acc[v][j]);
+        if constexpr (EI) {
+          const V bi = S::set1(b[j * E + 1]);
+#pragma GCC unroll 16
+          for (int v = 0; v < MV; ++v) acci[v][j] = S::fma(av[v], bi, acci[v][j]);
+        }
+      }
+      a += MV * L;
+      b += NR * E;
+    }
+    if constexpr (EI) {
+      V ar = S::zero(), ai = S::zero();
+      if (amode == alpha_mul) {
+        ar = S::set1(alpha[0]);
+        ai = S::set1(alpha[1]);
+      }
+#pragma GCC unroll 16
+      for (int v = 0; v < MV; ++v)
+#pragma GCC unroll 16
+        for (int j = 0; j < NR; ++j) {
+          V x = S::addsub(acc[v][j], S::swap_pairs(acci[v][j]));
+          if (amode == alpha_mul) x = S::addsub(S::mul(ar, x), S::mul(ai, S::swap_pairs(x)));
+          acc[v][j] = x;
+        }
+    }
+    if (nc == NR && rows == TR) {
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j)
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) {
+          R* p = cj + j * ldce + v * L;
+          const V x = S::loadu(p);
+          S::storeu(p, amode == alpha_sub ? S::sub(x, acc[v][j]) : S::add(x, acc[v][j]));
+        }
+    } else {
+      alignas(64) R tile[NR][MV * L];
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j)
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) S::store(&tile[j][v * L], acc[v][j]);
+      for (int j = 0; j < nc; ++j) {
+        R* p = cj + j * ldce;
+        if (amode == alpha_sub)
+          for (int i = 0; i < rows * E; ++i) p[i] -= tile[j][i];
+        else
+          for (int i = 0; i < rows * E; ++i) p[i] += tile[j][i];
+      }
+    }
+  }
+}
+
+// ------------------------------------------------------------------------------------------
+// Packing. An operand is addressed by its op: element (i, l) of op(A) and (l, j) of op(B).
+
+// Complex product x * y on interleaved pairs.
+template <class R>
+inline void cmul(R xr, R xi, R yr, R yi, R* out) {
+  out[0] = xr * yr - xi * yi;
+  out[1] = xr * yi + xi * yr;
+}
+
+// A tile of `rows` rows (of TR) and depth d into packed A, alpha folded in when `scale`.
+template <class R, int E, int OP>
+void pack_a(int rows, int tr, int d, const R* a, index_t lda, const R* alpha, bool scale,
+            R* __restrict dst) {
+  const index_t trE = static_cast<index_t>(tr) * E;
+  const index_t ldaE = lda * E;
+  if constexpr (OP == op_n) {
+    for (int l = 0; l < d; ++l) {
+      const R* src = a + l * ldaE;
+      R* out = dst + l * trE;
+      if constexpr (E == 1) {
+        if (scale)
+          for (int i = 0; i < rows; ++i) out[i] = alpha[0] * src[i];
+        else
+          for (int i = 0; i < rows; ++i) out[i] = src[i];
+      } else {
+        if (scale)
+          for (int i = 0; i < rows; ++i) cmul(src[2 * i], src[2 * i + 1], alpha[0], alpha[1], out + 2 * i);
+        else
+          for (int i = 0; i < 2 * rows; ++i) out[i] = src[i];
+      }
+      for (int i = rows * E; i < tr * E; ++i) out[i] = R(0);
+    }
+  } else {
+    for (int i = 0; i < rows; ++i) {
+      const R* src = a + i * ldaE;
+      R* out = dst + i * E;
+      for (int l = 0; l < d; ++l) {
+        if constexpr (E == 1) {
+          out[l * trE] = scale ? alpha[0] * src[l] : src[l];
+        } else {
+          const R re = src[2 * l];
+          const R im = OP == op_c ? -src[2 * l + 1] : src[2 * l + 1];
+          if (scale) {
+            cmul(re, im, alpha[0], alpha[1], out + l * trE);
+          } else {
+            out[l * trE] = re;
+            out[l * trE + 1] = im;
+          }
+        }
+      }
+    }
+    for (int l = 0; l < d; ++l)
+      for (int i = rows * E; i < tr * E; ++i) dst[l * trE + i] = R(0);
+  }
+}
+
+// A block of op(B), depth d by ncols, into panels of nr columns; a last narrow panel is
+// completed with zero columns.
+template <class R, int E, int OP>
+void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst) {
+  const index_t ldbE = ldb * E;
+  const index_t nrE = static_cast<index_t>(nr) * E;
+  for (int j0 = 0; j0 < ncols; j0 += nr, dst += d * nrE) {
+    const int nc = std::min(nr, ncols - j0);
+    if constexpr (OP == op_n) {
+      for (int j = 0; j < nc; ++j) {
+        const R* src = b + (j0 + j) * ldbE;
+        R* out = dst + j * E;
+        for (int l = 0; l < d; ++l) {
+          out[l * nrE] = src[l * E];
+          if constexpr (E == 2) out[l * nrE + 1] = src[l * E + 1];
+        }
+      }
+    } else {
+      for (int l = 0; l < d; ++l) {
+        const R* src = b + l * ldbE + j0 * E;
+        R* out = dst + l * nrE;
+        if constexpr (E == 1) {
+          for (int j = 0; j < nc; ++j) out[j] = src[j];
+        } else {
+          for (int j = 0; j < nc; ++j) {
+            out[2 * j] = src[2 * j];
+            out[2 * j + 1] = OP == op_c ? -src[2 * j + 1] : src[2 * j + 1];
+          }
+        }
+      }
+    }
+    if (nc < nr)
+      for (int l = 0; l < d; ++l)
+        for (int j = nc * E; j < nrE; ++j) dst[l * nrE + j] = R(0);
+  }
+}
+
+// ------------------------------------------------------------------------------------------
+// Small kernel, for the ragged edges: C(rows, cols) += alpha * op(A)(rows, depth) *
+// op(B)(depth, cols) on the unpacked operands. The sums of a column run over the depth first,
+// alpha multiplies the finished sum (so results may differ in the last place from the packed
+// path, where alpha is folded into A). It is also the engine's path when no scratch could be
+// had, and cgemm's direct kernel.
+template <class R, int E, int TA, int TB>
+void small_kernel(int rows, int cols, int depth, const R* alpha, const R* a, index_t lda,
+                  const R* b, index_t ldb, R* c, index_t ldc) {
+  constexpr int CH = 64;  // rows whose sums are kept at a time
+  R acc[CH * E];
+  const index_t ldaE = lda * E, ldbE = ldb * E, ldcE = ldc * E;
+  for (int j = 0; j < cols; ++j) {
+    for (int i0 = 0; i0 < rows; i0 += CH) {
+      const int ni = std::min(CH, rows - i0);
+      for (int i = 0; i < ni * E; ++i) acc[i] = R(0);
+      for (int l = 0; l < depth; ++l) {
+        const R* bp = TB == op_n ? b + l * E + j * ldbE : b + j * E + l * ldbE;
+        if constexpr (E == 1) {
+          const R bv = bp[0];
+          if constexpr (TA == op_n) {
+            const R* ap = a + i0 + l * ldaE;
+            for (int i = 0; i < ni; ++i) acc[i] += ap[i] * bv;
+          } else {
+            const R* ap = a + l + i0 * ldaE;
+            for (int i = 0; i < ni; ++i) acc[i] += ap[i * ldaE] * bv;
+          }
+        } else {
+          const R br = bp[0];
+          const R bi = TB == op_c ? -bp[1] : bp[1];
+          for (int i = 0; i < ni; ++i) {
+            const R* ap = TA == op_n ? a + (i0 + i) * E + l * ldaE : a + l * E + (i0 + i) * ldaE;
+            const R ar = ap[0];
+            const R ai = TA == op_c ? -ap[1] : ap[1];
+            acc[2 * i] += ar * br - ai * bi;
+            acc[2 * i + 1] += ar * bi + ai * br;
+          }
+        }
+      }
+      R* cp = c + i0 * E + j * ldcE;
+      if constexpr (E == 1) {
+        for (int i = 0; i < ni; ++i) cp[i] += alpha[0] * acc[i];
+      } else {
+        for (int i = 0; i < ni; ++i) {
+          R t[2];
+          cmul(alpha[0], alpha[1], acc[2 * i], acc[2 * i + 1], t);
+          cp[2 * i] += t[0];
+          cp[2 * i + 1] += t[1];
+        }
+      }
+    }
+  }
+}
+
+// ------------------------------------------------------------------------------------------
+// Beta on a block of C, once: nothing for 1, a fill for 0 (NaNs in C do not survive), a
+// multiply otherwise. A NaN beta compares unequal to both and multiplies.
+template <class R, int E>
+void scale_block(int rows, int cols, const R* beta, R* c, index_t ldc) {
+  const index_t ldcE = ldc * E;
+  const bool one = beta[0] == R(1) && (E == 1 || beta[E - 1] == R(0));
+  const bool zero = beta[0] == R(0) && (E == 1 || beta[E - 1] == R(0));
+  if (one) return;
+  for (int j = 0; j < cols; ++j) {
+    R* p = c + j * ldcE;
+    if (zero) {
+      for (int i = 0; i < rows * E; ++i) p[i] = R(0);
+    } else if constexpr (E == 1) {
+      const R bv = beta[0];
+      for (int i = 0; i < rows; ++i) p[i] *= bv;
+    } else {
+      for (int i = 0; i < rows; ++i) cmul(beta[0], beta[1], p[2 * i], p[2 * i + 1], p + 2 * i);
+    }
+  }
+}
+
+// Staged C (single complex): a block of C copied with beta applied into a buffer with a fixed,
+// aligned column stride, and copied back after the whole depth. The kernels then see the same
+// contiguous output whatever ldc and the alignment of C are; beta 0 writes zeros without
+// reading C.
+template <class R>
+void stage_block(int rows, int cols, const R* beta, const R* c, index_t ldc, R* s, index_t lds) {
+  const bool one = beta[0] == R(1) && beta[1] == R(0);
+  const bool zero = beta[0] == R(0) && beta[1] == R(0);
+  for (int j = 0; j < cols; ++j) {
+    const R* p = c + j * ldc * 2;
+    R* q = s + j * lds * 2;
+    if (zero)
+      for (int i = 0; i < 2 * rows; ++i) q[i] = R(0);
+    else if (one)
+      for (int i = 0; i < 2 * rows; ++i) q[i] = p[i];
+    else
+      for (int i = 0; i < rows; ++i) cmul(beta[0], beta[1], p[2 * i], p[2 * i + 1], q + 2 * i);
+  }
+}
+
+template <class R>
+void unstage_block(int rows, int cols, const R* s, index_t lds, R* c, index_t ldc) {
+  for (int j = 0; j < cols; ++j) {
+    const R* q = s + j * lds * 2;
+    R* p = c + j * ldc * 2;
+    for (int i = 0; i < 2 * rows; ++i) p[i] = q[i];
+  }
+}
+
+// ------------------------------------------------------------------------------------------
+// The engine of one type: its tuning, its kernel table and its sections.
+
+template <class R, int E>
+struct engine_traits;
+template <>
+struct engine_traits<double, 1> {
+  static constexpr gemm_tuning t = gemm_tune_d;
+};
+template <>
+struct engine_traits<float, 1> {
+  static constexpr gemm_tuning t = gemm_tune_s;
+};
+template <>
+struct engine_traits<double, 2> {
+  static constexpr gemm_tuning t = gemm_tune_z;
+};
+template <>
+struct engine_traits<float, 2> {
+  static constexpr gemm_tuning t = gemm_tune_c;
+};
+
+template <class R>
+using kernel_fn = void (*)(int, int, const R*, const R*, R*, index_t, int, const R*);
+
+constexpr int depth_count(int kb) {
+  int n = 0;
+  for (int d = kb; d >= gemm_tail_min; d /= 2) ++n;
+  return n;
+}
+
+// kernels[mv - 1][s]: the tile of mv vectors at depth kb >> s.
+template <class R, int E>
+struct kernel_table {
+  static constexpr gemm_tuning t = engine_traits<R, E>::t;
+  static constexpr int depths = depth_count(t.kb);
+  kernel_fn<R> fn[t.mv][depths];
+};
+
+template <class R, int E, int MV, std::size_t... S>
+constexpr void fill_row(kernel_table<R, E>& k, std::index_sequence<S...>) {
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  ((k.fn[MV - 1][S] = &kernel<R, E, MV, t.nr, (t.kb >> S)>), ...);
+}
+
+template <class R, int E, std::size_t... M>
+constexpr kernel_table<R, E> make_kernel_table(std::index_sequence<M...>) {
+  kernel_table<R, E> k{};
+  (fill_row<R, E, static_cast<int>(M) + 1>(k, std::make_index_sequence<kernel_table<R, E>::depths>{}),
+   ...);
+  return k;
+}
+
+template <class R, int E>
+constexpr kernel_table<R, E> kernels =
+    make_kernel_table<R, E>(std::make_index_sequence<engine_traits<R, E>::t.mv>{});
+
+// A section: how A and B are brought in for one combination of ops.
+template <class R>
+struct section {
+  void (*pack_a)(int, int, int, const R*, index_t, const R*, bool, R*);
+  void (*pack_b)(int, int, int, const R*, index_t, R*);
+  void (*small)(int, int, int, const R*, const R*, index_t, const R*, index_t, R*, index_t);
+};
+
+template <class R, int E, int TA, int TB>
+constexpr section<R> make_section() {
+  return {&pack_a<R, E, TA>, &pack_b<R, E, TB>, &small_kernel<R, E, TA, TB>};
+}
+
+// Four sections for the real types, nine for the complex ones, indexed [op(A)][op(B)].
+template <class R, int E>
+struct section_table;
+template <class R>
+struct section_table<R, 1> {
+  static constexpr section<R> s[2][2] = {
+      {make_section<R, 1, op_n, op_n>(), make_section<R, 1, op_n, op_t>()},
+      {make_section<R, 1, op_t, op_n>(), make_section<R, 1, op_t, op_t>()}};
+};
+template <class R>
+struct section_table<R, 2> {
+  static constexpr section<R> s[3][3] = {
+      {make_section<R, 2, op_n, op_n>(), make_section<R, 2, op_n, op_t>(),
+       make_section<R, 2, op_n, op_c>()},
+      {make_section<R, 2, op_t, op_n>(), make_section<R, 2, op_t, op_t>(),
+       make_section<R, 2, op_t, op_c>()},
+      {make_section<R, 2, op_c, op_n>(), make_section<R, 2, op_c, op_t>(),
+       make_section<R, 2, op_c, op_c>()}};
+};
+
+// Scratch of one engine call, in reals.
+template <class R, int E>
+struct scratch_sizes {
+  static constexpr gemm_tuning t = engine_traits<R, E>::t;
+  static constexpr int lanes = simd<R>::lanes;
+  static constexpr int tile_rows = t.mv * lanes / E;
+  static constexpr index_t a = static_cast<index_t>(tile_rows) * t.kb * E;
+  static constexpr index_t b = static_cast<index_t>(t.kb) * t.nb * E;  // nb is a multiple of nr
+  // Staged C: column stride rounded to a whole cache line.
+  static constexpr index_t stage_ld = (t.mb + 64 / (E * static_cast<int>(sizeof(R))) - 1) /
+                                      (64 / (E * static_cast<int>(sizeof(R)))) *
+                                      (64 / (E * static_cast<int>(sizeof(R))));
+  static constexpr index_t stage = stage_ld * t.nb * E;
+};
+static_assert(gemm_tune_d.nb % gemm_tune_d.nr == 0 && gemm_tune_s.nb % gemm_tune_s.nr == 0 &&
+              gemm_tune_z.nb % gemm_tune_z.nr == 0 && gemm_tune_c.nb % gemm_tune_c.nr == 0,
+              "a column block is a whole number of register tiles");
+
+// The driver. `stage` is the staging buffer (single complex) or null (C updated in place).
+// `alpha_folded`: alpha is multiplied into packed A; otherwise the kernels apply it (double
+// complex) with the shortcuts for 1 and -1.
+template <class R, int E>
+void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, index_t lda,
+            const R* b, index_t ldb, const R* beta, R* c, index_t ldc, R* pa, R* pb, R* stage,
+            bool alpha_folded) {
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  constexpr int L = simd<R>::lanes;
+  constexpr int rows_per_vec = L / E;
+  constexpr int TR = t.mv * rows_per_vec;
+  const section<R>& sec = section_table<R, E>::s[ta][tb];
+  const kernel_table<R, E>& kt = kernels<R, E>;
+
+  const bool alpha_zero = alpha[0] == R(0) && (E == 1 || alpha[E - 1] == R(0));
+  int amode = alpha_add;
+  if (E == 2 && !alpha_folded) {
+    if (alpha[1] == R(0) && alpha[0] == R(1)) amode = alpha_add;
+    else if (alpha[1] == R(0) && alpha[0] == R(-1)) amode = alpha_sub;
+    else amode = alpha_mul;
+  }
+  const R one[2] = {R(1), R(0)};
+  const R* pack_alpha = alpha_folded ? alpha : one;
+  const bool pack_scale = alpha_folded && !(alpha[0] == R(1) && (E == 1 || alpha[E - 1] == R(0)));
+
+  // The depth steps: kb while it fits, then kb/2, ..., 8 as the rest holds them.
+  const int kmain = k - k % t.kb;
+  const int rest = k - kmain;
+  const int small_depth = rest % gemm_tail_min;
+  const int kfixed = k - small_depth;
+
+  const index_t ldaE = lda * E;
+  for (int jb = 0; jb < n; jb += t.nb) {
+    const int nbk = std::min(t.nb, n - jb);
+    for (int ib = 0; ib < m; ib += t.mb) {
+      const int mbk = std::min(t.mb, m - ib);
+      R* cb;
+      index_t ldcb;
+      if (stage) {
+        stage_block(mbk, nbk, beta, c + (ib + jb * ldc) * E, ldc, stage,
+                    scratch_sizes<R, E>::stage_ld);
+        cb = stage;
+        ldcb = scratch_sizes<R, E>::stage_ld;
+      } else {
+        cb = c + (ib + jb * ldc) * E;
+        ldcb = ldc;
+        scale_block<R, E>(mbk, nbk, beta, cb, ldcb);
+      }
+      if (!alpha_zero) {
+        for (int l0 = 0; l0 < kfixed;) {
+          int step = 0;  // index of the depth kb >> step
+          int d = t.kb;
+          if (l0 >= kmain) {
+            while (d > kfixed - l0) {
+              d /= 2;
+              ++step;
+            }
+          }
+          const R* bsrc = tb == op_n ? b + (l0 + static_cast<index_t>(jb) * ldb) * E
+                                     : b + (jb + static_cast<index_t>(l0) * ldb) * E;
+          sec.pack_b(d, nbk, t.nr, bsrc, ldb, pb);
+          for (int i0 = 0; i0 < mbk; i0 += TR) {
+            const int rows = std::min(TR, mbk - i0);
+            const int mv = (rows + rows_per_vec - 1) / rows_per_vec;
+            const index_t gi = ib + i0;
+            const R* asrc = ta == op_n ? a + gi * E + l0 * ldaE : a + l0 * E + gi * ldaE;
+            sec.pack_a(rows, mv * rows_per_vec, d, asrc, lda, pack_alpha, pack_scale, pa);
+            kt.fn[mv - 1][step](nbk, rows, pa, pb, cb + i0 * E, ldcb, amode, alpha);
+          }
+          l0 += d;
+        }
+        if (small_depth > 0) {
+          const R* asrc = ta == op_n ? a + ib * E + kfixed * ldaE : a + kfixed * E + ib * ldaE;
+          const R* bsrc = tb == op_n ? b + (kfixed + static_cast<index_t>(jb) * ldb) * E
+                                     : b + (jb + static_cast<index_t>(kfixed) * ldb) * E;
+          sec.small(mbk, nbk, small_depth, alpha, asrc, lda, bsrc, ldb, cb, ldcb);
+        }
+      }
+      if (stage) unstage_block(mbk, nbk, stage, scratch_sizes<R, E>::stage_ld,
+                               c + (ib + jb * ldc) * E, ldc);
+    }
+  }
+}
+
+// The path without scratch (and cgemm's direct kernel): beta on all of C, then the small kernel
+// of the section over all of C, unless alpha is 0.
+template <class R, int E>
+void direct(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, index_t lda,
+            const R* b, index_t ldb, const R* beta, R* c, index_t ldc) {
+  scale_block<R, E>(m, n, beta, c, ldc);
+  const bool alpha_zero = alpha[0] == R(0) && (E == 1 || alpha[E - 1] == R(0));
+  if (alpha_zero || k <= 0) return;
+  section_table<R, E>::s[ta][tb].small(m, n, k, alpha, a, lda, b, ldb, c, ldc);
+}
+
+// The wrapper of the real engines and of double complex: packed A and packed B from the
+// memory manager (alignment 128), released before return, packed B first.
+template <class R, int E>
+void wrapper(const char* transa, const char* transb, int m, int n, int k, const R* alpha,
+             const R* a, int lda, const R* b, int ldb, const R* beta, R* c, int ldc,
+             bool alpha_folded) {
+  if (m <= 0 || n <= 0) return;
+  const int ta = fold_op(transa, E == 2);
+  const int tb = fold_op(transb, E == 2);
+  const bool alpha_zero = alpha[0] == R(0) && (E == 1 || alpha[E - 1] == R(0));
+  if (alpha_zero) {  // neither A nor B is read, and no scratch is taken
+    scale_block<R, E>(m, n, beta, c, ldc);
+    return;
+  }
+  using Z = scratch_sizes<R, E>;
+  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
+  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
+  if (pa && pb)
+    driver<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, pa, pb, nullptr,
+                 alpha_folded);
+  else
+    direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  zvx_deallocate(pb);
+  zvx_deallocate(pa);
+}
+
+// Single complex chooses between its direct kernel and the packed path by the share of data
+// in the work. The figures are 32-bit integers, as callers have always seen them decide: the
+// direct kernel takes a size below 4, and small problems that are mostly data.
+bool cgemm_takes_direct(int m, int n, int k) {
+  if (m < 4 || n < 4 || k < 4) return true;
+  if (m + n + k >= 50) return false;
+  const auto mu = static_cast<uint32_t>(m), nu = static_cast<uint32_t>(n),
+             ku = static_cast<uint32_t>(k);
+  const auto data = static_cast<int32_t>(mu * nu + nu * ku + mu * ku);
+  const auto work = static_cast<int32_t>(6u * mu * nu + 8u * mu * nu * (ku + 1u));
+  return static_cast<double>(data) / static_cast<double>(work) >= 0.08;
+}
+
+// Single complex: one scratch block, cut into packed A, packed B and staged C.
+void wrapper_c(const char* transa, const char* transb, int m, int n, int k, const float* alpha,
+               const float* a, int lda, const float* b, int ldb, const float* beta, float* c,
+               int ldc) {
+  const int ta = fold_op(transa, true);
+  const int tb = fold_op(transb, true);
+  if (m <= 0 || n <= 0) return;
+  if (cgemm_takes_direct(m, n, k)) {
+    direct<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  using Z = scratch_sizes<float, 2>;
+  constexpr index_t piece_a = (Z::a + 63) / 64 * 64;
+  constexpr index_t piece_b = (Z::b + 63) / 64 * 64;
+  constexpr index_t total = piece_a + piece_b + Z::stage;
+  float* block = static_cast<float*>(zvx_allocate(static_cast<unsigned>(total * sizeof(float)), 128));
+  if (block)
+    driver<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, block,
+                     block + piece_a, block + piece_a + piece_b, true);
+  else
+    direct<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  zvx_deallocate(block);
+}
+
+}  // namespace
+
+void gemm_s(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const float* alpha, const float* a, const int* lda, const float* b, const int* ldb,
+            const float* beta, float* c, const int* ldc) {
+  wrapper<float, 1>(transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc, true);
+}
+
+void gemm_d(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const double* alpha, const double* a, const int* lda, const double* b,
+            const int* ldb, const double* beta, double* c, const int* ldc) {
+  wrapper<double, 1>(transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc, true);
+}
+
+void gemm_c(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const zvx_complex8* alpha, const zvx_complex8* a, const int* lda,
+            const zvx_complex8* b, const int* ldb, const zvx_complex8* beta, zvx_complex8* c,
+            const int* ldc) {
+  wrapper_c(transa, transb, *m, *n, *k, reinterpret_cast<const float*>(alpha),
+            reinterpret_cast<const float*>(a), *lda, reinterpret_cast<const float*>(b), *ldb,
+            reinterpret_cast<const float*>(beta), reinterpret_cast<float*>(c), *ldc);
+}
+
+void gemm_z(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+            const zvx_complex16* alpha, const zvx_complex16* a, const int* lda,
+            const zvx_complex16* b, const int* ldb, const zvx_complex16* beta,
+            zvx_complex16* c, const int* ldc) {
+  // Alpha is not folded into packed A: the kernels apply it to the finished sums.
+  wrapper<double, 2>(transa, transb, *m, *n, *k, reinterpret_cast<const double*>(alpha),
+                     reinterpret_cast<const double*>(a), *lda, reinterpret_cast<const double*>(b),
+                     *ldb, reinterpret_cast<const double*>(beta), reinterpret_cast<double*>(c),
+                     *ldc, false);
+}
+
+}  // namespace ZVX_ISA_NS

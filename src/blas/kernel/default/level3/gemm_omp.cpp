@@ -1,0 +1,109 @@
+// The threaded GEMM frames: sgemm, dgemm, cgemm, zgemm. A frame decides whether to use threads,
+// cuts C into slices of whole rows or whole columns, and runs the serial engine on each slice;
+// all arithmetic is in the engines.
+//
+// The decision, in this order: the process's thread policy (in_serial); problems with m, n and
+// k all at most 16 stay serial, because a fork costs more than they do; a call from inside a
+// parallel region stays serial, so that the library never nests its regions; and one thread
+// available means serial. The count of pieces is the runtime's thread count; the region is not
+// forced to that many threads, and a thread may take several pieces.
+//
+// The cut goes across the larger of m and n (columns when they are equal), so that each thread
+// reuses the shared operand through its own cache and no two threads write the same part of C.
+// Pieces are m / nt (or n / nt) long and the last takes the rest; the offset of an empty piece
+// is capped at the last row (column) so that its pointers stay inside the arrays.
+#include <omp.h>
+
+#include <algorithm>
+
+#include "blas/kernel/default/level3/gemm_engine.h"
+#include "service/service.h"
+#include "zvx_blas3.h"
+
+namespace {
+
+template <class T>
+using gemm_engine_fn = void (*)(const char*, const char*, const int*, const int*, const int*,
+                                const T*, const T*, const int*, const T*, const int*, const T*,
+                                T*, const int*);
+
+constexpr int gemm_serial_limit = 16;
+
+inline bool no_transpose(const char* t) { return *t == 'N' || *t == 'n'; }
+
+template <class T>
+void gemm_frame(gemm_engine_fn<T> engine, const char* transa, const char* transb, const int* m,
+                const int* n, const int* k, const T* alpha, const T* a, const int* lda,
+                const T* b, const int* ldb, const T* beta, T* c, const int* ldc) {
+  const int mm = *m, nn = *n, kk = *k;
+  const long la = *lda, lb = *ldb, lc = *ldc;
+  if (mm <= 0 || nn <= 0) return;
+  if (in_serial() == 1 ||
+      (mm <= gemm_serial_limit && nn <= gemm_serial_limit && kk <= gemm_serial_limit) ||
+      omp_in_parallel()) {
+    engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  const int nt = omp_get_max_threads();
+  if (nt <= 1) {
+    engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  if (mm > nn) {
+    const int chunk = mm / nt;
+    const bool rows_of_a = no_transpose(transa);  // the rows of op(A) are rows of a
+#pragma omp parallel for schedule(static, 1)
+    for (int i = 0; i < nt; ++i) {
+      int off = i * chunk;
+      const int piece = i < nt - 1 ? chunk : std::max(mm - off, 0);
+      off = std::min(off, mm - 1);
+      const T* ap = rows_of_a ? a + off : a + off * la;
+      engine(transa, transb, &piece, n, k, alpha, ap, lda, b, ldb, beta, c + off, ldc);
+    }
+  } else {
+    const int chunk = nn / nt;
+    const bool cols_of_b = no_transpose(transb);  // the columns of op(B) are columns of b
+#pragma omp parallel for schedule(static, 1)
+    for (int i = 0; i < nt; ++i) {
+      int off = i * chunk;
+      const int piece = i < nt - 1 ? chunk : std::max(nn - off, 0);
+      off = std::min(off, nn - 1);
+      const T* bp = cols_of_b ? b + off * lb : b + off;
+      engine(transa, transb, m, &piece, k, alpha, a, lda, bp, ldb, beta, c + off * lc, ldc);
+    }
+  }
+}
+
+}  // namespace
+
+ZVX_EXPORT void sgemm(const char* transa, const char* transb, const int* m, const int* n,
+                      const int* k, const float* alpha, const float* a, const int* lda,
+                      const float* b, const int* ldb, const float* beta, float* c,
+                      const int* ldc) {
+  gemm_frame<float>(&zvx::gemm_engine_s, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
+                    c, ldc);
+}
+
+ZVX_EXPORT void dgemm(const char* transa, const char* transb, const int* m, const int* n,
+                      const int* k, const double* alpha, const double* a, const int* lda,
+                      const double* b, const int* ldb, const double* beta, double* c,
+                      const int* ldc) {
+  gemm_frame<double>(&zvx::gemm_engine_d, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
+                     c, ldc);
+}
+
+ZVX_EXPORT void cgemm(const char* transa, const char* transb, const int* m, const int* n,
+                      const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
+                      const int* lda, const zvx_complex8* b, const int* ldb,
+                      const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
+  gemm_frame<zvx_complex8>(&zvx::gemm_engine_c, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+                           beta, c, ldc);
+}
+
+ZVX_EXPORT void zgemm(const char* transa, const char* transb, const int* m, const int* n,
+                      const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
+                      const int* lda, const zvx_complex16* b, const int* ldb,
+                      const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
+  gemm_frame<zvx_complex16>(&zvx::gemm_engine_z, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+                            beta, c, ldc);
+}

@@ -1,0 +1,213 @@
+// sgemm, dgemm, cgemm, zgemm against the naive long double reference: every spelling of the
+// options, sizes on both sides of every tile, block and depth boundary of the engines (for each
+// instruction set the suite runs under) and of the decisions callers can see, leading
+// dimensions beyond the sizes, and the special values of alpha, beta and the sizes.
+#include <cmath>
+#include <limits>
+
+#include "blas/level3/gemm_reference.h"
+
+namespace {
+
+using namespace gemm_test;
+
+template <class T>
+class Gemm : public ::testing::Test {};
+using GemmTypes = ::testing::Types<float, double, zvx_complex8, zvx_complex16>;
+TYPED_TEST_SUITE(Gemm, GemmTypes);
+
+template <class T>
+T alpha_value() {
+  return make<T>(0.75, -0.5);
+}
+template <class T>
+T beta_value() {
+  return make<T>(-1.25, 0.375);
+}
+
+// Every spelling: the letters the routines know in both cases, and one they do not know
+// (a transpose for the real types, a conjugate transpose for the complex ones).
+TYPED_TEST(Gemm, EverySpellingOfTheOptions) {
+  using T = TypeParam;
+  const char letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
+  unsigned seed = 1;
+  for (char ta : letters)
+    for (char tb : letters)
+      EXPECT_TRUE(run_case<T>(ta, tb, 29, 19, 37, alpha_value<T>(), beta_value<T>(), seed++));
+}
+
+// Rows across the row tiles of every instruction set (4, 8, 12, 16, 24, 48 reals or complex
+// values) and the padded last tile; columns across the register tiles (2, 3, 4, 8).
+TYPED_TEST(Gemm, RowAndColumnTileEdges) {
+  using T = TypeParam;
+  unsigned seed = 100;
+  for (int m : {1, 2, 3, 4, 5, 7, 8, 9, 11, 12, 13, 15, 16, 17, 20, 23, 24, 25, 31, 32, 33, 47,
+                48, 49, 50, 73})
+    EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 21, alpha_value<T>(), beta_value<T>(), seed++));
+  for (int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 16, 17, 25})
+    EXPECT_TRUE(run_case<T>('T', 'N', 13, n, 19, alpha_value<T>(), beta_value<T>(), seed++));
+}
+
+// Depths around the fixed depths of the kernels (8 ... 256), the main depth of each engine and
+// instruction set (64, 128, 256), and the depth left to the small kernel (1 to 7).
+TYPED_TEST(Gemm, DepthBoundaries) {
+  using T = TypeParam;
+  unsigned seed = 200;
+  for (int k : {1, 2, 7, 8, 9, 15, 16, 17, 23, 24, 31, 32, 33, 47, 48, 57, 58, 63, 64, 65, 71,
+                127, 128, 129, 135, 191, 255, 256, 257, 263, 383, 520})
+    EXPECT_TRUE(run_case<T>(k % 2 ? 'N' : 'T', k % 3 ? 'T' : 'N', 26, 10, k, alpha_value<T>(),
+                            beta_value<T>(), seed++));
+}
+
+// Blocks of C: row blocks of 128, 240, 256 and 480 rows, column blocks of 255, 256 and 512.
+TYPED_TEST(Gemm, BlockBoundaries) {
+  using T = TypeParam;
+  unsigned seed = 300;
+  for (int m : {127, 128, 129, 239, 240, 241, 255, 256, 257, 479, 480, 481})
+    EXPECT_TRUE(run_case<T>('N', 'T', m, 5, 9, alpha_value<T>(), beta_value<T>(), seed++));
+  for (int n : {254, 255, 256, 257, 511, 512, 513})
+    EXPECT_TRUE(run_case<T>('T', 'N', 9, n, 10, alpha_value<T>(), beta_value<T>(), seed++));
+  // Several blocks in both directions with a tail of depth: every piece of the driver at once.
+  EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
+}
+
+// The thresholds a caller can see: the 16 of the threaded frame, and single complex's choice of
+// its direct kernel (a size below 4; m + n + k below 50 and a high share of data).
+TYPED_TEST(Gemm, DecisionThresholds) {
+  using T = TypeParam;
+  unsigned seed = 400;
+  for (int s : {15, 16, 17}) {
+    EXPECT_TRUE(run_case<T>('N', 'N', s, s, s, alpha_value<T>(), beta_value<T>(), seed++));
+    EXPECT_TRUE(run_case<T>('T', 'T', s, 3, 2, alpha_value<T>(), beta_value<T>(), seed++));
+  }
+  EXPECT_TRUE(run_case<T>('N', 'C', 3, 100, 100, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('C', 'N', 100, 3, 100, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('T', 'C', 100, 100, 3, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'N', 4, 4, 4, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('C', 'T', 13, 100, 100, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'N', 40, 5, 4, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'N', 20, 20, 9, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'T', 9, 9, 70, alpha_value<T>(), beta_value<T>(), seed++));
+}
+
+// Alpha and beta of 1, -1, 0 and complex values, with every combination of the shortcuts of
+// the engines (alpha folded or applied to the sums; beta skipped, filled or multiplied).
+TYPED_TEST(Gemm, AlphaAndBetaValues) {
+  using T = TypeParam;
+  unsigned seed = 500;
+  const T values[] = {make<T>(1), make<T>(-1), make<T>(0), make<T>(2.5), make<T>(0, 1),
+                      make<T>(-0.5, 1.5), make<T>(1, 0.25)};
+  for (const T& al : values)
+    for (const T& be : values)
+      EXPECT_TRUE(run_case<T>('N', 'T', 30, 11, 40, al, be, seed++));
+}
+
+// The leading dimensions may be far beyond the sizes; only the rows within m of C change.
+TYPED_TEST(Gemm, LargeLeadingDimensions) {
+  using T = TypeParam;
+  EXPECT_TRUE(run_case<T>('N', 'N', 37, 21, 45, alpha_value<T>(), beta_value<T>(), 600, 301));
+  EXPECT_TRUE(run_case<T>('T', 'C', 37, 21, 45, alpha_value<T>(), beta_value<T>(), 601, 97));
+}
+
+template <class T>
+T nan_value() {
+  const auto q = std::numeric_limits<typename traits<T>::real>::quiet_NaN();
+  return traits<T>::complex ? narrow<T>(lc(q, q)) : narrow<T>(lc(q, 0));
+}
+
+template <class T>
+bool is_nan(const T& x) {
+  const lc v = widen(x);
+  return std::isnan(v.real()) || std::isnan(v.imag());
+}
+
+// Alpha 0 reads neither A nor B: NaNs there never reach C, and null operands are never touched.
+TYPED_TEST(Gemm, AlphaZeroReadsNeitherOperand) {
+  using T = TypeParam;
+  for (int k : {0, 5, 300}) {
+    matrix<T> a(40, std::max(k, 1)), b(std::max(k, 1), 30), c(40, 30);
+    for (auto& x : a.v) x = nan_value<T>();
+    for (auto& x : b.v) x = nan_value<T>();
+    for (int j = 0; j < 30; ++j)
+      for (int i = 0; i < 40; ++i) c.at(i, j) = make<T>(i - j, i + j);
+    const T alpha = make<T>(0), beta = make<T>(2);
+    call("N", "N", 40, 30, k, &alpha, a.v.data(), a.ld, b.v.data(), b.ld, &beta, c.v.data(),
+         c.ld);
+    for (int j = 0; j < 30; ++j)
+      for (int i = 0; i < 40; ++i)
+        ASSERT_EQ(widen(c.at(i, j)), lc(2.0L * (i - j), traits<T>::complex ? 2.0L * (i + j) : 0))
+            << i << "," << j << " k=" << k;
+    call("T", "C", 40, 30, k, &alpha, nullptr, 1, nullptr, 1, &beta, c.v.data(), c.ld);
+    EXPECT_EQ(widen(c.at(3, 2)), lc(4.0L, traits<T>::complex ? 20.0L : 0));
+  }
+}
+
+// Beta 0 fills: NaN and infinity in C are overwritten, not multiplied.
+TYPED_TEST(Gemm, BetaZeroOverwritesNaN) {
+  using T = TypeParam;
+  for (int k : {0, 3, 70}) {
+    std::mt19937 g(700 + k);
+    matrix<T> a(33, std::max(k, 1)), b(std::max(k, 1), 9), c(33, 9);
+    a.randomise(g);
+    b.randomise(g);
+    for (auto& x : c.v) x = nan_value<T>();
+    c.at(4, 4) = make<T>(std::numeric_limits<double>::infinity());
+    for (const T alpha : {make<T>(0), make<T>(1.5, 0.5)}) {
+      const T beta = make<T>(0);
+      call("N", "N", 33, 9, k, &alpha, a.v.data(), a.ld, b.v.data(), b.ld, &beta, c.v.data(),
+           c.ld);
+      for (int j = 0; j < 9; ++j)
+        for (int i = 0; i < 33; ++i) ASSERT_FALSE(is_nan(c.at(i, j))) << i << "," << j;
+      std::vector<lc> want;
+      std::vector<long double> bound;
+      matrix<T> zero_c = c;
+      for (auto& x : zero_c.v) x = make<T>(0);
+      reference(op::n, op::n, 33, 9, k, alpha, a, b, beta, zero_c, want, bound);
+      EXPECT_TRUE(matches(c, c, want, bound));
+    }
+  }
+}
+
+// k 0 with alpha non-zero still scales C by beta; a NaN beta multiplies (it is neither 0 nor
+// 1), so every element becomes NaN.
+TYPED_TEST(Gemm, DepthZeroScalesAndNaNBetaMultiplies) {
+  using T = TypeParam;
+  matrix<T> c(21, 18);
+  for (int j = 0; j < 18; ++j)
+    for (int i = 0; i < 21; ++i) c.at(i, j) = make<T>(i + 1, j);
+  const T alpha = make<T>(1.5), beta = make<T>(-2);
+  const T dummy[1] = {make<T>(0)};
+  call("N", "N", 21, 18, 0, &alpha, dummy, 21, dummy, 1, &beta, c.v.data(), c.ld);
+  for (int j = 0; j < 18; ++j)
+    for (int i = 0; i < 21; ++i)
+      ASSERT_EQ(widen(c.at(i, j)), lc(-2.0L * (i + 1), traits<T>::complex ? -2.0L * j : 0));
+  const T nan_beta = nan_value<T>();
+  for (int k : {0, 4, 40}) {
+    std::mt19937 g(800 + k);
+    matrix<T> a(21, std::max(k, 1)), b(std::max(k, 1), 18);
+    a.randomise(g);
+    b.randomise(g);
+    matrix<T> cc(21, 18);
+    cc.randomise(g);
+    call("N", "N", 21, 18, k, &alpha, a.v.data(), a.ld, b.v.data(), b.ld, &nan_beta,
+         cc.v.data(), cc.ld);
+    for (int j = 0; j < 18; ++j)
+      for (int i = 0; i < 21; ++i) ASSERT_TRUE(is_nan(cc.at(i, j))) << i << "," << j;
+  }
+}
+
+// m or n at most 0 returns at once: nothing is read or written.
+TYPED_TEST(Gemm, EmptySizesReturn) {
+  using T = TypeParam;
+  matrix<T> c(5, 5);
+  for (auto& x : c.v) x = make<T>(7, 7);
+  const T alpha = make<T>(1), beta = make<T>(0);
+  for (auto mn : {std::pair{0, 5}, std::pair{5, 0}, std::pair{-3, 5}, std::pair{5, -1},
+                  std::pair{-2, -2}}) {
+    call("N", "N", mn.first, mn.second, 5, &alpha, nullptr, 5, nullptr, 5, &beta, c.v.data(),
+         5);
+    for (auto& x : c.v) ASSERT_EQ(widen(x), widen(make<T>(7, 7)));
+  }
+}
+
+}  // namespace
