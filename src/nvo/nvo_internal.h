@@ -1,0 +1,22 @@
+// Shared between the companion binding and the vector threaders.
+#pragma once
+#include "nvo/companion_abi.h"
+
+namespace zvx::nvo {
+
+// Processor class of the binding, 0 to 4, computed once: the override variable, else cpuid.
+int processor_class();
+
+// Forwarders to the companion's per-thread state: each binds the companion on first use.
+unsigned get_mode();
+unsigned set_mode(unsigned mode);
+int set_error_status(int status);
+void* get_error_callback();
+void* set_error_callback(void* callback);
+const void* set_input_vector(const void* input);
+
+// Vector length from which a wrapper threads its call, 0x7fffffff for never. `precision` is 'd'
+// or 's'; `function` the function number of the cost tables (110 cosine, 120 sine, ...).
+int thread_threshold(char precision, int function);
+
+}  // namespace zvx::nvo
