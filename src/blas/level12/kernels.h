@@ -1,0 +1,67 @@
+// The vector kernels under the level-1 and level-2 entries, one table per instruction set.
+//
+// The entries own the argument rules (starts of negative increments, special values, the strip
+// frame of gemv); these kernels own the unit-stride inner loops. Lengths are `long`, indices
+// 0-based, and every pointer is to the first element that is touched.
+#pragma once
+#include "blas/level12/types.h"
+
+namespace zvx::blas12 {
+
+template <class T>  // float or double
+struct real_kernels {
+  void (*axpy)(long n, T alpha, const T* x, T* y);  // y += alpha * x
+  T (*dot)(long n, const T* x, const T* y);         // sum in T
+  void (*scal)(long n, T alpha, T* x);              // x *= alpha, always multiplying
+  void (*copy)(long n, const T* x, T* y);
+  void (*swap)(long n, T* x, T* y);
+  T (*asum)(long n, const T* x);
+  double (*sumsq)(long n, const T* x);  // sum of squares in double: the caller checks its range
+  long (*iamax)(long n, const T* x);    // first index of the largest |x|, NaN skipped; x[0] not NaN
+  // y(0:m) += A(0:m, 0:n) * (alpha * x): not transposed, unit x and y. `prefetch` streams the
+  // next columns into the cache ahead of use (the kernel for matrices larger than the caches).
+  void (*gemv_n)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+  // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
+  void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+  // The rows left after the strips of gemv (fewer than 64), unit increments: y(i) += alpha * sum.
+  void (*gemv_rest_n)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
+  // Symmetric multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
+  void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
+};
+
+template <class R>  // float or double: complex kernels on interleaved pairs
+struct complex_kernels {
+  void (*axpy)(long n, cplx<R> alpha, const cplx<R>* x, cplx<R>* y);
+  cplx<R> (*dot)(long n, const cplx<R>* x, const cplx<R>* y, bool conjugate_x);
+  void (*scal)(long n, cplx<R> alpha, cplx<R>* x);
+  long (*iamax)(long n, const cplx<R>* x);  // by |re| + |im|; x[0] not NaN
+  // y(0:m) += A * (alpha * x), one column per pass; unit x and y.
+  void (*gemv_n)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+                 cplx<R>* y);
+  // y(0:n) += alpha * op(A)' * x with op conjugating when `conjugate_a`; unit x and y.
+  void (*gemv_t)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+                 cplx<R>* y, bool conjugate_a);
+};
+
+struct kernel_set {
+  real_kernels<float> s;
+  real_kernels<double> d;
+  complex_kernels<float> c;
+  complex_kernels<double> z;
+};
+
+namespace isa_portable { const kernel_set* kernel_table(); }
+namespace isa_avx2 { const kernel_set* kernel_table(); }
+namespace isa_avx512 { const kernel_set* kernel_table(); }
+
+// The table of this process's instruction set, chosen once.
+const kernel_set& kernels();
+
+template <class T> inline const auto& kernels_for() {
+  if constexpr (std::is_same_v<T, float>) return kernels().s;
+  else if constexpr (std::is_same_v<T, double>) return kernels().d;
+  else if constexpr (std::is_same_v<T, cplx<float>>) return kernels().c;
+  else return kernels().z;
+}
+
+}  // namespace zvx::blas12

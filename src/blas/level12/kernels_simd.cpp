@@ -1,0 +1,610 @@
+// Unit-stride inner loops of level 1 and level 2, written once over GCC vector types and compiled
+// once per instruction set: 16-byte vectors for the portable build (SSE2), 32 bytes with FMA for
+// AVX2, 64 bytes for AVX-512. Multiply-adds are explicit FMAs where the processor has them.
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "blas/level12/kernels.h"
+
+namespace zvx::blas12::ZVX_ISA_NS {
+namespace {
+
+// ---- tuning: each constant with its reason ---------------------------------------------------
+#if ZVX_ISA_LEVEL == 2
+constexpr int vector_bytes = 64;
+#elif ZVX_ISA_LEVEL == 1
+constexpr int vector_bytes = 32;
+#else
+constexpr int vector_bytes = 16;
+#endif
+// Independent accumulators of the reductions: covers the 4-cycle latency of an add or FMA at two
+// issues per cycle.
+constexpr int reduction_unroll = 4;
+// Vectors of y held in registers across the columns of a not transposed gemv strip: 8 of the 16
+// (AVX2) or 32 (AVX-512) registers, leaving room for the columns and the broadcasts.
+constexpr int gemv_n_register_vectors = 8;
+// Columns ahead whose strip segment the prefetching gemv kernels request: a 64-row strip of
+// doubles is 8 lines per column, so four columns cover the memory latency at the streaming rate.
+constexpr int gemv_prefetch_columns = 4;
+// Copies longer than this many bytes store around the cache: the target won't be read back
+// before it has been evicted (half of the last-level cache share of one core).
+constexpr long copy_stream_bytes = 4L << 20;
+
+typedef double vd __attribute__((vector_size(vector_bytes)));
+typedef float vf __attribute__((vector_size(vector_bytes)));
+typedef long long vdi __attribute__((vector_size(vector_bytes)));
+typedef int vfi __attribute__((vector_size(vector_bytes)));
+typedef float vfh __attribute__((vector_size(vector_bytes / 2)));
+
+template <class T> struct vt;
+template <> struct vt<double> { using v = vd; using vi = vdi; static constexpr int w = vector_bytes / 8; };
+template <> struct vt<float> { using v = vf; using vi = vfi; static constexpr int w = vector_bytes / 4; };
+template <class T> using V = typename vt<T>::v;
+template <class T> using VI = typename vt<T>::vi;
+template <class T> constexpr int W = vt<T>::w;
+
+template <class T> inline V<T> ld(const T* p) { V<T> r; memcpy(&r, p, sizeof r); return r; }
+template <class T> inline void st(T* p, V<T> a) { memcpy(p, &a, sizeof a); }
+template <class T> inline V<T> bc(T a) { return V<T>{} + a; }
+
+inline vd vfma(vd a, vd b, vd c) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_fmadd_pd(a, b, c);
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_fmadd_pd(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+inline vf vfma(vf a, vf b, vf c) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_fmadd_ps(a, b, c);
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_fmadd_ps(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+template <class T> inline T sfma(T a, T b, T c) {
+#if ZVX_ISA_LEVEL >= 1
+  return __builtin_fma(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+inline float sfma(float a, float b, float c) {
+#if ZVX_ISA_LEVEL >= 1
+  return __builtin_fmaf(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+// Store that bypasses the cache; the address is aligned to the vector size.
+inline void stream(double* p, vd a) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_stream_pd(p, a);
+#elif ZVX_ISA_LEVEL == 1
+  _mm256_stream_pd(p, a);
+#else
+  _mm_stream_pd(p, a);
+#endif
+}
+inline void stream(float* p, vf a) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_stream_ps(p, a);
+#elif ZVX_ISA_LEVEL == 1
+  _mm256_stream_ps(p, a);
+#else
+  _mm_stream_ps(p, a);
+#endif
+}
+template <class T> inline V<T> vabs(V<T> a) {
+  using I = VI<T>;
+  const I mask = I{} + (std::is_same_v<T, double> ? (long long)0x7fffffffffffffffLL : 0x7fffffff);
+  return (V<T>)((I)a & mask);
+}
+template <class T> inline T hsum(V<T> a) {
+  T s = 0;
+  for (int k = 0; k < W<T>; ++k) s += a[k];
+  return s;
+}
+// Exchange of the real and imaginary part in every pair of lanes.
+template <class T> inline V<T> swap_pairs(V<T> a) {
+  VI<T> idx;
+  for (int k = 0; k < W<T>; ++k) idx[k] = k ^ 1;
+  return __builtin_shuffle(a, idx);
+}
+// (-1, +1, -1, +1, ...): the signs of the cross terms of a complex product.
+template <class T> inline V<T> alternating_sign() {
+  V<T> s;
+  for (int k = 0; k < W<T>; ++k) s[k] = (k & 1) ? T(1) : T(-1);
+  return s;
+}
+
+// ---- level 1, real ----------------------------------------------------------------------------
+template <class T> void axpy(long n, T alpha, const T* x, T* y) {
+  constexpr int w = W<T>;
+  const V<T> va = bc(alpha);
+  long i = 0;
+  for (; i + 4 * w <= n; i += 4 * w) {
+    const V<T> y0 = vfma(va, ld(x + i), ld(y + i));
+    const V<T> y1 = vfma(va, ld(x + i + w), ld(y + i + w));
+    const V<T> y2 = vfma(va, ld(x + i + 2 * w), ld(y + i + 2 * w));
+    const V<T> y3 = vfma(va, ld(x + i + 3 * w), ld(y + i + 3 * w));
+    st(y + i, y0); st(y + i + w, y1); st(y + i + 2 * w, y2); st(y + i + 3 * w, y3);
+  }
+  for (; i + w <= n; i += w) st(y + i, vfma(va, ld(x + i), ld(y + i)));
+  for (; i < n; ++i) y[i] = sfma(alpha, x[i], y[i]);
+}
+
+template <class T> T dot(long n, const T* x, const T* y) {
+  constexpr int w = W<T>;
+  V<T> acc[reduction_unroll] = {};
+  long i = 0;
+  for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
+    for (int k = 0; k < reduction_unroll; ++k)
+      acc[k] = vfma(ld(x + i + k * w), ld(y + i + k * w), acc[k]);
+  for (; i + w <= n; i += w) acc[0] = vfma(ld(x + i), ld(y + i), acc[0]);
+  T s = hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+  for (; i < n; ++i) s = sfma(x[i], y[i], s);
+  return s;
+}
+
+template <class T> void scal(long n, T alpha, T* x) {
+  constexpr int w = W<T>;
+  const V<T> va = bc(alpha);
+  long i = 0;
+  for (; i + 4 * w <= n; i += 4 * w)
+    for (int k = 0; k < 4; ++k) st(x + i + k * w, ld(x + i + k * w) * va);
+  for (; i + w <= n; i += w) st(x + i, ld(x + i) * va);
+  for (; i < n; ++i) x[i] *= alpha;
+}
+
+template <class T> void copy(long n, const T* x, T* y) {
+  if (n * (long)sizeof(T) < copy_stream_bytes) {
+    memmove(y, x, (size_t)n * sizeof(T));
+    return;
+  }
+  constexpr int w = W<T>;
+  long i = 0;
+  while (i < n && (reinterpret_cast<uintptr_t>(y + i) & (vector_bytes - 1)) != 0) {
+    y[i] = x[i];
+    ++i;
+  }
+  if ((reinterpret_cast<uintptr_t>(y + i) & (vector_bytes - 1)) == 0) {
+    for (; i + 4 * w <= n; i += 4 * w) {
+      for (int k = 0; k < 4; ++k) {
+        stream(y + i + k * w, ld(x + i + k * w));
+      }
+    }
+    _mm_sfence();
+  }
+  for (; i < n; ++i) y[i] = x[i];
+}
+
+template <class T> void swap(long n, T* x, T* y) {
+  constexpr int w = W<T>;
+  long i = 0;
+  for (; i + 2 * w <= n; i += 2 * w) {
+    const V<T> a0 = ld(x + i), a1 = ld(x + i + w), b0 = ld(y + i), b1 = ld(y + i + w);
+    st(x + i, b0); st(x + i + w, b1); st(y + i, a0); st(y + i + w, a1);
+  }
+  for (; i < n; ++i) {
+    const T t = x[i];
+    x[i] = y[i];
+    y[i] = t;
+  }
+}
+
+template <class T> T asum(long n, const T* x) {
+  constexpr int w = W<T>;
+  V<T> acc[reduction_unroll] = {};
+  long i = 0;
+  for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
+    for (int k = 0; k < reduction_unroll; ++k) acc[k] += vabs<T>(ld(x + i + k * w));
+  for (; i + w <= n; i += w) acc[0] += vabs<T>(ld(x + i));
+  T s = hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+  for (; i < n; ++i) s += __builtin_fabs(x[i]);
+  return s;
+}
+
+double sumsq_d(long n, const double* x) {
+  constexpr int w = W<double>;
+  vd acc[reduction_unroll] = {};
+  long i = 0;
+  for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
+    for (int k = 0; k < reduction_unroll; ++k) {
+      const vd v = ld(x + i + k * w);
+      acc[k] = vfma(v, v, acc[k]);
+    }
+  for (; i + w <= n; i += w) {
+    const vd v = ld(x + i);
+    acc[0] = vfma(v, v, acc[0]);
+  }
+  double s = hsum<double>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+  for (; i < n; ++i) s = sfma(x[i], x[i], s);
+  return s;
+}
+
+// Single values squared and summed in double: exact squares and the range of double.
+double sumsq_s(long n, const float* x) {
+  constexpr int w = W<double>;
+  vd acc[reduction_unroll] = {};
+  long i = 0;
+  auto widen = [&](long at) {
+    vfh h;
+    memcpy(&h, x + at, sizeof h);
+    return __builtin_convertvector(h, vd);
+  };
+  for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
+    for (int k = 0; k < reduction_unroll; ++k) {
+      const vd v = widen(i + k * w);
+      acc[k] = vfma(v, v, acc[k]);
+    }
+  double s = hsum<double>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+  for (; i < n; ++i) s = sfma((double)x[i], (double)x[i], s);
+  return s;
+}
+
+// Strict comparison per lane keeps the first of equal maxima within a lane; across lanes the
+// smallest index of the largest value wins. A NaN never compares greater, so it is skipped.
+template <class T> long iamax(long n, const T* x) {
+  constexpr int w = W<T>;
+  constexpr int sets = 4;
+  using I = VI<T>;
+  long i = 0;
+  long best = 0;
+  T best_value = __builtin_fabs(x[0]);
+  if (n >= sets * w && n < (1L << 30)) {
+    V<T> m[sets];
+    I idx[sets], cur[sets];
+    for (int s = 0; s < sets; ++s) {
+      m[s] = bc(T(-1));
+      idx[s] = I{};
+      for (int k = 0; k < w; ++k) cur[s][k] = s * w + k;
+    }
+    const I step = I{} + sets * w;
+    for (; i + sets * w <= n; i += sets * w) {
+      for (int s = 0; s < sets; ++s) {
+        const V<T> a = vabs<T>(ld(x + i + s * w));
+        const I gt = a > m[s];
+        m[s] = gt ? a : m[s];
+        idx[s] = gt ? cur[s] : idx[s];
+        cur[s] += step;
+      }
+    }
+    best_value = T(-1);
+    best = -1;
+    for (int s = 0; s < sets; ++s)
+      for (int k = 0; k < w; ++k) {
+        const T v = m[s][k];
+        const long at = idx[s][k];
+        if (v > best_value || (v == best_value && at < best)) {
+          best_value = v;
+          best = at;
+        }
+      }
+  }
+  for (; i < n; ++i) {
+    const T v = __builtin_fabs(x[i]);
+    if (v > best_value) {
+      best_value = v;
+      best = i;
+    }
+  }
+  return best;
+}
+
+// ---- level 2, real ----------------------------------------------------------------------------
+// y(0:m) += A * (alpha * x): y is kept in registers in blocks of `gemv_n_register_vectors`
+// vectors while the columns stream past; two columns a pass, as y = a1 * t1 + y + a2 * t2.
+template <class T, int R>
+inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  V<T> acc[R];
+  for (int r = 0; r < R; ++r) acc[r] = ld(y + r * w);
+  long j = 0;
+  for (; j + 2 <= n; j += 2) {
+    const T* a1 = a + j * lda;
+    const T* a2 = a1 + lda;
+    if (prefetch) {
+      const T* p = a1 + gemv_prefetch_columns * lda;
+      for (int r = 0; r < R * w; r += 64 / (int)sizeof(T)) {
+        __builtin_prefetch(p + r, 0, 0);
+        __builtin_prefetch(p + lda + r, 0, 0);
+      }
+    }
+    const V<T> t1 = bc(x[j] * alpha), t2 = bc(x[j + 1] * alpha);
+    for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a2 + r * w), t2, vfma(ld(a1 + r * w), t1, acc[r]));
+  }
+  if (j < n) {
+    const T* a1 = a + j * lda;
+    const V<T> t1 = bc(x[j] * alpha);
+    for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a1 + r * w), t1, acc[r]);
+  }
+  for (int r = 0; r < R; ++r) st(y + r * w, acc[r]);
+}
+
+template <class T>
+void gemv_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr int R = gemv_n_register_vectors;
+  long i = 0;
+  for (; i + R * w <= m; i += R * w) gemv_n_block<T, R>(n, alpha, a + i, lda, x, y + i, prefetch);
+  for (; i + w <= m; i += w) gemv_n_block<T, 1>(n, alpha, a + i, lda, x, y + i, false);
+  for (; i < m; ++i) {
+    T s = y[i];
+    long j = 0;
+    for (; j + 2 <= n; j += 2)
+      s = sfma(a[i + (j + 1) * lda], x[j + 1] * alpha, sfma(a[i + j * lda], x[j] * alpha, s));
+    if (j < n) s = sfma(a[i + j * lda], x[j] * alpha, s);
+    y[i] = s;
+  }
+}
+
+// Rows left after the strips: sums over the columns for several rows at once, alpha applied to
+// each finished sum.
+template <class T>
+void gemv_rest_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int w = W<T>;
+  long i = 0;
+  for (; i + w <= m; i += w) {
+    V<T> s0 = {}, s1 = {};
+    long j = 0;
+    for (; j + 2 <= n; j += 2) {
+      s0 = vfma(ld(a + i + j * lda), bc(x[j]), s0);
+      s1 = vfma(ld(a + i + (j + 1) * lda), bc(x[j + 1]), s1);
+    }
+    if (j < n) s0 = vfma(ld(a + i + j * lda), bc(x[j]), s0);
+    st(y + i, vfma(bc(alpha), s0 + s1, ld(y + i)));
+  }
+  for (; i < m; ++i) {
+    T s = 0;
+    for (long j = 0; j < n; ++j) s = sfma(a[i + j * lda], x[j], s);
+    y[i] = sfma(alpha, s, y[i]);
+  }
+}
+
+// y(0:n) += alpha * A' * x: four columns a pass, each a dot over the m rows with x from cache.
+template <class T>
+void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  long j = 0;
+  for (; j + 4 <= n; j += 4) {
+    const T* c0 = a + j * lda;
+    const T* c1 = c0 + lda;
+    const T* c2 = c1 + lda;
+    const T* c3 = c2 + lda;
+    if (prefetch) {
+      const T* p = c0 + gemv_prefetch_columns * lda;
+      for (long r = 0; r < m; r += 64 / (long)sizeof(T)) {
+        __builtin_prefetch(p + r, 0, 0);
+        __builtin_prefetch(p + lda + r, 0, 0);
+        __builtin_prefetch(p + 2 * lda + r, 0, 0);
+        __builtin_prefetch(p + 3 * lda + r, 0, 0);
+      }
+    }
+    V<T> s0 = {}, s1 = {}, s2 = {}, s3 = {};
+    long i = 0;
+    for (; i + w <= m; i += w) {
+      const V<T> xv = ld(x + i);
+      s0 = vfma(ld(c0 + i), xv, s0);
+      s1 = vfma(ld(c1 + i), xv, s1);
+      s2 = vfma(ld(c2 + i), xv, s2);
+      s3 = vfma(ld(c3 + i), xv, s3);
+    }
+    T r0 = hsum<T>(s0), r1 = hsum<T>(s1), r2 = hsum<T>(s2), r3 = hsum<T>(s3);
+    for (; i < m; ++i) {
+      r0 = sfma(c0[i], x[i], r0);
+      r1 = sfma(c1[i], x[i], r1);
+      r2 = sfma(c2[i], x[i], r2);
+      r3 = sfma(c3[i], x[i], r3);
+    }
+    y[j] = sfma(r0, alpha, y[j]);
+    y[j + 1] = sfma(r1, alpha, y[j + 1]);
+    y[j + 2] = sfma(r2, alpha, y[j + 2]);
+    y[j + 3] = sfma(r3, alpha, y[j + 3]);
+  }
+  for (; j < n; ++j) y[j] = sfma(dot<T>(m, a + j * lda, x), alpha, y[j]);
+}
+
+// Symmetric multiply, four columns a pass: each element of the four columns outside the diagonal
+// block is read once and serves twice, for the update of y and for the four running dots.
+template <class T>
+void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int w = W<T>;
+  auto A = [&](long i, long j) { return a[i + j * lda]; };
+  // Rows of column group j..j+3 outside the diagonal block: [lo, hi).
+  auto sweep = [&](long j, int cols, long lo, long hi) {
+    T t[4] = {}, s[4] = {};
+    for (int c = 0; c < cols; ++c) t[c] = alpha * x[j + c];
+    const T* col[4];
+    for (int c = 0; c < 4; ++c) col[c] = a + (j + (c < cols ? c : 0)) * lda;
+    V<T> vs[4] = {};
+    V<T> vt[4];
+    for (int c = 0; c < 4; ++c) vt[c] = bc(t[c]);
+    long i = lo;
+    if (cols == 4) {
+      for (; i + w <= hi; i += w) {
+        const V<T> xv = ld(x + i);
+        const V<T> a0 = ld(col[0] + i), a1 = ld(col[1] + i), a2 = ld(col[2] + i), a3 = ld(col[3] + i);
+        V<T> yv = ld(y + i);
+        yv = vfma(a0, vt[0], yv);
+        yv = vfma(a1, vt[1], yv);
+        yv = vfma(a2, vt[2], yv);
+        yv = vfma(a3, vt[3], yv);
+        st(y + i, yv);
+        vs[0] = vfma(a0, xv, vs[0]);
+        vs[1] = vfma(a1, xv, vs[1]);
+        vs[2] = vfma(a2, xv, vs[2]);
+        vs[3] = vfma(a3, xv, vs[3]);
+      }
+      for (int c = 0; c < 4; ++c) s[c] = hsum<T>(vs[c]);
+    }
+    for (; i < hi; ++i) {
+      T yi = y[i];
+      for (int c = 0; c < cols; ++c) {
+        yi = sfma(col[c][i], t[c], yi);
+        s[c] = sfma(col[c][i], x[i], s[c]);
+      }
+      y[i] = yi;
+    }
+    // The diagonal block, from the stored triangle.
+    for (int c = 0; c < cols; ++c) {
+      T acc = t[c] * A(j + c, j + c);
+      for (int r = 0; r < cols; ++r) {
+        if (r == c) continue;
+        const T arc = upper ? (r < c ? A(j + r, j + c) : A(j + c, j + r))
+                            : (r > c ? A(j + r, j + c) : A(j + c, j + r));
+        acc = sfma(arc, t[r], acc);
+      }
+      y[j + c] += acc + alpha * s[c];
+    }
+  };
+  const long n4 = n & ~3L;
+  if (upper) {
+    for (long j = 0; j < n4; j += 4) sweep(j, 4, 0, j);
+    for (long j = n4; j < n; ++j) sweep(j, 1, 0, j);
+  } else {
+    for (long j = 0; j < n4; j += 4) sweep(j, 4, j + 4, n);
+    for (long j = n4; j < n; ++j) sweep(j, 1, j + 1, n);
+  }
+}
+
+// ---- complex ----------------------------------------------------------------------------------
+// A complex vector of k pairs is a real vector of 2k lanes; alpha * x is re(alpha) * x plus
+// im(alpha) * (x with its parts exchanged) * (-1, +1).
+template <class R> void caxpy(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>* yc) {
+  constexpr int w = W<R>;
+  const R* x = &xc->re;
+  R* y = &yc->re;
+  const long len = 2 * n;
+  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
+  long i = 0;
+  for (; i + 2 * w <= len; i += 2 * w) {
+    const V<R> x0 = ld(x + i), x1 = ld(x + i + w);
+    st(y + i, vfma(ai, swap_pairs<R>(x0), vfma(ar, x0, ld(y + i))));
+    st(y + i + w, vfma(ai, swap_pairs<R>(x1), vfma(ar, x1, ld(y + i + w))));
+  }
+  for (; i + w <= len; i += w) {
+    const V<R> x0 = ld(x + i);
+    st(y + i, vfma(ai, swap_pairs<R>(x0), vfma(ar, x0, ld(y + i))));
+  }
+  for (long k = i / 2; k < n; ++k) yc[k] += alpha * xc[k];
+}
+
+template <class R> void cscal(long n, cplx<R> alpha, cplx<R>* xc) {
+  constexpr int w = W<R>;
+  R* x = &xc->re;
+  const long len = 2 * n;
+  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
+  long i = 0;
+  for (; i + w <= len; i += w) {
+    const V<R> v = ld(x + i);
+    st(x + i, vfma(ai, swap_pairs<R>(v), ar * v));
+  }
+  for (long k = i / 2; k < n; ++k) xc[k] = alpha * xc[k];
+}
+
+// Sums of x * y lane by lane (p) and of x * swapped y (q) give the product's parts:
+// unconjugated re = p0 - p1, im = q0 + q1; with x conjugated re = p0 + p1, im = q0 - q1.
+template <class R> inline cplx<R> combine(V<R> p, V<R> q, bool conjugate_x) {
+  R p0 = 0, p1 = 0, q0 = 0, q1 = 0;
+  for (int k = 0; k < W<R>; k += 2) {
+    p0 += p[k];
+    p1 += p[k + 1];
+    q0 += q[k];
+    q1 += q[k + 1];
+  }
+  return conjugate_x ? cplx<R>{p0 + p1, q0 - q1} : cplx<R>{p0 - p1, q0 + q1};
+}
+
+template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bool conjugate_x) {
+  constexpr int w = W<R>;
+  const R* x = &xc->re;
+  const R* y = &yc->re;
+  const long len = 2 * n;
+  V<R> p0 = {}, q0 = {}, p1 = {}, q1 = {};
+  long i = 0;
+  for (; i + 2 * w <= len; i += 2 * w) {
+    const V<R> xa = ld(x + i), ya = ld(y + i), xb = ld(x + i + w), yb = ld(y + i + w);
+    p0 = vfma(xa, ya, p0);
+    q0 = vfma(xa, swap_pairs<R>(ya), q0);
+    p1 = vfma(xb, yb, p1);
+    q1 = vfma(xb, swap_pairs<R>(yb), q1);
+  }
+  for (; i + w <= len; i += w) {
+    const V<R> xa = ld(x + i), ya = ld(y + i);
+    p0 = vfma(xa, ya, p0);
+    q0 = vfma(xa, swap_pairs<R>(ya), q0);
+  }
+  cplx<R> s = combine<R>(p0 + p1, q0 + q1, conjugate_x);
+  for (long k = i / 2; k < n; ++k) s += (conjugate_x ? conj(xc[k]) : xc[k]) * yc[k];
+  return s;
+}
+
+template <class R> long ciamax(long n, const cplx<R>* x) {
+  long best = 0;
+  R best_value = abs1(x[0]);
+  for (long i = 1; i < n; ++i) {
+    const R v = abs1(x[i]);
+    if (v > best_value) {
+      best_value = v;
+      best = i;
+    }
+  }
+  return best;
+}
+
+template <class R>
+void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+             cplx<R>* y) {
+  // y is kept in registers in blocks of four vectors across the columns; one column a pass.
+  constexpr int w = W<R>;
+  constexpr int B = 4;
+  const long len = 2 * m;
+  R* yr = &y->re;
+  const V<R> sign = alternating_sign<R>();
+  long i = 0;
+  for (; i + B * w <= len; i += B * w) {
+    V<R> acc[B];
+    for (int b = 0; b < B; ++b) acc[b] = ld(yr + i + b * w);
+    for (long j = 0; j < n; ++j) {
+      const cplx<R> t = alpha * x[j];
+      const V<R> tr = bc(t.re), ti = bc(t.im) * sign;
+      const R* col = &a[j * lda].re + i;
+      for (int b = 0; b < B; ++b) {
+        const V<R> v = ld(col + b * w);
+        acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
+      }
+    }
+    for (int b = 0; b < B; ++b) st(yr + i + b * w, acc[b]);
+  }
+  for (long k = i / 2; k < m; ++k) {
+    cplx<R> s = y[k];
+    for (long j = 0; j < n; ++j) s += a[k + j * lda] * (alpha * x[j]);
+    y[k] = s;
+  }
+}
+
+template <class R>
+void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+             cplx<R>* y, bool conjugate_a) {
+  for (long j = 0; j < n; ++j) y[j] += alpha * cdot<R>(m, a + j * lda, x, conjugate_a);
+}
+
+constexpr kernel_set table = {
+    {axpy<float>, dot<float>, scal<float>, copy<float>, swap<float>, asum<float>, sumsq_s,
+     iamax<float>, gemv_n<float>, gemv_t<float>, gemv_rest_n<float>, symv<float>},
+    {axpy<double>, dot<double>, scal<double>, copy<double>, swap<double>, asum<double>, sumsq_d,
+     iamax<double>, gemv_n<double>, gemv_t<double>, gemv_rest_n<double>, symv<double>},
+    {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>},
+    {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>},
+};
+
+}  // namespace
+
+const kernel_set* kernel_table() { return &table; }
+
+}  // namespace zvx::blas12::ZVX_ISA_NS

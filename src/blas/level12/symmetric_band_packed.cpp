@@ -1,0 +1,368 @@
+// The level-2 routines besides gemv, ger, trmv and trsv: symmetric and Hermitian multiplies and
+// rank updates in full, packed and band storage, the general band multiply, and the triangular
+// band and packed multiply and solve. They are the column sweeps of the published definitions,
+// written once over an accessor of the storage: `at(i, j)` reaches an element of the stored
+// triangle or band, and rows [lo(j), hi(j)] are the stored rows of column j.
+#include <algorithm>
+
+#include "blas/level12/level12.h"
+#include "service/service.h"
+#include "zvx_blas12.h"
+
+namespace zvx::blas12 {
+namespace {
+
+template <class T> struct full_store {
+  T* a;
+  long lda, n;
+  bool upper;
+  T& at(long i, long j) const { return a[i + j * lda]; }
+  long lo(long j) const { return upper ? 0 : j; }
+  long hi(long j) const { return upper ? j : n - 1; }
+};
+template <class T> struct packed_store {
+  T* a;
+  long n;
+  bool upper;
+  T& at(long i, long j) const { return upper ? a[i + j * (j + 1) / 2] : a[j * n - j * (j - 1) / 2 + i - j]; }
+  long lo(long j) const { return upper ? 0 : j; }
+  long hi(long j) const { return upper ? j : n - 1; }
+};
+// Triangular or symmetric band of k diagonals beside the main one.
+template <class T> struct band_store {
+  T* a;
+  long lda, n, k;
+  bool upper;
+  T& at(long i, long j) const { return upper ? a[(k + i - j) + j * lda] : a[(i - j) + j * lda]; }
+  long lo(long j) const { return upper ? std::max(0L, j - k) : j; }
+  long hi(long j) const { return upper ? j : std::min(n - 1, j + k); }
+};
+
+template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
+
+// y := beta * y with zeros stored for beta 0; returns false when nothing more is to be done.
+template <class T> bool scale_y(long leny, T alpha, T beta, T* y0, long incy) {
+  if (!is_one(beta)) {
+    if (is_zero(beta)) for (long i = 0; i < leny; ++i) y0[i * incy] = T{};
+    else for (long i = 0; i < leny; ++i) y0[i * incy] = beta * y0[i * incy];
+  }
+  return !is_zero(alpha);
+}
+
+// y := alpha * A * x + beta * y, A symmetric (or Hermitian: diagonal real part only, conjugates
+// in the dots).
+template <class T, bool hermitian, class S>
+void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T* y, long incy) {
+  if (n <= 0 || (is_zero(alpha) && is_one(beta))) return;
+  const T* x0 = x + start_of((int)n, (int)incx);
+  T* y0 = y + start_of((int)n, (int)incy);
+  if (!scale_y(n, alpha, beta, y0, incy)) return;
+  auto X = [&](long i) { return x0[i * incx]; };
+  auto Y = [&](long i) -> T& { return y0[i * incy]; };
+  auto diag = [&](long j) { return hermitian ? from_real<T>(re(A.at(j, j))) : A.at(j, j); };
+  for (long j = 0; j < n; ++j) {
+    const T t1 = alpha * X(j);
+    T t2{};
+    for (long i = A.lo(j); i <= A.hi(j); ++i) {
+      if (i == j) continue;
+      const T aij = A.at(i, j);
+      Y(i) += t1 * aij;
+      t2 += (hermitian ? conj(aij) : aij) * X(i);
+    }
+    Y(j) += t1 * diag(j) + alpha * t2;
+  }
+}
+
+// op(A) * x for triangular A in band or packed storage, and the solve; the published sweeps.
+template <class T, class S>
+void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T* x, long incx) {
+  if (n <= 0) return;
+  T* x0 = x + start_of((int)n, (int)incx);
+  auto X = [&](long i) -> T& { return x0[i * incx]; };
+  auto M = [&](long i, long j) { return a_op(A.at(i, j), o); };
+  if (!solve) {
+    if (o == op::n) {
+      if (upper) {
+        for (long j = 0; j < n; ++j) {
+          if (is_zero(X(j))) continue;
+          const T t = X(j);
+          for (long i = A.lo(j); i < j; ++i) X(i) += t * M(i, j);
+          if (nonunit) X(j) = X(j) * M(j, j);
+        }
+      } else {
+        for (long j = n - 1; j >= 0; --j) {
+          if (is_zero(X(j))) continue;
+          const T t = X(j);
+          for (long i = A.hi(j); i > j; --i) X(i) += t * M(i, j);
+          if (nonunit) X(j) = X(j) * M(j, j);
+        }
+      }
+    } else {
+      if (upper) {
+        for (long j = n - 1; j >= 0; --j) {
+          T t = nonunit ? X(j) * M(j, j) : X(j);
+          for (long i = j - 1; i >= A.lo(j); --i) t += M(i, j) * X(i);
+          X(j) = t;
+        }
+      } else {
+        for (long j = 0; j < n; ++j) {
+          T t = nonunit ? X(j) * M(j, j) : X(j);
+          for (long i = j + 1; i <= A.hi(j); ++i) t += M(i, j) * X(i);
+          X(j) = t;
+        }
+      }
+    }
+    return;
+  }
+  if (o == op::n) {
+    if (upper) {
+      for (long j = n - 1; j >= 0; --j) {
+        if (is_zero(X(j))) continue;
+        if (nonunit) X(j) = X(j) / M(j, j);
+        const T t = X(j);
+        for (long i = j - 1; i >= A.lo(j); --i) X(i) -= t * M(i, j);
+      }
+    } else {
+      for (long j = 0; j < n; ++j) {
+        if (is_zero(X(j))) continue;
+        if (nonunit) X(j) = X(j) / M(j, j);
+        const T t = X(j);
+        for (long i = j + 1; i <= A.hi(j); ++i) X(i) -= t * M(i, j);
+      }
+    }
+  } else {
+    if (upper) {
+      for (long j = 0; j < n; ++j) {
+        T t = X(j);
+        for (long i = A.lo(j); i < j; ++i) t -= M(i, j) * X(i);
+        X(j) = nonunit ? t / M(j, j) : t;
+      }
+    } else {
+      for (long j = n - 1; j >= 0; --j) {
+        T t = X(j);
+        for (long i = A.hi(j); i > j; --i) t -= M(i, j) * X(i);
+        X(j) = nonunit ? t / M(j, j) : t;
+      }
+    }
+  }
+}
+
+// A := alpha * x * op(x)' + A (one operand) or alpha * x * op(y)' + conj(alpha) * y * op(x)' + A
+// (two), over the stored triangle. Hermitian forms conjugate and keep the diagonal real, also in
+// a column that is skipped for a zero x(j).
+template <class T, bool hermitian, bool two, class S>
+void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y, long incy) {
+  if (n <= 0 || is_zero(alpha)) return;
+  const T* x0 = x + start_of((int)n, (int)incx);
+  const T* y0 = two ? y + start_of((int)n, (int)incy) : nullptr;
+  auto X = [&](long i) { return x0[i * incx]; };
+  auto Y = [&](long i) { return y0[i * incy]; };
+  auto cj = [&](T v) { return hermitian ? conj(v) : v; };
+  for (long j = 0; j < n; ++j) {
+    T& d = A.at(j, j);
+    const bool skip = two ? (is_zero(X(j)) && is_zero(Y(j))) : is_zero(X(j));
+    if (skip) {
+      if constexpr (is_complex<T>) if (hermitian) d.im = 0;
+      continue;
+    }
+    if constexpr (two) {
+      const T t1 = alpha * cj(Y(j)), t2 = cj(alpha * X(j));
+      for (long i = A.lo(j); i <= A.hi(j); ++i)
+        if (i != j) A.at(i, j) += X(i) * t1 + Y(i) * t2;
+      d += X(j) * t1 + Y(j) * t2;
+    } else {
+      const T t = alpha * cj(X(j));
+      for (long i = A.lo(j); i <= A.hi(j); ++i)
+        if (i != j) A.at(i, j) += X(i) * t;
+      d += X(j) * t;
+    }
+    if constexpr (is_complex<T>) if (hermitian) d.im = 0;
+  }
+}
+
+template <class T>
+void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x,
+          int incx, T beta, T* y, int incy) {
+  if (m == 0 || n == 0 || (is_zero(alpha) && is_one(beta))) return;
+  const op o = tri_op<T>(trans);
+  const long leny = o == op::n ? m : n, lenx = o == op::n ? n : m;
+  const T* x0 = x + start_of((int)lenx, incx);
+  T* y0 = y + start_of((int)leny, incy);
+  if (!scale_y<T>(leny, alpha, beta, y0, incy) || m < 0 || n < 0) return;
+  auto A = [&](long i, long j) { return a_op(a[(ku + i - j) + j * (long)lda], o); };
+  for (long j = 0; j < n; ++j) {
+    const long lo = std::max(0L, j - ku), hi = std::min<long>(m - 1, j + kl);
+    if (o == op::n) {
+      const T t = alpha * x0[j * incx];
+      for (long i = lo; i <= hi; ++i) y0[i * incy] += t * A(i, j);
+    } else {
+      T t{};
+      for (long i = lo; i <= hi; ++i) t += A(i, j) * x0[i * incx];
+      y0[j * incy] += alpha * t;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zvx::blas12
+
+using namespace zvx::blas12;
+using c8 = cplx<float>;
+using c16 = cplx<double>;
+template <class T, class C> T* P(C* p) { return reinterpret_cast<T*>(const_cast<std::remove_const_t<C>*>(p)); }
+template <class T, class C> T V(const C* p) { return *reinterpret_cast<const T*>(p); }
+
+// ---- symmetric and Hermitian multiplies -------------------------------------------------------
+namespace {
+template <class T, bool herm>
+void symv_entry(const char* uplo, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y, int incy) {
+  const bool upper = is_char(uplo, 'U');
+  if constexpr (!is_complex<T>) {
+    // Unit increments: the four-column vector sweep, after the common frame.
+    if (incx == 1 && incy == 1 && n > 0 && !(is_zero(alpha) && is_one(beta))) {
+      if (scale_y<T>(n, alpha, beta, y, 1)) kernels_for<T>().symv(upper, n, alpha, a, lda, x, y);
+      return;
+    }
+  }
+  sym_multiply<T, herm>(full_store<T>{const_cast<T*>(a), lda, n, upper}, n, alpha, x, incx, beta, y, incy);
+}
+}  // namespace
+
+#define SYMV(name, T, CT, herm)                                                                      \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* a, const int* lda,   \
+                       const CT* x, const int* incx, const CT* beta, CT* y, const int* incy) {        \
+    symv_entry<T, herm>(uplo, *n, V<T>(alpha), P<T>(a), *lda, P<T>(x), *incx, V<T>(beta), P<T>(y), *incy); \
+  }
+SYMV(ssymv, float, float, false)
+SYMV(dsymv, double, double, false)
+SYMV(chemv, c8, zvx_complex8, true)
+SYMV(zhemv, c16, zvx_complex16, true)
+
+#define SPMV(name, T, CT, herm)                                                                      \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* ap, const CT* x,     \
+                       const int* incx, const CT* beta, CT* y, const int* incy) {                     \
+    sym_multiply<T, herm>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n, V<T>(alpha), P<T>(x), \
+                          *incx, V<T>(beta), P<T>(y), *incy);                                        \
+  }
+SPMV(sspmv, float, float, false)
+SPMV(dspmv, double, double, false)
+SPMV(chpmv, c8, zvx_complex8, true)
+SPMV(zhpmv, c16, zvx_complex16, true)
+
+#define SBMV(name, T, CT, herm)                                                                      \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const int* k, const CT* alpha, const CT* a,     \
+                       const int* lda, const CT* x, const int* incx, const CT* beta, CT* y,           \
+                       const int* incy) {                                                            \
+    sym_multiply<T, herm>(band_store<T>{P<T>(a), *lda, *n, *k, is_char(uplo, 'U')}, *n, V<T>(alpha),  \
+                          P<T>(x), *incx, V<T>(beta), P<T>(y), *incy);                               \
+  }
+SBMV(ssbmv, float, float, false)
+SBMV(dsbmv, double, double, false)
+SBMV(chbmv, c8, zvx_complex8, true)
+SBMV(zhbmv, c16, zvx_complex16, true)
+
+#define GBMV(name, T, CT)                                                                            \
+  ZVX_EXPORT void name(const char* trans, const int* m, const int* n, const int* kl, const int* ku,    \
+                       const CT* alpha, const CT* a, const int* lda, const CT* x, const int* incx,    \
+                       const CT* beta, CT* y, const int* incy) {                                     \
+    gbmv<T>(trans, *m, *n, *kl, *ku, V<T>(alpha), P<T>(a), *lda, P<T>(x), *incx, V<T>(beta), P<T>(y), *incy); \
+  }
+GBMV(sgbmv, float, float)
+GBMV(dgbmv, double, double)
+GBMV(cgbmv, c8, zvx_complex8)
+GBMV(zgbmv, c16, zvx_complex16)
+
+// ---- rank updates -------------------------------------------------------------------------------
+// Real alpha for syr/spr and her/hpr; complex alpha for her2/hpr2.
+#define SYR(name, T, CT, AT, herm)                                                                   \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const AT* alpha, const CT* x, const int* incx,  \
+                       CT* a, const int* lda) {                                                      \
+    rank_update<T, herm, false>(full_store<T>{P<T>(a), *lda, *n, is_char(uplo, 'U')}, *n,            \
+                                from_real<T>(*alpha), P<T>(x), *incx, nullptr, 0);                   \
+  }
+SYR(ssyr, float, float, float, false)
+SYR(dsyr, double, double, double, false)
+SYR(cher, c8, zvx_complex8, float, true)
+SYR(zher, c16, zvx_complex16, double, true)
+
+#define SPR(name, T, CT, AT, herm)                                                                   \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const AT* alpha, const CT* x, const int* incx,  \
+                       CT* ap) {                                                                     \
+    rank_update<T, herm, false>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n,               \
+                                from_real<T>(*alpha), P<T>(x), *incx, nullptr, 0);                   \
+  }
+SPR(sspr, float, float, float, false)
+SPR(dspr, double, double, double, false)
+SPR(chpr, c8, zvx_complex8, float, true)
+SPR(zhpr, c16, zvx_complex16, double, true)
+
+#define SYR2(name, T, CT, herm)                                                                      \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* x, const int* incx,  \
+                       const CT* y, const int* incy, CT* a, const int* lda) {                        \
+    rank_update<T, herm, true>(full_store<T>{P<T>(a), *lda, *n, is_char(uplo, 'U')}, *n, V<T>(alpha), \
+                               P<T>(x), *incx, P<T>(y), *incy);                                      \
+  }
+SYR2(ssyr2, float, float, false)
+SYR2(dsyr2, double, double, false)
+SYR2(cher2, c8, zvx_complex8, true)
+SYR2(zher2, c16, zvx_complex16, true)
+
+#define SPR2(name, T, CT, herm)                                                                      \
+  ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* x, const int* incx,  \
+                       const CT* y, const int* incy, CT* ap) {                                       \
+    rank_update<T, herm, true>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n, V<T>(alpha),    \
+                               P<T>(x), *incx, P<T>(y), *incy);                                      \
+  }
+SPR2(sspr2, float, float, false)
+SPR2(dspr2, double, double, false)
+SPR2(chpr2, c8, zvx_complex8, true)
+SPR2(zhpr2, c16, zvx_complex16, true)
+
+// Complex symmetric (not Hermitian) packed update, the one level-2 routine that checks its
+// arguments.
+ZVX_EXPORT void cspr(const char* uplo, const int* n, const zvx_complex8* alpha, const zvx_complex8* x,
+                     const int* incx, zvx_complex8* ap) {
+  int info = 0;
+  if (!lsame(uplo, "U") && !lsame(uplo, "L")) info = 1;
+  else if (*n < 0) info = 2;
+  else if (*incx == 0) info = 5;
+  if (info != 0) {
+    xerbla("CSPR  ", &info, 6);
+    return;
+  }
+  rank_update<c8, false, false>(packed_store<c8>{P<c8>(ap), *n, lsame(uplo, "U") != 0}, *n, V<c8>(alpha),
+                                P<c8>(x), *incx, nullptr, 0);
+}
+
+// ---- triangular band and packed -----------------------------------------------------------------
+#define TB(name, T, CT, solve)                                                                       \
+  ZVX_EXPORT void name(const char* uplo, const char* trans, const char* diag, const int* n,           \
+                       const int* k, const CT* a, const int* lda, CT* x, const int* incx) {           \
+    const bool upper = is_char(uplo, 'U');                                                           \
+    tri_sweep<T>(solve, upper, tri_op<T>(trans), is_char(diag, 'N'),                                 \
+                 band_store<T>{P<T>(a), *lda, *n, *k, upper}, *n, P<T>(x), *incx);                   \
+  }
+TB(stbmv, float, float, false)
+TB(dtbmv, double, double, false)
+TB(ctbmv, c8, zvx_complex8, false)
+TB(ztbmv, c16, zvx_complex16, false)
+TB(stbsv, float, float, true)
+TB(dtbsv, double, double, true)
+TB(ctbsv, c8, zvx_complex8, true)
+TB(ztbsv, c16, zvx_complex16, true)
+
+#define TP(name, T, CT, solve)                                                                       \
+  ZVX_EXPORT void name(const char* uplo, const char* trans, const char* diag, const int* n,           \
+                       const CT* ap, CT* x, const int* incx) {                                        \
+    const bool upper = is_char(uplo, 'U');                                                           \
+    tri_sweep<T>(solve, upper, tri_op<T>(trans), is_char(diag, 'N'),                                 \
+                 packed_store<T>{P<T>(ap), *n, upper}, *n, P<T>(x), *incx);                          \
+  }
+TP(stpmv, float, float, false)
+TP(dtpmv, double, double, false)
+TP(ctpmv, c8, zvx_complex8, false)
+TP(ztpmv, c16, zvx_complex16, false)
+TP(stpsv, float, float, true)
+TP(dtpsv, double, double, true)
+TP(ctpsv, c8, zvx_complex8, true)
+TP(ztpsv, c16, zvx_complex16, true)

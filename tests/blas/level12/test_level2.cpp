@@ -1,0 +1,473 @@
+// Level-2 routines in all four types against long double products with a dense copy of the
+// operator: every uplo/trans/diag letter (unknown ones included), sizes around the strip and
+// block boundaries, band widths from 0 to beyond n, negative increments. Entries a routine must
+// not read hold NaN in the storage, so a stray read shows in the result.
+#include <cstring>
+
+#include "common/capture.h"
+#include "reference.h"
+
+using namespace ref;
+
+namespace {
+
+template <class T> struct l2;
+#define L2_API(p, T)                                              \
+  template <> struct l2<T> {                                      \
+    static constexpr auto gemv = p##gemv;                         \
+    static constexpr auto gbmv = p##gbmv;                         \
+    static constexpr auto trmv = p##trmv;                         \
+    static constexpr auto trsv = p##trsv;                         \
+    static constexpr auto tbmv = p##tbmv;                         \
+    static constexpr auto tbsv = p##tbsv;                         \
+    static constexpr auto tpmv = p##tpmv;                         \
+    static constexpr auto tpsv = p##tpsv;
+L2_API(s, float) static constexpr auto symv = ssymv; static constexpr auto spmv = sspmv; static constexpr auto sbmv = ssbmv; };
+L2_API(d, double) static constexpr auto symv = dsymv; static constexpr auto spmv = dspmv; static constexpr auto sbmv = dsbmv; };
+L2_API(c, zvx_complex8) static constexpr auto symv = chemv; static constexpr auto spmv = chpmv; static constexpr auto sbmv = chbmv; };
+L2_API(z, zvx_complex16) static constexpr auto symv = zhemv; static constexpr auto spmv = zhpmv; static constexpr auto sbmv = zhbmv; };
+
+template <class T> T nan_value() {
+  const R_t<T> q = std::numeric_limits<R_t<T>>::quiet_NaN();
+  return make<T>(lc(q, q));
+}
+
+// Dense column-major m x n matrix of long double complex values.
+struct dense {
+  int m, n;
+  std::vector<lc> v;
+  dense(int m_, int n_) : m(m_), n(n_), v((size_t)std::max(m_, 0) * std::max(n_, 0)) {}
+  lc& operator()(int i, int j) { return v[i + (size_t)j * m]; }
+};
+
+// What a letter means: 'n' as stored, 't' transposed, 'c' conjugate-transposed.
+char meaning_gemv(char t, bool cx) {
+  if (t == 'N' || t == 'n') return 'n';
+  if (!cx) return 't';
+  return (t == 'T' || t == 't') ? 't' : 'c';
+}
+char meaning_tri(char t, bool cx) {
+  if (t == 'N' || t == 'n') return 'n';
+  if (cx && (t == 'C' || t == 'c')) return 'c';
+  return 't';
+}
+
+// y := alpha op(M) x + beta y in long double, checked against `got`; beta 0 ignores y.
+template <class T>
+void check_product(dense& M, char op, lc alpha, const std::vector<T>& x, int incx, const std::vector<T>& y0, lc beta,
+                   const std::vector<T>& got, int incy, const char* what) {
+  const int rows = op == 'n' ? M.m : M.n, cols = op == 'n' ? M.n : M.m;
+  for (int i = 0; i < rows; ++i) {
+    lc s = 0;
+    long double mag = 0;
+    for (int j = 0; j < cols; ++j) {
+      lc a = op == 'n' ? M(i, j) : M(j, i);
+      if (op == 'c') a = std::conj(a);
+      const lc p = a * L(x[at(j, cols, incx)]);
+      s += p;
+      mag += std::abs(p);
+    }
+    const lc yi = L(y0[at(i, rows, incy)]);
+    const lc want = alpha * s + (beta == lc(0) ? lc(0) : beta * yi);
+    ASSERT_TRUE(close<T>(L(got[at(i, rows, incy)]), want, std::abs(alpha) * mag + std::abs(beta * yi), 16 + 2 * cols))
+        << what << " row " << i;
+  }
+}
+
+const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
+
+template <class T> void check_gemv() {
+  SCOPED_TRACE(info<T>::name);
+  for (int m : {0, 1, 5, 63, 64, 65, 130, 251})
+    for (int n : {0, 1, 2, 7, 64, 65})
+      for (char t : gemv_letters)
+        for (auto [incx, incy] : {std::pair{1, 1}, {-1, 1}, {2, -3}, {1, 2}}) {
+          SCOPED_TRACE(::testing::Message() << "m " << m << " n " << n << " trans " << t << " incx " << incx << " incy " << incy);
+          const char op = meaning_gemv(t, info<T>::cx);
+          const int lda = std::max(m, 1) + 3;
+          auto a = random_vector<T>((size_t)lda * std::max(n, 1));
+          dense M(m, n);
+          for (int j = 0; j < n; ++j)
+            for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+          const int lenx = op == 'n' ? n : m, leny = op == 'n' ? m : n;
+          auto x = random_vector<T>(storage(lenx, incx));
+          auto y = random_vector<T>(storage(leny, incy));
+          const T alpha = random_value<T>(), beta = random_value<T>();
+          auto y1 = y;
+          l2<T>::gemv(&t, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y1.data(), &incy);
+          if (m == 0 || n == 0) {  // returns before scaling y
+            for (size_t i = 0; i < y.size(); ++i) ASSERT_TRUE(same_bits(y[i], y1[i]));
+            continue;
+          }
+          check_product(M, op, L(alpha), x, incx, y, L(beta), y1, incy, "gemv");
+        }
+}
+
+TEST(Gemv, AllTypesLettersSizesIncrements) {
+  check_gemv<float>();
+  check_gemv<double>();
+  check_gemv<zvx_complex8>();
+  check_gemv<zvx_complex16>();
+}
+
+TEST(Gemv, KernelTableSizesAndSpecialValues) {
+  // Sizes on both sides of the small/large staircase, unit increments.
+  for (auto [m, n] : {std::pair{250, 60}, {249, 60}, {250, 150}, {800, 75}, {801, 75}, {300, 130}}) {
+    for (char t : {'N', 'T'}) {
+      const char op = t == 'N' ? 'n' : 't';
+      const int one = 1;
+      auto a = random_vector<double>((size_t)m * n);
+      dense M(m, n);
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < m; ++i) M(i, j) = a[i + (size_t)j * m];
+      auto x = random_vector<double>(op == 'n' ? n : m), y = random_vector<double>(op == 'n' ? m : n);
+      const double alpha = 0.75, beta = -1.25;
+      auto y1 = y;
+      dgemv(&t, &m, &n, &alpha, a.data(), &m, x.data(), &one, &beta, y1.data(), &one);
+      check_product(M, op, alpha, x, 1, y, beta, y1, 1, "dgemv table");
+    }
+  }
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  int m = 70, n = 3, one = 1;
+  std::vector<double> a(m * n, 1.0), x(n, 1.0), y(m, nan);
+  const double alpha = 1, zero = 0, two = 2;
+  dgemv("N", &m, &n, &alpha, a.data(), &m, x.data(), &one, &zero, y.data(), &one);
+  for (double v : y) EXPECT_EQ(v, 3);  // beta 0 wipes NaN
+  std::vector<double> an(m * n, nan), xn(n, nan);
+  dgemv("N", &m, &n, &zero, an.data(), &m, xn.data(), &one, &two, y.data(), &one);
+  for (double v : y) EXPECT_EQ(v, 6);  // alpha 0 reads neither A nor x
+  zvx_complex16 za = {0, 0}, zb = {0, 0}, zn = {nan, nan};
+  std::vector<zvx_complex16> zy(m, zn), zA(m * n, zn), zx(n, zn);
+  zgemv("C", &m, &n, &za, zA.data(), &m, zx.data(), &one, &zb, zy.data(), &one);
+  for (int i = 0; i < n; ++i) EXPECT_TRUE(zy[i].real == 0 && zy[i].imag == 0);  // y has n elements
+  EXPECT_TRUE(std::isnan(zy[n].real));
+}
+
+template <class T> void check_ger() {
+  SCOPED_TRACE(info<T>::name);
+  using F = void (*)(const int*, const int*, const T*, const T*, const int*, const T*, const int*, T*, const int*);
+  std::vector<std::pair<F, bool>> forms;
+  if constexpr (std::is_same_v<T, float>) forms = {{sger, false}};
+  if constexpr (std::is_same_v<T, double>) forms = {{dger, false}};
+  if constexpr (std::is_same_v<T, zvx_complex8>) forms = {{cgeru, false}, {cgerc, true}};
+  if constexpr (std::is_same_v<T, zvx_complex16>) forms = {{zgeru, false}, {zgerc, true}};
+  for (auto [ger, conjugate] : forms)
+    for (int m : {0, 1, 7, 64, 99})
+      for (int n : {0, 1, 5, 33})
+        for (auto [incx, incy] : {std::pair{1, 1}, {-2, 1}, {1, -1}, {3, 2}}) {
+          const int lda = std::max(m, 1) + 1;
+          auto a = random_vector<T>((size_t)lda * std::max(n, 1));
+          auto x = random_vector<T>(storage(m, incx)), y = random_vector<T>(storage(n, incy));
+          const T alpha = random_value<T>();
+          auto a1 = a;
+          ger(&m, &n, &alpha, x.data(), &incx, y.data(), &incy, a1.data(), &lda);
+          for (int j = 0; j < n; ++j)
+            for (int i = 0; i < m; ++i) {
+              lc yj = L(y[at(j, n, incy)]);
+              if (conjugate) yj = std::conj(yj);
+              const lc want = L(a[i + (size_t)j * lda]) + L(alpha) * L(x[at(i, m, incx)]) * yj;
+              ASSERT_TRUE(close<T>(L(a1[i + (size_t)j * lda]), want, 4, 8)) << m << " " << n << " " << i << " " << j;
+            }
+        }
+}
+
+TEST(Ger, AllForms) {
+  check_ger<float>();
+  check_ger<double>();
+  check_ger<zvx_complex8>();
+  check_ger<zvx_complex16>();
+  // A zero in y leaves its column alone even where x holds infinity.
+  int m = 3, n = 2, one = 1;
+  double x[3] = {INFINITY, 1, 2}, y[2] = {0, 1}, a[6] = {1, 2, 3, 4, 5, 6}, alpha = 2;
+  dger(&m, &n, &alpha, x, &one, y, &one, a, &m);
+  EXPECT_EQ(a[0], 1);
+  EXPECT_EQ(a[2], 3);
+  EXPECT_EQ(a[4], 7);
+}
+
+// The triangular operator a storage form holds, with its letters interpreted: unknown uplo is
+// lower, unknown diag unit.
+struct tri_case {
+  char uplo, trans, diag;
+};
+const tri_case tri_cases[] = {{'U', 'N', 'N'}, {'u', 'n', 'n'}, {'L', 'N', 'N'}, {'U', 'T', 'U'}, {'L', 'T', 'N'},
+                              {'U', 'C', 'N'}, {'l', 'c', 'u'}, {'X', 'N', 'N'}, {'U', 'X', 'X'}, {'Q', 't', 'N'}};
+
+enum class storage_kind { full, band, packed };
+
+// Fills storage of the kind from random values; the dense operator in M (triangle only, diagonal
+// 1 when unit); unreferenced storage holds NaN. Off-diagonal values are kept small so the solves
+// are well conditioned.
+template <class T>
+std::vector<T> make_triangle(storage_kind kind, bool upper, bool unit, int n, int k, int lda, dense& M) {
+  std::vector<T> s;
+  if (kind == storage_kind::full) s.assign((size_t)lda * std::max(n, 1), nan_value<T>());
+  else if (kind == storage_kind::band) s.assign((size_t)lda * std::max(n, 1), nan_value<T>());
+  else s.assign((size_t)n * (n + 1) / 2 + 1, nan_value<T>());
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < n; ++i) {
+      const bool in = upper ? (i <= j && (kind != storage_kind::band || j - i <= k))
+                            : (i >= j && (kind != storage_kind::band || i - j <= k));
+      if (!in) continue;
+      T v = random_value<T>();
+      if (i == j) v = make<T>(L(v) + lc(2, 0));
+      else v = make<T>(L(v) * (long double)(1.0 / (n + 1)));
+      size_t p;
+      if (kind == storage_kind::full) p = i + (size_t)j * lda;
+      else if (kind == storage_kind::band) p = (upper ? (size_t)(k + i - j) : (size_t)(i - j)) + (size_t)j * lda;
+      else p = upper ? i + (size_t)j * (j + 1) / 2 : (size_t)j * n - (size_t)j * (j - 1) / 2 + i - j;
+      if (i == j && unit) {
+        s[p] = nan_value<T>();  // a unit diagonal is not read
+        M(i, j) = 1;
+      } else {
+        s[p] = v;
+        M(i, j) = L(v);
+      }
+    }
+  return s;
+}
+
+template <class T> void check_triangular(storage_kind kind) {
+  SCOPED_TRACE(info<T>::name);
+  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, 31, 32, 33, 64, 65, 97, 130}
+                                                             : std::vector<int>{0, 1, 4, 17, 40};
+  for (int n : sizes)
+    for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 3, n + 2} : std::vector<int>{0})
+      for (const tri_case& c : tri_cases)
+        for (int incx : {1, -1, 2, -3}) {
+          SCOPED_TRACE(::testing::Message() << "n " << n << " k " << k << " " << c.uplo << c.trans << c.diag << " incx " << incx);
+          const bool upper = c.uplo == 'U' || c.uplo == 'u';
+          const bool unit = !(c.diag == 'N' || c.diag == 'n');
+          const char op = meaning_tri(c.trans, info<T>::cx);
+          const int lda = kind == storage_kind::band ? k + 2 : std::max(n, 1) + 2;
+          dense M(n, n);
+          auto a = make_triangle<T>(kind, upper, unit, n, k, lda, M);
+          auto x = random_vector<T>(storage(n, incx));
+          // Multiply: x1 = op(M) x.
+          auto x1 = x;
+          if (kind == storage_kind::full) l2<T>::trmv(&c.uplo, &c.trans, &c.diag, &n, a.data(), &lda, x1.data(), &incx);
+          else if (kind == storage_kind::band) l2<T>::tbmv(&c.uplo, &c.trans, &c.diag, &n, &k, a.data(), &lda, x1.data(), &incx);
+          else l2<T>::tpmv(&c.uplo, &c.trans, &c.diag, &n, a.data(), x1.data(), &incx);
+          check_product(M, op, 1, x, incx, x, 0, x1, incx, "multiply");
+          // Solve: op(M) x2 = x, checked by the residual.
+          auto x2 = x;
+          if (kind == storage_kind::full) l2<T>::trsv(&c.uplo, &c.trans, &c.diag, &n, a.data(), &lda, x2.data(), &incx);
+          else if (kind == storage_kind::band) l2<T>::tbsv(&c.uplo, &c.trans, &c.diag, &n, &k, a.data(), &lda, x2.data(), &incx);
+          else l2<T>::tpsv(&c.uplo, &c.trans, &c.diag, &n, a.data(), x2.data(), &incx);
+          std::vector<T> back(x.size());
+          for (int i = 0; i < n; ++i) {
+            lc s = 0;
+            for (int j = 0; j < n; ++j) {
+              lc m = op == 'n' ? M(i, j) : M(j, i);
+              if (op == 'c') m = std::conj(m);
+              s += m * L(x2[at(j, n, incx)]);
+            }
+            ASSERT_TRUE(close<T>(s, L(x[at(i, n, incx)]), 4, 16 + 2 * n)) << "solve row " << i;
+          }
+        }
+}
+
+TEST(Triangular, FullBandPackedAllTypes) {
+  for (storage_kind kind : {storage_kind::full, storage_kind::band, storage_kind::packed}) {
+    SCOPED_TRACE((int)kind);
+    check_triangular<float>(kind);
+    check_triangular<double>(kind);
+    check_triangular<zvx_complex8>(kind);
+    check_triangular<zvx_complex16>(kind);
+  }
+}
+
+// Symmetric (real) or Hermitian (complex) operator in full, packed or band storage; for the
+// Hermitian forms the stored diagonal carries an imaginary part that must be ignored.
+template <class T> void check_symmetric_multiply(storage_kind kind) {
+  SCOPED_TRACE(info<T>::name);
+  const bool herm = info<T>::cx;
+  for (int n : {0, 1, 3, 4, 5, 9, 33, 70})
+    for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 4, n + 1} : std::vector<int>{0})
+      for (char uplo : {'U', 'u', 'L', 'Z'})
+        for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {2, -1}}) {
+          SCOPED_TRACE(::testing::Message() << "n " << n << " k " << k << " uplo " << uplo << " incx " << incx << " incy " << incy);
+          const bool upper = uplo == 'U' || uplo == 'u';
+          const int lda = kind == storage_kind::band ? k + 1 : std::max(n, 1) + 1;
+          dense M(n, n);
+          std::vector<T> a = make_triangle<T>(kind, upper, false, n, k, lda, M);
+          for (int j = 0; j < n; ++j)
+            for (int i = 0; i < n; ++i) {
+              const bool stored = upper ? i <= j : i >= j;
+              if (i == j && herm) M(i, j) = lc(M(i, j).real(), 0);
+              else if (!stored) M(i, j) = herm ? std::conj(M(j, i)) : M(j, i);
+            }
+          auto x = random_vector<T>(storage(n, incx)), y = random_vector<T>(storage(n, incy));
+          const T alpha = random_value<T>(), beta = random_value<T>();
+          auto y1 = y;
+          if (kind == storage_kind::full) l2<T>::symv(&uplo, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y1.data(), &incy);
+          else if (kind == storage_kind::packed) l2<T>::spmv(&uplo, &n, &alpha, a.data(), x.data(), &incx, &beta, y1.data(), &incy);
+          else l2<T>::sbmv(&uplo, &n, &k, &alpha, a.data(), &lda, x.data(), &incx, &beta, y1.data(), &incy);
+          check_product(M, 'n', L(alpha), x, incx, y, L(beta), y1, incy, "symmetric multiply");
+        }
+}
+
+TEST(SymmetricMultiply, FullPackedBandAllTypes) {
+  for (storage_kind kind : {storage_kind::full, storage_kind::packed, storage_kind::band}) {
+    SCOPED_TRACE((int)kind);
+    check_symmetric_multiply<float>(kind);
+    check_symmetric_multiply<double>(kind);
+    check_symmetric_multiply<zvx_complex8>(kind);
+    check_symmetric_multiply<zvx_complex16>(kind);
+  }
+  // alpha 0 and beta 0 store zeros and read no A.
+  int n = 6, one = 1;
+  const double nan = std::numeric_limits<double>::quiet_NaN(), zero = 0;
+  std::vector<double> a(36, nan), x(6, nan), y(6, nan);
+  dsymv("U", &n, &zero, a.data(), &n, x.data(), &one, &zero, y.data(), &one);
+  for (double v : y) EXPECT_EQ(v, 0);
+}
+
+template <class T> void check_gbmv() {
+  SCOPED_TRACE(info<T>::name);
+  for (int m : {0, 1, 6, 20})
+    for (int n : {0, 1, 5, 21})
+      for (auto [kl, ku] : {std::pair{0, 0}, {1, 2}, {3, 0}, {25, 25}})
+        for (char t : {'N', 'T', 'C', 'X'})
+          for (auto [incx, incy] : {std::pair{1, 1}, {-2, 1}, {1, -3}}) {
+            SCOPED_TRACE(::testing::Message() << m << " " << n << " " << kl << " " << ku << " " << t << " " << incx << " " << incy);
+            const char op = meaning_tri(t, info<T>::cx);
+            const int lda = kl + ku + 2;
+            std::vector<T> a((size_t)lda * std::max(n, 1), nan_value<T>());
+            dense M(m, n);
+            for (int j = 0; j < n; ++j)
+              for (int i = std::max(0, j - ku); i <= std::min(m - 1, j + kl); ++i) {
+                const T v = random_value<T>();
+                a[(size_t)(ku + i - j) + (size_t)j * lda] = v;
+                M(i, j) = L(v);
+              }
+            const int lenx = op == 'n' ? n : m, leny = op == 'n' ? m : n;
+            auto x = random_vector<T>(storage(lenx, incx)), y = random_vector<T>(storage(leny, incy));
+            const T alpha = random_value<T>(), beta = random_value<T>();
+            auto y1 = y;
+            l2<T>::gbmv(&t, &m, &n, &kl, &ku, &alpha, a.data(), &lda, x.data(), &incx, &beta, y1.data(), &incy);
+            if (m == 0 || n == 0) {
+              for (size_t i = 0; i < y.size(); ++i) ASSERT_TRUE(same_bits(y[i], y1[i]));
+              continue;
+            }
+            check_product(M, op, L(alpha), x, incx, y, L(beta), y1, incy, "gbmv");
+          }
+}
+
+TEST(BandMultiply, GeneralBandAllTypes) {
+  check_gbmv<float>();
+  check_gbmv<double>();
+  check_gbmv<zvx_complex8>();
+  check_gbmv<zvx_complex16>();
+}
+
+// Rank updates: one routine runner per form, with the dense expectation built alongside.
+template <class T> struct rank_form {
+  const char* name;
+  bool packed, two, herm;
+  std::function<void(const char*, int, const void* alpha, const T* x, int incx, const T* y, int incy, T* a, int lda)> run;
+};
+
+template <class T> std::vector<rank_form<T>> rank_forms();
+#define RF_REAL(T, p)                                                                                                        \
+  template <> std::vector<rank_form<T>> rank_forms<T>() {                                                                    \
+    return {                                                                                                                  \
+        {#p "syr", false, false, false, [](const char* u, int n, const void* al, const T* x, int ix, const T*, int, T* a, int lda) { p##syr(u, &n, (const T*)al, x, &ix, a, &lda); }}, \
+        {#p "spr", true, false, false, [](const char* u, int n, const void* al, const T* x, int ix, const T*, int, T* a, int) { p##spr(u, &n, (const T*)al, x, &ix, a); }}, \
+        {#p "syr2", false, true, false, [](const char* u, int n, const void* al, const T* x, int ix, const T* y, int iy, T* a, int lda) { p##syr2(u, &n, (const T*)al, x, &ix, y, &iy, a, &lda); }}, \
+        {#p "spr2", true, true, false, [](const char* u, int n, const void* al, const T* x, int ix, const T* y, int iy, T* a, int) { p##spr2(u, &n, (const T*)al, x, &ix, y, &iy, a); }}}; \
+  }
+RF_REAL(float, s)
+RF_REAL(double, d)
+#define RF_CX(T, R, p)                                                                                                       \
+  template <> std::vector<rank_form<T>> rank_forms<T>() {                                                                    \
+    return {                                                                                                                  \
+        {#p "her", false, false, true, [](const char* u, int n, const void* al, const T* x, int ix, const T*, int, T* a, int lda) { p##her(u, &n, (const R*)al, x, &ix, a, &lda); }}, \
+        {#p "hpr", true, false, true, [](const char* u, int n, const void* al, const T* x, int ix, const T*, int, T* a, int) { p##hpr(u, &n, (const R*)al, x, &ix, a); }}, \
+        {#p "her2", false, true, true, [](const char* u, int n, const void* al, const T* x, int ix, const T* y, int iy, T* a, int lda) { p##her2(u, &n, (const T*)al, x, &ix, y, &iy, a, &lda); }}, \
+        {#p "hpr2", true, true, true, [](const char* u, int n, const void* al, const T* x, int ix, const T* y, int iy, T* a, int) { p##hpr2(u, &n, (const T*)al, x, &ix, y, &iy, a); }}}; \
+  }
+RF_CX(zvx_complex8, float, c)
+RF_CX(zvx_complex16, double, z)
+
+template <class T> void check_rank_updates() {
+  for (const auto& f : rank_forms<T>()) {
+    SCOPED_TRACE(f.name);
+    for (int n : {0, 1, 4, 13})
+      for (char uplo : {'U', 'l', 'W'})
+        for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {3, -2}}) {
+          const bool upper = uplo == 'U';
+          const int lda = std::max(n, 1) + 1;
+          dense M(n, n);
+          auto a = make_triangle<T>(f.packed ? storage_kind::packed : storage_kind::full, upper, false, n, 0, lda, M);
+          auto x = random_vector<T>(storage(n, incx)), y = random_vector<T>(storage(n, incy));
+          if (n > 2) {  // a zero in x (and y) skips a column
+            x[at(1, n, incx)] = make<T>(0);
+            y[at(1, n, incy)] = make<T>(0);
+          }
+          // Alpha is real for the one-operand Hermitian forms: pass the real part first in memory.
+          T alpha = random_value<T>();
+          lc al = L(alpha);
+          if (f.herm && !f.two) al = lc(al.real(), 0);
+          auto a1 = a;
+          f.run(&uplo, n, &alpha, x.data(), incx, y.data(), incy, a1.data(), lda);
+          auto cj = [&](lc v) { return f.herm ? std::conj(v) : v; };
+          for (int j = 0; j < n; ++j)
+            for (int i = 0; i < n; ++i) {
+              if (upper ? i > j : i < j) continue;
+              const size_t p = f.packed ? (upper ? i + (size_t)j * (j + 1) / 2 : (size_t)j * n - (size_t)j * (j - 1) / 2 + i - j)
+                                        : i + (size_t)j * lda;
+              const lc xi = L(x[at(i, n, incx)]), xj = L(x[at(j, n, incx)]);
+              lc want = M(i, j) + al * xi * cj(xj);
+              if (f.two) {
+                const lc yi = L(y[at(i, n, incy)]), yj = L(y[at(j, n, incy)]);
+                want = M(i, j) + al * xi * cj(yj) + cj(al) * yi * cj(xj);
+              }
+              if (f.herm && i == j) want = lc(want.real(), 0);
+              ASSERT_TRUE(close<T>(L(a1[p]), want, 8, 8)) << "n " << n << " uplo " << uplo << " " << i << " " << j;
+              if (f.herm && i == j) EXPECT_EQ(L(a1[p]).imag(), 0);
+            }
+        }
+  }
+}
+
+TEST(RankUpdates, SymmetricAndHermitianAllForms) {
+  check_rank_updates<float>();
+  check_rank_updates<double>();
+  check_rank_updates<zvx_complex8>();
+  check_rank_updates<zvx_complex16>();
+}
+
+TEST(RankUpdates, ComplexSymmetricPacked) {
+  for (int n : {0, 1, 5, 12})
+    for (char uplo : {'U', 'l'})
+      for (int incx : {1, -2}) {
+        const bool upper = uplo == 'U';
+        dense M(n, n);
+        auto a = make_triangle<zvx_complex8>(storage_kind::packed, upper, false, n, 0, 1, M);
+        auto x = random_vector<zvx_complex8>(storage(n, incx));
+        const zvx_complex8 alpha = random_value<zvx_complex8>();
+        auto a1 = a;
+        cspr(&uplo, &n, &alpha, x.data(), &incx, a1.data());
+        for (int j = 0; j < n; ++j)
+          for (int i = upper ? 0 : j; i <= (upper ? j : n - 1); ++i) {
+            const size_t p = upper ? i + (size_t)j * (j + 1) / 2 : (size_t)j * n - (size_t)j * (j - 1) / 2 + i - j;
+            const lc want = M(i, j) + L(alpha) * L(x[at(i, n, incx)]) * L(x[at(j, n, incx)]);  // no conjugate
+            ASSERT_TRUE(close<zvx_complex8>(L(a1[p]), want, 8, 8));
+          }
+      }
+  // Argument checks, in order, reported through the error reporter byte for byte; nothing changes.
+  struct bad { char uplo; int n, incx; const char* text; };
+  for (const bad& b : {bad{'X', 3, 1, "ZVX ERROR : Parameter 1 was incorrect on entry to CSPR  \n"},
+                       bad{'X', -1, 0, "ZVX ERROR : Parameter 1 was incorrect on entry to CSPR  \n"},
+                       bad{'u', -1, 0, "ZVX ERROR : Parameter 2 was incorrect on entry to CSPR  \n"},
+                       bad{'L', 2, 0, "ZVX ERROR : Parameter 5 was incorrect on entry to CSPR  \n"}}) {
+    zvx_complex8 ap[6] = {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}}, x[3] = {{1, 0}, {1, 0}, {1, 0}}, alpha = {1, 0};
+    const std::string out = zvx_test::capture_stderr([&] { cspr(&b.uplo, &b.n, &alpha, x, &b.incx, ap); });
+    EXPECT_EQ(out, b.text);
+    EXPECT_EQ(ap[0].real, 1);
+    EXPECT_EQ(ap[5].imag, 6);
+  }
+}
+
+}  // namespace
