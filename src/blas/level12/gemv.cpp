@@ -97,15 +97,16 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     bool prefetch = true;
     if (std::is_same_v<T, double> && unit)
       prefetch = o == op::n ? !dgemv_n_small(m, n) : !dgemv_t_small(m, n);
-    for (long i = 0; i < m64; i += strip_rows) {
+    // With unit increments the kernels take all strips in one call: not transposed, the strips
+    // are independent; transposed, the kernel adds each strip's sums to y strip by strip.
+    if (unit && m64 > 0) {
+      if (o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0, prefetch);
+      else k.gemv_t(m64, n, alpha, a, lda, x0, y0, prefetch);
+    }
+    for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;
-      if (o == op::n) {
-        if (unit) k.gemv_n(strip_rows, n, alpha, strip, lda, x0, y0 + i, prefetch);
-        else gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
-      } else {
-        if (unit) k.gemv_t(strip_rows, n, alpha, strip, lda, x0 + i, y0, prefetch);
-        else gemv_t_strided<T>(o, strip_rows, n, alpha, strip, lda, x0 + i * incx, incx, y0, incy);
-      }
+      if (o == op::n) gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
+      else gemv_t_strided<T>(o, strip_rows, n, alpha, strip, lda, x0 + i * incx, incx, y0, incy);
     }
     const long rest = m - m64;
     if (rest > 0) {
@@ -118,19 +119,19 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
       }
     }
   } else {
-    for (long i = 0; i < m64; i += strip_rows) {
+    if (unit && m64 > 0) {
+      if (o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0);
+      else k.gemv_t(m64, n, alpha, a, lda, x0, y0, o == op::c);
+    }
+    for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;
-      if (o == op::n) {
-        if (unit) k.gemv_n(strip_rows, n, alpha, strip, lda, x0, y0 + i);
-        else gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
-      } else {
-        if (unit) k.gemv_t(strip_rows, n, alpha, strip, lda, x0 + i, y0, o == op::c);
-        else gemv_t_strided<T>(o, strip_rows, n, alpha, strip, lda, x0 + i * incx, incx, y0, incy);
-      }
+      if (o == op::n) gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
+      else gemv_t_strided<T>(o, strip_rows, n, alpha, strip, lda, x0 + i * incx, incx, y0, incy);
     }
     const long rest = m - m64;
     if (rest > 0) {
       if (o == op::n) gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
+      else if (unit) k.gemv_t(rest, n, alpha, a + m64, lda, x0 + m64, y0, o == op::c);
       else gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
     }
   }

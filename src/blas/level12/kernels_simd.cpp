@@ -3,6 +3,8 @@
 // AVX2, 64 bytes for AVX-512. Multiply-adds are explicit FMAs where the processor has them.
 #include <immintrin.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "blas/level12/kernels.h"
@@ -24,9 +26,18 @@ constexpr int reduction_unroll = 4;
 // Vectors of y held in registers across the columns of a not transposed gemv strip: 8 of the 16
 // (AVX2) or 32 (AVX-512) registers, leaving room for the columns and the broadcasts.
 constexpr int gemv_n_register_vectors = 8;
-// Columns ahead whose strip segment the prefetching gemv kernels request: a 64-row strip of
-// doubles is 8 lines per column, so four columns cover the memory latency at the streaming rate.
-constexpr int gemv_prefetch_columns = 4;
+// Rows of the gemv strip: the tile whose partial results (transposed case) reach y one strip
+// after another; callers see its effect on rounding, so it is fixed.
+constexpr long strip_rows = 64;
+// Columns a not transposed gemv kernel takes before it moves down the rows (the transposed one
+// takes one group of W columns, the lanes of a vector). Eight columns keep eight sequential
+// streams for the hardware prefetcher and eight pages for the TLB, where walking all columns per
+// strip would touch a new page for every column of a large matrix. Each element of y sees its
+// updates in the order of a plain walk, so the results don't depend on this constant.
+constexpr long gemv_column_chunk = 8;
+// How far ahead, in rows, the prefetching gemv kernels request the columns they are walking:
+// two strips of doubles, 1 KiB per column, cover the memory latency at the streaming rate.
+constexpr long gemv_prefetch_rows = 128;
 // Copies longer than this many bytes store around the cache: the target won't be read back
 // before it has been evicted (half of the last-level cache share of one core).
 constexpr long copy_stream_bytes = 4L << 20;
@@ -297,11 +308,12 @@ template <class T> long iamax(long n, const T* x) {
 }
 
 // ---- level 2, real ----------------------------------------------------------------------------
-// y(0:m) += A * (alpha * x): y is kept in registers in blocks of `gemv_n_register_vectors`
-// vectors while the columns stream past; two columns a pass, as y = a1 * t1 + y + a2 * t2.
+// y(0:m) += A * (alpha * x) for one block of rows: y is kept in R registers while the columns
+// stream past, two columns a pass, as y = a1 * t1 + y + a2 * t2.
 template <class T, int R>
 inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
+  constexpr int line = 64 / (int)sizeof(T);
   V<T> acc[R];
   for (int r = 0; r < R; ++r) acc[r] = ld(y + r * w);
   long j = 0;
@@ -309,10 +321,9 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
     const T* a1 = a + j * lda;
     const T* a2 = a1 + lda;
     if (prefetch) {
-      const T* p = a1 + gemv_prefetch_columns * lda;
-      for (int r = 0; r < R * w; r += 64 / (int)sizeof(T)) {
-        __builtin_prefetch(p + r, 0, 0);
-        __builtin_prefetch(p + lda + r, 0, 0);
+      for (int r = 0; r < R * w; r += line) {
+        __builtin_prefetch(a1 + gemv_prefetch_rows + r, 0, 0);
+        __builtin_prefetch(a2 + gemv_prefetch_rows + r, 0, 0);
       }
     }
     const V<T> t1 = bc(x[j] * alpha), t2 = bc(x[j + 1] * alpha);
@@ -326,21 +337,110 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
   for (int r = 0; r < R; ++r) st(y + r * w, acc[r]);
 }
 
+// The not transposed strips: rows are independent, so the kernel takes all strips of the call
+// at once and walks them chunk of columns by chunk of columns.
 template <class T>
 void gemv_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
   constexpr int R = gemv_n_register_vectors;
-  long i = 0;
-  for (; i + R * w <= m; i += R * w) gemv_n_block<T, R>(n, alpha, a + i, lda, x, y + i, prefetch);
-  for (; i + w <= m; i += w) gemv_n_block<T, 1>(n, alpha, a + i, lda, x, y + i, false);
-  for (; i < m; ++i) {
-    T s = y[i];
-    long j = 0;
-    for (; j + 2 <= n; j += 2)
-      s = sfma(a[i + (j + 1) * lda], x[j + 1] * alpha, sfma(a[i + j * lda], x[j] * alpha, s));
-    if (j < n) s = sfma(a[i + j * lda], x[j] * alpha, s);
-    y[i] = s;
+  static_assert(gemv_column_chunk % 2 == 0, "column pairs must not straddle chunks");
+  for (long jc = 0; jc < n; jc += gemv_column_chunk) {
+    const long jn = std::min(gemv_column_chunk, n - jc);
+    const T* ac = a + jc * lda;
+    const T* xc = x + jc;
+    long i = 0;
+    for (; i + R * w <= m; i += R * w) gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch);
+    for (; i + 4 * w <= m; i += 4 * w) gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch);
+    for (; i + w <= m; i += w) gemv_n_block<T, 1>(jn, alpha, ac + i, lda, xc, y + i, false);
+    for (; i < m; ++i) {
+      T s = y[i];
+      long j = 0;
+      for (; j + 2 <= jn; j += 2)
+        s = sfma(ac[i + (j + 1) * lda], xc[j + 1] * alpha, sfma(ac[i + j * lda], xc[j] * alpha, s));
+      if (j < jn) s = sfma(ac[i + j * lda], xc[j] * alpha, s);
+      y[i] = s;
+    }
   }
+}
+
+constexpr int bit_reverse(int k, int w) {
+  int r = 0;
+  for (int b = 1; b < w; b <<= 1) r = (r << 1) | ((k & b) ? 1 : 0);
+  return r;
+}
+
+// Shuffle indices of one level of reduce_lanes: lane l of the result takes chunk l / c of the
+// first (even chunk) or second (odd chunk) operand, from its pair of chunks 2p, 2p + 1.
+template <class E, int w, int c> struct reduce_level_masks {
+  static constexpr std::array<E, w> make(bool high) {
+    std::array<E, w> m{};
+    for (int l = 0; l < w; ++l) {
+      const int q = l / c, r = l % c, p = q / 2, s = q % 2;
+      m[l] = (E)(s * w + (2 * p + (high ? 1 : 0)) * c + r);
+    }
+    return m;
+  }
+  static constexpr std::array<E, w> lo = make(false), hi = make(true);
+};
+
+template <class T, int c> __attribute__((always_inline)) inline void reduce_level(V<T>* cur) {
+  constexpr int count = 2 * c;  // vectors entering this level
+  using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
+  using M = reduce_level_masks<E, W<T>, c>;
+  VI<T> lo, hi;
+  memcpy(&lo, M::lo.data(), sizeof lo);
+  memcpy(&hi, M::hi.data(), sizeof hi);
+#pragma GCC unroll 16
+  for (int k = 0; k < count / 2; ++k)
+    cur[k] = __builtin_shuffle(cur[2 * k], cur[2 * k + 1], lo) + __builtin_shuffle(cur[2 * k], cur[2 * k + 1], hi);
+  if constexpr (c > 1) reduce_level<T, c / 2>(cur);
+}
+
+// Sums of the lanes of W vectors at once: lane k of the result is the sum of the lanes of v[k].
+// Each level adds the two halves of pairs of vectors in one shuffle pair; entering the vectors in
+// bit-reversed order leaves the sums in natural order.
+template <class T> inline V<T> reduce_lanes(const V<T>* v) {
+  constexpr int w = W<T>;
+  V<T> cur[w];
+#pragma GCC unroll 16
+  for (int k = 0; k < w; ++k) cur[k] = v[bit_reverse(k, w)];
+  reduce_level<T, w / 2>(cur);
+  return cur[0];
+}
+
+// y(j:j+W) += alpha * A(0:rows, j:j+W)' * x for one strip: W dots at once, reduced together.
+// The transposed kernel walks one group of columns down all strips (W sequential streams), and
+// each strip adds its own sums to y, in the order of the strips.
+template <class T>
+__attribute__((always_inline)) inline void gemv_t_group(long rows, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  V<T> acc[w] = {};
+  long i = 0;
+  if (prefetch)
+    for (int k = 0; k < w; ++k)
+      for (long r = 0; r < rows; r += 64 / (long)sizeof(T)) __builtin_prefetch(a + k * lda + gemv_prefetch_rows + r, 0, 0);
+  for (; i + w <= rows; i += w) {
+    const V<T> xv = ld(x + i);
+    for (int k = 0; k < w; ++k) acc[k] = vfma(ld(a + i + k * lda), xv, acc[k]);
+  }
+  V<T> r = reduce_lanes<T>(acc);
+  for (; i < rows; ++i)
+    for (int k = 0; k < w; ++k) r[k] = sfma(a[i + k * lda], x[i], r[k]);
+  st(y, vfma(bc(alpha), r, ld(y)));
+}
+
+template <class T>
+void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  long j = 0;
+  for (; j + w <= n; j += w)
+    for (long i0 = 0; i0 < m; i0 += strip_rows)
+      gemv_t_group<T>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j, prefetch);
+  for (; j < n; ++j)
+    for (long i0 = 0; i0 < m; i0 += strip_rows) {
+      const long rows = std::min(strip_rows, m - i0);
+      y[j] = sfma(dot<T>(rows, a + i0 + j * lda, x + i0), alpha, y[j]);
+    }
 }
 
 // Rows left after the strips: sums over the columns for several rows at once, alpha applied to
@@ -364,49 +464,6 @@ void gemv_rest_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y
     for (long j = 0; j < n; ++j) s = sfma(a[i + j * lda], x[j], s);
     y[i] = sfma(alpha, s, y[i]);
   }
-}
-
-// y(0:n) += alpha * A' * x: four columns a pass, each a dot over the m rows with x from cache.
-template <class T>
-void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
-  constexpr int w = W<T>;
-  long j = 0;
-  for (; j + 4 <= n; j += 4) {
-    const T* c0 = a + j * lda;
-    const T* c1 = c0 + lda;
-    const T* c2 = c1 + lda;
-    const T* c3 = c2 + lda;
-    if (prefetch) {
-      const T* p = c0 + gemv_prefetch_columns * lda;
-      for (long r = 0; r < m; r += 64 / (long)sizeof(T)) {
-        __builtin_prefetch(p + r, 0, 0);
-        __builtin_prefetch(p + lda + r, 0, 0);
-        __builtin_prefetch(p + 2 * lda + r, 0, 0);
-        __builtin_prefetch(p + 3 * lda + r, 0, 0);
-      }
-    }
-    V<T> s0 = {}, s1 = {}, s2 = {}, s3 = {};
-    long i = 0;
-    for (; i + w <= m; i += w) {
-      const V<T> xv = ld(x + i);
-      s0 = vfma(ld(c0 + i), xv, s0);
-      s1 = vfma(ld(c1 + i), xv, s1);
-      s2 = vfma(ld(c2 + i), xv, s2);
-      s3 = vfma(ld(c3 + i), xv, s3);
-    }
-    T r0 = hsum<T>(s0), r1 = hsum<T>(s1), r2 = hsum<T>(s2), r3 = hsum<T>(s3);
-    for (; i < m; ++i) {
-      r0 = sfma(c0[i], x[i], r0);
-      r1 = sfma(c1[i], x[i], r1);
-      r2 = sfma(c2[i], x[i], r2);
-      r3 = sfma(c3[i], x[i], r3);
-    }
-    y[j] = sfma(r0, alpha, y[j]);
-    y[j + 1] = sfma(r1, alpha, y[j + 1]);
-    y[j + 2] = sfma(r2, alpha, y[j + 2]);
-    y[j + 3] = sfma(r3, alpha, y[j + 3]);
-  }
-  for (; j < n; ++j) y[j] = sfma(dot<T>(m, a + j * lda, x), alpha, y[j]);
 }
 
 // Symmetric multiply, four columns a pass: each element of the four columns outside the diagonal
@@ -557,41 +614,93 @@ template <class R> long ciamax(long n, const cplx<R>* x) {
   return best;
 }
 
-template <class R>
-void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-             cplx<R>* y) {
-  // y is kept in registers in blocks of four vectors across the columns; one column a pass.
+// y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns.
+template <class R, int B>
+inline void cgemv_n_block(long n, const cplx<R>* t, const cplx<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
-  constexpr int B = 4;
+  const V<R> sign = alternating_sign<R>();
+  V<R> acc[B];
+  for (int b = 0; b < B; ++b) acc[b] = ld(y + b * w);
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(t[j].re), ti = bc(t[j].im) * sign;
+    const R* col = &a[j * lda].re;
+    for (int b = 0; b < B; ++b) {
+      const V<R> v = ld(col + b * w);
+      acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
+    }
+  }
+  for (int b = 0; b < B; ++b) st(y + b * w, acc[b]);
+}
+
+template <class R>
+void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+  constexpr int w = W<R>;
+  constexpr int B = gemv_n_register_vectors;
   const long len = 2 * m;
   R* yr = &y->re;
-  const V<R> sign = alternating_sign<R>();
-  long i = 0;
-  for (; i + B * w <= len; i += B * w) {
-    V<R> acc[B];
-    for (int b = 0; b < B; ++b) acc[b] = ld(yr + i + b * w);
-    for (long j = 0; j < n; ++j) {
-      const cplx<R> t = alpha * x[j];
-      const V<R> tr = bc(t.re), ti = bc(t.im) * sign;
-      const R* col = &a[j * lda].re + i;
-      for (int b = 0; b < B; ++b) {
-        const V<R> v = ld(col + b * w);
-        acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
-      }
+  cplx<R> t[gemv_column_chunk];
+  for (long jc = 0; jc < n; jc += gemv_column_chunk) {
+    const long jn = std::min(gemv_column_chunk, n - jc);
+    for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
+    const cplx<R>* ac = a + jc * lda;
+    long i = 0;
+    for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B>(jn, t, ac + i / 2, lda, yr + i);
+    for (; i + w <= len; i += w) cgemv_n_block<R, 1>(jn, t, ac + i / 2, lda, yr + i);
+    for (long k = i / 2; k < m; ++k) {
+      cplx<R> s = y[k];
+      for (long j = 0; j < jn; ++j) s += ac[k + j * lda] * t[j];
+      y[k] = s;
     }
-    for (int b = 0; b < B; ++b) st(yr + i + b * w, acc[b]);
   }
-  for (long k = i / 2; k < m; ++k) {
-    cplx<R> s = y[k];
-    for (long j = 0; j < n; ++j) s += a[k + j * lda] * (alpha * x[j]);
-    y[k] = s;
+}
+
+// y(j:j+W/2) += alpha * op(A)' * x for one strip: for each column the lane products with x (p)
+// and with x's parts exchanged (q); signed, they reduce to the interleaved parts of the sums.
+template <class R>
+__attribute__((always_inline)) inline void cgemv_t_group(long rows, cplx<R> alpha, const cplx<R>* a, long lda,
+                                                        const cplx<R>* x, cplx<R>* y, bool conjugate_a) {
+  constexpr int w = W<R>;
+  constexpr int cols = w / 2;
+  V<R> acc[w] = {};
+  const R* xr = &x->re;
+  const long len = 2 * rows;
+  long i = 0;
+  for (; i + w <= len; i += w) {
+    const V<R> xv = ld(xr + i), xs = swap_pairs<R>(xv);
+    for (int k = 0; k < cols; ++k) {
+      const V<R> v = ld(&a[k * lda].re + i);
+      acc[2 * k] = vfma(v, xv, acc[2 * k]);
+      acc[2 * k + 1] = vfma(v, xs, acc[2 * k + 1]);
+    }
+  }
+  const V<R> alt = -alternating_sign<R>();  // (+1, -1, ...)
+  const V<R> one = bc(R(1));
+  for (int k = 0; k < cols; ++k) {
+    acc[2 * k] *= conjugate_a ? one : alt;
+    acc[2 * k + 1] *= conjugate_a ? alt : one;
+  }
+  V<R> r = reduce_lanes<R>(acc);
+  for (long k = 0; k < cols; ++k) {
+    cplx<R> s{r[2 * k], r[2 * k + 1]};
+    for (long ii = i / 2; ii < rows; ++ii) {
+      const cplx<R> av = a[ii + k * lda];
+      s += (conjugate_a ? conj(av) : av) * x[ii];
+    }
+    y[k] += alpha * s;
   }
 }
 
 template <class R>
-void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-             cplx<R>* y, bool conjugate_a) {
-  for (long j = 0; j < n; ++j) y[j] += alpha * cdot<R>(m, a + j * lda, x, conjugate_a);
+void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y,
+             bool conjugate_a) {
+  constexpr int cols = W<R> / 2;
+  long j = 0;
+  for (; j + cols <= n; j += cols)
+    for (long i0 = 0; i0 < m; i0 += strip_rows)
+      cgemv_t_group<R>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j, conjugate_a);
+  for (; j < n; ++j)
+    for (long i0 = 0; i0 < m; i0 += strip_rows)
+      y[j] += alpha * cdot<R>(std::min(strip_rows, m - i0), a + i0 + j * lda, x + i0, conjugate_a);
 }
 
 constexpr kernel_set table = {
