@@ -160,6 +160,17 @@ void* open_keeping_fp_control(const char* file) {
   __asm__ volatile("fnstcw %0" : "=m"(x87));
   __asm__ volatile("stmxcsr %0" : "=m"(mxcsr));
   void* handle = zvx::platform::library_open(file);
+  if (handle == nullptr && strchr(file, '/') == nullptr) {
+    // The run path normally finds a file beside this library, but only when the loader sees this
+    // library as the caller; a loader wrapped by a tool (a sanitizer's interceptor, say) does not,
+    // so the directory of this library is tried by name as well.
+    char directory[kNameRoom], mapped[kNameRoom], path[2 * kNameRoom + 2];
+    zvx::platform::library_file_name(file, mapped, sizeof mapped);
+    if (zvx::platform::library_directory(directory, sizeof directory)) {
+      snprintf(path, sizeof path, "%s/%s", directory, mapped);
+      handle = zvx::platform::library_open(path);
+    }
+  }
   __asm__ volatile("fldcw %0" : : "m"(x87));
   __asm__ volatile("ldmxcsr %0" : : "m"(mxcsr));
   return handle;

@@ -25,16 +25,21 @@ constexpr double kCostDouble[kTableLength] = {
     0.0, 52.02, 45.74, 37.88, 22.84,  // 120
     0.0, 51.93, 43.31, 37.93, 22.73,  // 125
 };
-// The single-precision loops run twice as many lanes per vector as the double ones and need
-// fewer terms: measured on an AVX-512 machine, an element of vsSin/vsCos costs 0.45 of one of
-// vdSin/vdCos (the 3.5-ulp forms 0.5), so the work per element here is the double row scaled by
-// that share, and a float call threads from about twice the length of a double one.
-constexpr double kCostSingle[kTableLength] = {
-    0.0, 23.87, 22.68, 17.29, 10.87,  // 110
-    0.0, 26.43, 24.89, 19.37, 11.93,  // 115
-    0.0, 23.41, 20.58, 17.05, 10.28,  // 120
-    0.0, 25.97, 21.66, 18.97, 11.37,  // 125
+// An element of the single-precision loops costs this share of a double one: they run twice as
+// many lanes per vector with fewer terms. Measured with arguments within a few periods (the
+// tables of the transforms), 0.43 with AVX-512 and 0.45 with AVX2; beyond |x| = 125 the float
+// loops switch to a longer reduction and cost about as much as the double ones, which only makes
+// a threaded float call pay off earlier than this share says.
+constexpr double kSingleShare = 0.45;
+struct cost_table {
+  double cost[kTableLength];
 };
+constexpr cost_table scaled(const double (&row)[kTableLength], double share) {
+  cost_table t{};
+  for (int i = 0; i < kTableLength; ++i) t.cost[i] = row[i] * share;
+  return t;
+}
+constexpr cost_table kCostSingle = scaled(kCostDouble, kSingleShare);
 
 // Result of the topology survey. fork_cost -1 means nothing threads.
 struct topology {
@@ -147,7 +152,7 @@ const topology& machine() {
 double cost_of(char precision, int function, int cls) {
   const int index = function - kFirstFunction + cls;
   if (function < kFirstFunction || index < 0 || index >= kTableLength) return 0.0;
-  return precision == 'd' ? kCostDouble[index] : kCostSingle[index];
+  return precision == 'd' ? kCostDouble[index] : kCostSingle.cost[index];
 }
 
 // Length from which this call forks, without the floor of 100: the threaders use the number of
