@@ -37,7 +37,7 @@ constexpr long strip_rows = 64;
 constexpr long gemv_column_chunk = 8;
 // How far ahead, in rows, the prefetching gemv kernels request the columns they are walking:
 // two strips of doubles, 1 KiB per column, cover the memory latency at the streaming rate.
-constexpr long gemv_prefetch_rows = 128;
+constexpr long gemv_prefetch_rows = 512;
 // Copies longer than this many bytes store around the cache: the target won't be read back
 // before it has been evicted (half of the last-level cache share of one core).
 constexpr long copy_stream_bytes = 4L << 20;
@@ -313,7 +313,6 @@ template <class T> long iamax(long n, const T* x) {
 template <class T, int R>
 inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
-  constexpr int line = 64 / (int)sizeof(T);
   V<T> acc[R];
   for (int r = 0; r < R; ++r) acc[r] = ld(y + r * w);
   long j = 0;
@@ -321,10 +320,8 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
     const T* a1 = a + j * lda;
     const T* a2 = a1 + lda;
     if (prefetch) {
-      for (int r = 0; r < R * w; r += line) {
-        __builtin_prefetch(a1 + gemv_prefetch_rows + r, 0, 0);
-        __builtin_prefetch(a2 + gemv_prefetch_rows + r, 0, 0);
-      }
+      __builtin_prefetch(a1 + gemv_prefetch_rows, 0, 0);
+      __builtin_prefetch(a2 + gemv_prefetch_rows, 0, 0);
     }
     const V<T> t1 = bc(x[j] * alpha), t2 = bc(x[j + 1] * alpha);
     for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a2 + r * w), t2, vfma(ld(a1 + r * w), t1, acc[r]));
@@ -417,8 +414,7 @@ __attribute__((always_inline)) inline void gemv_t_group(long rows, T alpha, cons
   V<T> acc[w] = {};
   long i = 0;
   if (prefetch)
-    for (int k = 0; k < w; ++k)
-      for (long r = 0; r < rows; r += 64 / (long)sizeof(T)) __builtin_prefetch(a + k * lda + gemv_prefetch_rows + r, 0, 0);
+    for (int k = 0; k < w; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows, 0, 0);
   for (; i + w <= rows; i += w) {
     const V<T> xv = ld(x + i);
     for (int k = 0; k < w; ++k) acc[k] = vfma(ld(a + i + k * lda), xv, acc[k]);
