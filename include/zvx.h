@@ -6,6 +6,7 @@
 #include "zvx_service.h"
 #include "zvx_blas12.h"
 #include "zvx_blas3.h"
+#include "zvx_lapack.h"
 #include "zvx_nvo.h"
 
 #endif

@@ -28,6 +28,8 @@ ZVX_API void zgemm(const char* transa, const char* transb, const int* m, const i
                    const int* lda, const zvx_complex16* b, const int* ldb,
                    const zvx_complex16* beta, zvx_complex16* c, const int* ldc);
 
+/* Symmetric, Hermitian and triangular operations and the cross-product reductions. */
+
 ZVX_EXTERN_C_END
 
 #endif
