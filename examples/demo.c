@@ -22,11 +22,11 @@ int main(void) {
   zvx_deallocate(b);
   freebuffers();
 
-  int spec = 1, n1 = 1000, n2 = 1000, n3 = -1, n4 = -1;
+  int query = 1, n1 = 1000, n2 = 1000, n3 = -1, n4 = -1;
   printf("ilaenv      : DGETRF block %d, DPOTRF block %d, DGEQRF block %d\n",
-         ilaenv(&spec, "DGETRF", " ", &n1, &n2, &n3, &n4, 6, 1),
-         ilaenv(&spec, "DPOTRF", " ", &n1, &n2, &n3, &n4, 6, 1),
-         ilaenv(&spec, "DGEQRF", " ", &n1, &n2, &n3, &n4, 6, 1));
+         ilaenv(&query, "DGETRF", " ", &n1, &n2, &n3, &n4, 6, 1),
+         ilaenv(&query, "DPOTRF", " ", &n1, &n2, &n3, &n4, 6, 1),
+         ilaenv(&query, "DGEQRF", " ", &n1, &n2, &n3, &n4, 6, 1));
   int major, minor, patch;
   ilaver(&major, &minor, &patch);
   printf("ilaver      : %d.%d.%d\n", major, minor, patch);

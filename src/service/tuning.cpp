@@ -134,10 +134,10 @@ answer lookup(const routine_name& r, const char* opts, int opts_len, int n1, int
 
 ZVX_EXPORT int iparmq(const int* ispec, const char* name, const char* opts, const int* n,
                       const int* ilo, const int* ihi, const int* lwork, int name_len, int opts_len) {
-  const int spec = *ispec;
-  if (spec == 12) return 75;
-  if (spec == 14) return 14;
-  if (spec != 13 && spec != 15 && spec != 16) return -1;
+  const int query = *ispec;
+  if (query == 12) return 75;
+  if (query == 14) return 14;
+  if (query != 13 && query != 15 && query != 16) return -1;
   const int nh = *ihi - *ilo + 1;
   int ns;
   if (nh < 30) ns = 2;
@@ -152,15 +152,15 @@ ZVX_EXPORT int iparmq(const int* ispec, const char* name, const char* opts, cons
   else if (nh >= 590) ns = 64;
   ns -= ns % 2;
   if (ns < 2) ns = 2;
-  if (spec == 15) return ns;
-  if (spec == 13) return nh <= 500 ? ns : ns * 3 / 2;
+  if (query == 15) return ns;
+  if (query == 13) return nh <= 500 ? ns : ns * 3 / 2;
   return ns < 14 ? 0 : 2;
 }
 
 ZVX_EXPORT int ilaenv(const int* ispec, const char* name, const char* opts, const int* n1,
                       const int* n2, const int* n3, const int* n4, int name_len, int opts_len) {
-  const int spec = *ispec;
-  switch (spec) {
+  const int query = *ispec;
+  switch (query) {
     case 4: return 6;
     case 5: return 2;
     case 6: {
@@ -179,7 +179,7 @@ ZVX_EXPORT int ilaenv(const int* ispec, const char* name, const char* opts, cons
   }
   const routine_name r = parse_name(name, name_len);
   if (!r.real() && !r.complex()) return 1;
-  if (spec == 12) {
+  if (query == 12) {
     if (eq3(r.c3, "TRF")) return 16;
     if (eq2(r.c2, "GE") && eq3(r.c3, "QRF")) {
       if (!opts_parallel(opts, opts_len)) return 16;
@@ -194,7 +194,7 @@ ZVX_EXPORT int ilaenv(const int* ispec, const char* name, const char* opts, cons
     return iparmq(ispec, name, opts, n1, n2, n3, n4, 6, 6);
   }
   const answer a = lookup(r, opts, opts_len, *n1, *n2, *n4);
-  return spec == 1 ? a.nb : spec == 2 ? a.nbmin : a.nx;
+  return query == 1 ? a.nb : query == 2 ? a.nbmin : a.nx;
 }
 
 ZVX_EXPORT void ilaver(int* major, int* minor, int* patch) {

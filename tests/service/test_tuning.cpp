@@ -168,13 +168,13 @@ TEST(Ilaver, Version) {
 
 TEST(Ieeeck, InfinityChain) {
   const float zero = 0.0f, one = 1.0f;
-  int spec = 0;
-  EXPECT_EQ(ieeeck(&spec, &zero, &one), 1);
-  spec = 1;
-  EXPECT_EQ(ieeeck(&spec, &zero, &one), 0);  // the NaN probes are not in this routine
-  spec = 0;
+  int query = 0;
+  EXPECT_EQ(ieeeck(&query, &zero, &one), 1);
+  query = 1;
+  EXPECT_EQ(ieeeck(&query, &zero, &one), 0);  // the NaN probes are not in this routine
+  query = 0;
   const float not_zero = 2.0f;
-  EXPECT_EQ(ieeeck(&spec, &not_zero, &one), 0);
+  EXPECT_EQ(ieeeck(&query, &not_zero, &one), 0);
 }
 
 }  // namespace
