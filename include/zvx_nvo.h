@@ -6,7 +6,7 @@
  * made for a newer processor ends the process with exit code 1 after a message on standard error.
  *
  * Accuracy: in the default (high-accuracy) mode the sine and cosine are within 1 ulp of the exact
- * value for every finite argument; in the faster mode within 3.5 ulp (4 ulp in single precision).
+ * value for every finite argument; in the faster mode within 3.5 ulp.
  * Long vectors are split over two OpenMP threads when threading is asked for through
  * OMP_NUM_THREADS and the vector is long enough to pay for it. */
 #ifndef ZVX_NVO_H

@@ -93,8 +93,8 @@ void drop_line_end(char* s) {
 FILE* open_config(const char* path) {
   if (FILE* f = fopen(path, "r")) return f;
   // Not found from the working directory: look beside the program, then beside this library.
-  // A path with a directory in it names one file and is not searched for.
-  if (strchr(path, '/') != nullptr) return nullptr;
+  // An absolute path names one file and is not searched for.
+  if (path[0] == '/') return nullptr;
   char directory[kNameRoom], candidate[kNameRoom];
   for (int where = 0; where < 2; ++where) {
     const bool found = where == 0 ? zvx::platform::program_directory(directory, sizeof directory)

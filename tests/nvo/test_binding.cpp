@@ -176,6 +176,41 @@ TEST(Configuration, DefaultNameIsReadFromTheWorkingDirectory) {
   EXPECT_EQ(r.stderr_text, loaded("libzvx_nvo_c3.so", 1));
 }
 
+// Without the file in the working directory, the one beside the program is read. The program is
+// this test, copied into a directory of its own and run from elsewhere.
+TEST(Configuration, FoundBesideTheProgram) {
+  temp_dir dir;
+  dir.write_config("zvx_nvo_sse2dll=" + kLibraryDir + "/libzvx_nvo_c3.so\n");
+  const std::string copy = dir.path + "/nvo_binding_copy";
+  {
+    std::ifstream in("/proc/self/exe", std::ios::binary);
+    std::ofstream out(copy, std::ios::binary);
+    out << in.rdbuf();
+  }
+  ASSERT_EQ(chmod(copy.c_str(), 0755), 0);
+  for (const char* configured : {static_cast<const char*>(nullptr), "zvx.cfg"}) {
+    const auto r = zvx_test::run_in_child([&] {
+      setenv(kClassVariable, "2", 1);
+      if (configured) setenv("ZVX_CFG_FILE", configured, 1);
+      else unsetenv("ZVX_CFG_FILE");
+      setenv("NVO_TEST_BIND_AND_TELL", "1", 1);
+      if (chdir("/") != 0) _exit(3);
+      if (!freopen("/dev/null", "w", stdout)) _exit(3);
+      execl(copy.c_str(), copy.c_str(), "--gtest_filter=Helper.BindAndTell", static_cast<char*>(nullptr));
+      _exit(4);
+    });
+    EXPECT_EQ(r.exit_code, 0);
+    EXPECT_EQ(r.stderr_text, loaded("libzvx_nvo_c3.so", 1)) << (configured ? configured : "(unset)");
+  }
+  remove(copy.c_str());
+}
+
+// Run only by the case above, in the copied program.
+TEST(Helper, BindAndTell) {
+  if (getenv("NVO_TEST_BIND_AND_TELL") == nullptr) GTEST_SKIP() << "runs inside FoundBesideTheProgram";
+  bind_and_tell();
+}
+
 // ---- loading and its failures -----------------------------------------------------------------
 
 TEST(Loading, FallsBackToTheClassZeroFile) {
