@@ -137,8 +137,15 @@ void sleep_ms(unsigned milliseconds) {
   }
 }
 
-long clock_ticks() { return static_cast<long>(clock()); }
-long clock_ticks_per_second() { return static_cast<long>(CLOCKS_PER_SEC); }
+// A wall clock in milliseconds, the resolution of the coarse clock the frequency check spins on.
+// Processor time would not do: on a busy machine the process is preempted while the time-stamp
+// counter runs on, and the estimate grows with the load.
+long clock_ticks() {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<long>(ts.tv_sec) * 1000L + ts.tv_nsec / 1000000L;
+}
+long clock_ticks_per_second() { return 1000L; }
 
 static_assert(sizeof(affinity_mask) * 8 >= 1024, "mask holds 1024 processors");
 

@@ -41,7 +41,7 @@ void console_write(const char* text, size_t length);
 // Monotonic clock in nanoseconds; false if the clock cannot be read.
 bool monotonic_ns(uint64_t* ns);
 void sleep_ms(unsigned milliseconds);
-// Processor time of the process in ticks of clock_ticks_per_second().
+// A coarse wall clock in ticks of clock_ticks_per_second().
 long clock_ticks();
 long clock_ticks_per_second();
 
