@@ -110,6 +110,89 @@ inline void stream(float* p, vf a) {
   _mm_stream_ps(p, a);
 #endif
 }
+// Loads and stores of the first `count` lanes (0 < count <= W): the tails of the loops.
+inline vd ld_part(const double* p, long count) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_pd((__mmask8)((1u << count) - 1), p);
+#elif ZVX_ISA_LEVEL == 1
+  const vdi lane = {0, 1, 2, 3};
+  return _mm256_maskload_pd(p, (__m256i)(lane < count));
+#else
+  vd r = {};
+  for (long k = 0; k < count; ++k) r[k] = p[k];
+  return r;
+#endif
+}
+inline vf ld_part(const float* p, long count) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_ps((__mmask16)((1u << count) - 1), p);
+#elif ZVX_ISA_LEVEL == 1
+  const vfi lane = {0, 1, 2, 3, 4, 5, 6, 7};
+  return _mm256_maskload_ps(p, (__m256i)(lane < (int)count));
+#else
+  vf r = {};
+  for (long k = 0; k < count; ++k) r[k] = p[k];
+  return r;
+#endif
+}
+inline void st_part(double* p, vd v, long count) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_mask_storeu_pd(p, (__mmask8)((1u << count) - 1), v);
+#elif ZVX_ISA_LEVEL == 1
+  const vdi lane = {0, 1, 2, 3};
+  _mm256_maskstore_pd(p, (__m256i)(lane < count), v);
+#else
+  for (long k = 0; k < count; ++k) p[k] = v[k];
+#endif
+}
+inline void st_part(float* p, vf v, long count) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_mask_storeu_ps(p, (__mmask16)((1u << count) - 1), v);
+#elif ZVX_ISA_LEVEL == 1
+  const vfi lane = {0, 1, 2, 3, 4, 5, 6, 7};
+  _mm256_maskstore_ps(p, (__m256i)(lane < (int)count), v);
+#else
+  for (long k = 0; k < count; ++k) p[k] = v[k];
+#endif
+}
+// Lane-wise maximum that keeps `m` where `a` is NaN.
+inline vd vmax(vd a, vd m) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_mask_max_pd(m, 0xff, a, m);  // the merge form: no undefined source
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_max_pd(a, m);
+#else
+  return _mm_max_pd(a, m);
+#endif
+}
+inline vf vmax(vf a, vf m) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_mask_max_ps(m, 0xffff, a, m);
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_max_ps(a, m);
+#else
+  return _mm_max_ps(a, m);
+#endif
+}
+// Bit k set where lane k of a equals lane k of b.
+inline unsigned eq_bits(vd a, vd b) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_cmp_pd_mask(a, b, _CMP_EQ_OQ);
+#elif ZVX_ISA_LEVEL == 1
+  return (unsigned)_mm256_movemask_pd(_mm256_cmp_pd(a, b, _CMP_EQ_OQ));
+#else
+  return (unsigned)_mm_movemask_pd(_mm_cmpeq_pd(a, b));
+#endif
+}
+inline unsigned eq_bits(vf a, vf b) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_cmp_ps_mask(a, b, _CMP_EQ_OQ);
+#elif ZVX_ISA_LEVEL == 1
+  return (unsigned)_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_EQ_OQ));
+#else
+  return (unsigned)_mm_movemask_ps(_mm_cmpeq_ps(a, b));
+#endif
+}
 template <class T> inline V<T> vabs(V<T> a) {
   using I = VI<T>;
   const I mask = I{} + (std::is_same_v<T, double> ? (long long)0x7fffffffffffffffLL : 0x7fffffff);
@@ -146,7 +229,7 @@ template <class T> void axpy(long n, T alpha, const T* x, T* y) {
     st(y + i, y0); st(y + i + w, y1); st(y + i + 2 * w, y2); st(y + i + 3 * w, y3);
   }
   for (; i + w <= n; i += w) st(y + i, vfma(va, ld(x + i), ld(y + i)));
-  for (; i < n; ++i) y[i] = sfma(alpha, x[i], y[i]);
+  if (i < n) st_part(y + i, vfma(va, ld_part(x + i, n - i), ld_part(y + i, n - i)), n - i);
 }
 
 template <class T> T dot(long n, const T* x, const T* y) {
@@ -156,10 +239,9 @@ template <class T> T dot(long n, const T* x, const T* y) {
   for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
     for (int k = 0; k < reduction_unroll; ++k)
       acc[k] = vfma(ld(x + i + k * w), ld(y + i + k * w), acc[k]);
-  for (; i + w <= n; i += w) acc[0] = vfma(ld(x + i), ld(y + i), acc[0]);
-  T s = hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
-  for (; i < n; ++i) s = sfma(x[i], y[i], s);
-  return s;
+  for (; i + w <= n; i += w) acc[1] = vfma(ld(x + i), ld(y + i), acc[1]);
+  if (i < n) acc[2] = vfma(ld_part(x + i, n - i), ld_part(y + i, n - i), acc[2]);
+  return hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
 }
 
 template <class T> void scal(long n, T alpha, T* x) {
@@ -169,16 +251,21 @@ template <class T> void scal(long n, T alpha, T* x) {
   for (; i + 4 * w <= n; i += 4 * w)
     for (int k = 0; k < 4; ++k) st(x + i + k * w, ld(x + i + k * w) * va);
   for (; i + w <= n; i += w) st(x + i, ld(x + i) * va);
-  for (; i < n; ++i) x[i] *= alpha;
+  if (i < n) st_part(x + i, ld_part(x + i, n - i) * va, n - i);
 }
 
 template <class T> void copy(long n, const T* x, T* y) {
-  if (n * (long)sizeof(T) < copy_stream_bytes) {
-    memmove(y, x, (size_t)n * sizeof(T));
-    return;
-  }
   constexpr int w = W<T>;
   long i = 0;
+  if (n * (long)sizeof(T) < copy_stream_bytes) {
+    for (; i + 4 * w <= n; i += 4 * w) {
+      const V<T> a0 = ld(x + i), a1 = ld(x + i + w), a2 = ld(x + i + 2 * w), a3 = ld(x + i + 3 * w);
+      st(y + i, a0); st(y + i + w, a1); st(y + i + 2 * w, a2); st(y + i + 3 * w, a3);
+    }
+    for (; i + w <= n; i += w) st(y + i, ld(x + i));
+    if (i < n) st_part(y + i, ld_part(x + i, n - i), n - i);
+    return;
+  }
   while (i < n && (reinterpret_cast<uintptr_t>(y + i) & (vector_bytes - 1)) != 0) {
     y[i] = x[i];
     ++i;
@@ -214,10 +301,9 @@ template <class T> T asum(long n, const T* x) {
   long i = 0;
   for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
     for (int k = 0; k < reduction_unroll; ++k) acc[k] += vabs<T>(ld(x + i + k * w));
-  for (; i + w <= n; i += w) acc[0] += vabs<T>(ld(x + i));
-  T s = hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
-  for (; i < n; ++i) s += __builtin_fabs(x[i]);
-  return s;
+  for (; i + w <= n; i += w) acc[1] += vabs<T>(ld(x + i));
+  if (i < n) acc[2] += vabs<T>(ld_part(x + i, n - i));
+  return hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
 }
 
 double sumsq_d(long n, const double* x) {
@@ -231,11 +317,13 @@ double sumsq_d(long n, const double* x) {
     }
   for (; i + w <= n; i += w) {
     const vd v = ld(x + i);
-    acc[0] = vfma(v, v, acc[0]);
+    acc[1] = vfma(v, v, acc[1]);
   }
-  double s = hsum<double>((acc[0] + acc[1]) + (acc[2] + acc[3]));
-  for (; i < n; ++i) s = sfma(x[i], x[i], s);
-  return s;
+  if (i < n) {
+    const vd v = ld_part(x + i, n - i);
+    acc[2] = vfma(v, v, acc[2]);
+  }
+  return hsum<double>((acc[0] + acc[1]) + (acc[2] + acc[3]));
 }
 
 // Single values squared and summed in double: exact squares and the range of double.
@@ -258,53 +346,26 @@ double sumsq_s(long n, const float* x) {
   return s;
 }
 
-// Strict comparison per lane keeps the first of equal maxima within a lane; across lanes the
-// smallest index of the largest value wins. A NaN never compares greater, so it is skipped.
+// Two passes: the largest magnitude by a lane-wise maximum that skips NaN, then the first position
+// that holds it, which is the one a strict scan would keep.
 template <class T> long iamax(long n, const T* x) {
   constexpr int w = W<T>;
-  constexpr int sets = 4;
-  using I = VI<T>;
+  V<T> m[4];
+  for (auto& v : m) v = bc<T>(T(__builtin_fabs(x[0])));
   long i = 0;
-  long best = 0;
-  T best_value = __builtin_fabs(x[0]);
-  if (n >= sets * w && n < (1L << 30)) {
-    V<T> m[sets];
-    I idx[sets], cur[sets];
-    for (int s = 0; s < sets; ++s) {
-      m[s] = bc(T(-1));
-      idx[s] = I{};
-      for (int k = 0; k < w; ++k) cur[s][k] = s * w + k;
-    }
-    const I step = I{} + sets * w;
-    for (; i + sets * w <= n; i += sets * w) {
-      for (int s = 0; s < sets; ++s) {
-        const V<T> a = vabs<T>(ld(x + i + s * w));
-        const I gt = a > m[s];
-        m[s] = gt ? a : m[s];
-        idx[s] = gt ? cur[s] : idx[s];
-        cur[s] += step;
-      }
-    }
-    best_value = T(-1);
-    best = -1;
-    for (int s = 0; s < sets; ++s)
-      for (int k = 0; k < w; ++k) {
-        const T v = m[s][k];
-        const long at = idx[s][k];
-        if (v > best_value || (v == best_value && at < best)) {
-          best_value = v;
-          best = at;
-        }
-      }
-  }
-  for (; i < n; ++i) {
-    const T v = __builtin_fabs(x[i]);
-    if (v > best_value) {
-      best_value = v;
-      best = i;
-    }
-  }
-  return best;
+  for (; i + 4 * w <= n; i += 4 * w)
+    for (int k = 0; k < 4; ++k) m[k] = vmax(vabs<T>(ld(x + i + k * w)), m[k]);
+  for (; i + w <= n; i += w) m[0] = vmax(vabs<T>(ld(x + i)), m[0]);
+  if (i < n) m[1] = vmax(vabs<T>(ld_part(x + i, n - i)), m[1]);
+  const V<T> mm = vmax(vmax(m[0], m[1]), vmax(m[2], m[3]));
+  T best = mm[0];
+  for (int k = 1; k < w; ++k) best = best < mm[k] ? mm[k] : best;
+  const V<T> vb = bc(best);
+  for (i = 0; i + w <= n; i += w)
+    if (const unsigned bits = eq_bits(vabs<T>(ld(x + i)), vb)) return i + __builtin_ctz(bits);
+  for (; i < n; ++i)
+    if (__builtin_fabs(x[i]) == best) return i;
+  return 0;
 }
 
 // ---- level 2, real ----------------------------------------------------------------------------
@@ -597,17 +658,33 @@ template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bo
   return s;
 }
 
-template <class R> long ciamax(long n, const cplx<R>* x) {
-  long best = 0;
-  R best_value = abs1(x[0]);
-  for (long i = 1; i < n; ++i) {
-    const R v = abs1(x[i]);
-    if (v > best_value) {
-      best_value = v;
-      best = i;
-    }
+// |re| + |im| lands in both lanes of a pair; then the two passes of the real form, on pairs.
+template <class R> long ciamax(long n, const cplx<R>* xc) {
+  constexpr int w = W<R>;
+  const R* x = &xc->re;
+  const long len = 2 * n;
+  auto measure = [](V<R> v) {
+    const V<R> a = vabs<R>(v);
+    return a + swap_pairs<R>(a);
+  };
+  V<R> m[2];
+  for (auto& v : m) v = bc(abs1(xc[0]));
+  long i = 0;
+  for (; i + 2 * w <= len; i += 2 * w) {
+    m[0] = vmax(measure(ld(x + i)), m[0]);
+    m[1] = vmax(measure(ld(x + i + w)), m[1]);
   }
-  return best;
+  for (; i + w <= len; i += w) m[0] = vmax(measure(ld(x + i)), m[0]);
+  if (i < len) m[1] = vmax(measure(ld_part(x + i, len - i)), m[1]);
+  const V<R> mm = vmax(m[0], m[1]);
+  R best = mm[0];
+  for (int k = 1; k < w; ++k) best = best < mm[k] ? mm[k] : best;
+  const V<R> vb = bc(best);
+  for (i = 0; i + w <= len; i += w)
+    if (const unsigned bits = eq_bits(measure(ld(x + i)), vb)) return (i + __builtin_ctz(bits)) / 2;
+  for (long k = i / 2; k < n; ++k)
+    if (abs1(xc[k]) == best) return k;
+  return 0;
 }
 
 // y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns.

@@ -246,6 +246,22 @@ TEST(Level1, PositionsWithTiesAndNaN) {
     f[n - 1] = 7.0f;
     EXPECT_EQ(isamax(&n, f.data(), &one), n / 2 + 1);
   }
+  // Complex forms over the vector paths: ties on |re| + |im|, NaN skipped unless first.
+  for (int n : {3, 9, 37, 64}) {
+    std::vector<zvx_complex16> zv(n, zvx_complex16{0.5, -0.25});
+    std::vector<zvx_complex8> cv(n, zvx_complex8{0.5f, -0.25f});
+    zv[n / 3] = {-1.0, 2.0};
+    zv[n - 1] = {2.0, -1.0};
+    cv[n / 2] = {0.0f, -3.0f};
+    cv[n - 1] = {3.0f, 0.0f};
+    EXPECT_EQ(izamax(&n, zv.data(), &one), n / 3 + 1);
+    EXPECT_EQ(icamax(&n, cv.data(), &one), n / 2 + 1);
+    zv[1] = {nan, 0.0};
+    EXPECT_EQ(izamax(&n, zv.data(), &one), n / 3 == 1 ? n : n / 3 + 1);
+    zv[0] = {0.0, nan};
+    EXPECT_EQ(izamax(&n, zv.data(), &one), 1);
+    EXPECT_EQ(izamin(&n, zv.data(), &one), 1);
+  }
   zvx_complex16 z[3] = {{1, -2}, {-2, 1}, {0, 2.5}};
   int three = 3;
   EXPECT_EQ(izamax(&three, z, &one), 1);  // |re| + |im| ties at 3: the first
