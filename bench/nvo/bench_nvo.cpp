@@ -29,9 +29,9 @@ double worst_ulp(const std::vector<T>& x, const std::vector<T>& r, bool sine) {
 }
 
 template <class T>
-std::vector<T> arguments(int n) {
+std::vector<T> arguments(int n, double range) {
   std::mt19937_64 rng(2026);
-  std::uniform_real_distribution<double> u(-1000.0, 1000.0);
+  std::uniform_real_distribution<double> u(-range, range);
   std::vector<T> x(n);
   for (T& v : x) v = static_cast<T>(u(rng));
   return x;
@@ -55,14 +55,19 @@ int main(int argc, char** argv) {
   zvx_bench::table t;
   t.section = "nvo";
   t.title = "Vector sine and cosine (high accuracy) against a loop of libm sin/cos, and two threads against one";
-  t.columns = {"function", "n", "threads", "ours (ns/elem)", "peer (ns/elem)", "ratio ours/peer",
+  t.columns = {"function", "arguments", "n", "threads", "ours (ns/elem)", "peer (ns/elem)", "ratio ours/peer",
                "speed-up vs libm", "max error (ulp)"};
 
   const function_row doubles[] = {{"vdSin", "libm sin", true}, {"vdCos", "libm cos", false}};
   const function_row singles[] = {{"vsSin", "libm sinf", true}, {"vsCos", "libm cosf", false}};
+  // Arguments within one period (the tables of the transforms) and over a thousand radians (where
+  // the argument reduction needs more work on both sides).
+  const double ranges[] = {3.14159, 1000.0};
   omp_set_num_threads(1);
+  for (double range : ranges)
   for (int n : sizes) {
-    const std::vector<double> x = arguments<double>(n);
+    const std::string span = range < 4 ? "[-pi, pi]" : "[-1000, 1000]";
+    const std::vector<double> x = arguments<double>(n, range);
     std::vector<double> r(n), p(n);
     for (const function_row& f : doubles) {
       auto ours = [&] { (f.sine ? vdSin : vdCos)(n, x.data(), r.data()); };
@@ -72,11 +77,11 @@ int main(int argc, char** argv) {
       };
       const auto tp = zvx_bench::time_pair(ours, peer, opt);
       ours();
-      t.add({f.name, std::to_string(n), "1", zvx_bench::fmt(tp.ours / n * 1e9, 3),
+      t.add({f.name, span, std::to_string(n), "1", zvx_bench::fmt(tp.ours / n * 1e9, 3),
              zvx_bench::fmt(tp.peer / n * 1e9, 3), zvx_bench::fmt(tp.ratio(), 3),
              zvx_bench::fmt(1.0 / tp.ratio(), 2), zvx_bench::fmt(worst_ulp(x, r, f.sine), 3)});
     }
-    const std::vector<float> xs = arguments<float>(n);
+    const std::vector<float> xs = arguments<float>(n, range);
     std::vector<float> rs(n), ps(n);
     for (const function_row& f : singles) {
       auto ours = [&] { (f.sine ? vsSin : vsCos)(n, xs.data(), rs.data()); };
@@ -86,7 +91,7 @@ int main(int argc, char** argv) {
       };
       const auto tp = zvx_bench::time_pair(ours, peer, opt);
       ours();
-      t.add({f.name, std::to_string(n), "1", zvx_bench::fmt(tp.ours / n * 1e9, 3),
+      t.add({f.name, span, std::to_string(n), "1", zvx_bench::fmt(tp.ours / n * 1e9, 3),
              zvx_bench::fmt(tp.peer / n * 1e9, 3), zvx_bench::fmt(tp.ratio(), 3),
              zvx_bench::fmt(1.0 / tp.ratio(), 2), zvx_bench::fmt(worst_ulp(xs, rs, f.sine), 3)});
     }
@@ -94,7 +99,7 @@ int main(int argc, char** argv) {
 
   // Two threads against one on a million elements: the peer column is our own one-thread time.
   const int n = 1000000;
-  const std::vector<double> x = arguments<double>(n);
+  const std::vector<double> x = arguments<double>(n, 1000.0);
   std::vector<double> r(n);
   for (const function_row& f : doubles) {
     auto ours = [&] { (f.sine ? vdSin : vdCos)(n, x.data(), r.data()); };
@@ -102,13 +107,13 @@ int main(int argc, char** argv) {
                                          [&] { omp_set_num_threads(1); ours(); }, opt);
     omp_set_num_threads(2);
     ours();
-    t.add({f.name, std::to_string(n), "2", zvx_bench::fmt(tp.ours / n * 1e9, 3),
+    t.add({f.name, "[-1000, 1000]", std::to_string(n), "2", zvx_bench::fmt(tp.ours / n * 1e9, 3),
            zvx_bench::fmt(tp.peer / n * 1e9, 3) + " (ours, 1 thread)", zvx_bench::fmt(tp.ratio(), 3),
            "x" + zvx_bench::fmt(1.0 / tp.ratio(), 2) + " over 1 thread", zvx_bench::fmt(worst_ulp(x, r, f.sine), 3)});
   }
 
   t.notes.push_back(std::string("Vector set: ") + zvx_bench::vector_isa_name() +
-                    "; arguments uniform in [-1000, 1000]; medians of alternating samples. The machine's two "
+                    "; arguments uniform in the range shown; medians of alternating samples. The machine's two "
                     "cores are shared with other builds, so figures vary by some 10% from run to run.");
   t.notes.push_back("The companion's loops are SLEEF's 1-ulp vector functions; the peer is a plain loop of the "
                     "C library's scalar functions (not vectorised: no fast-math). The two-thread rows split the "
