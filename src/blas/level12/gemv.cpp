@@ -130,7 +130,8 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     }
     const long rest = m - m64;
     if (rest > 0) {
-      if (o == op::n) gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
+      if (o == op::n && unit) k.gemv_rest_n(rest, n, alpha, a + m64, lda, x0, y0 + m64);
+      else if (o == op::n) gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
       else if (unit) k.gemv_t(rest, n, alpha, a + m64, lda, x0 + m64, y0, o == op::c);
       else gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
     }

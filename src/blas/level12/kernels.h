@@ -41,6 +41,9 @@ struct complex_kernels {
   // y(0:n) += alpha * op(A)' * x with op conjugating when `conjugate_a`; unit x and y.
   void (*gemv_t)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
                  cplx<R>* y, bool conjugate_a);
+  // The rows left after the strips, not transposed, unit increments: y(i) += alpha * sum.
+  void (*gemv_rest_n)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+                      cplx<R>* y);
 };
 
 struct kernel_set {

@@ -480,9 +480,11 @@ __attribute__((always_inline)) inline void gemv_t_group(long rows, T alpha, cons
     const V<T> xv = ld(x + i);
     for (int k = 0; k < w; ++k) acc[k] = vfma(ld(a + i + k * lda), xv, acc[k]);
   }
-  V<T> r = reduce_lanes<T>(acc);
-  for (; i < rows; ++i)
-    for (int k = 0; k < w; ++k) r[k] = sfma(a[i + k * lda], x[i], r[k]);
+  if (i < rows) {
+    const V<T> xv = ld_part(x + i, rows - i);
+    for (int k = 0; k < w; ++k) acc[k] = vfma(ld_part(a + i + k * lda, rows - i), xv, acc[k]);
+  }
+  const V<T> r = reduce_lanes<T>(acc);
   st(y, vfma(bc(alpha), r, ld(y)));
 }
 
@@ -500,26 +502,53 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
     }
 }
 
-// Rows left after the strips: sums over the columns for several rows at once, alpha applied to
-// each finished sum.
+// Rows left after the strips (fewer than 64): sums over the columns for up to eight vectors of
+// rows at once, the last one partial, and alpha applied to each finished sum. With few vectors the
+// even and odd columns go to separate sums, so that the additions don't wait on each other.
+template <class T, int NV>
+inline void gemv_rest_block(long rows, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int w = W<T>;
+  constexpr int sets = NV <= 4 ? 2 : 1;
+  const long last = rows - (NV - 1) * w;
+  V<T> s[sets][NV] = {};
+  long j = 0;
+  for (; j + sets <= n; j += sets)
+    for (int c = 0; c < sets; ++c) {
+      const V<T> xv = bc(x[j + c]);
+      const T* col = a + (j + c) * lda;
+      for (int v = 0; v < NV - 1; ++v) s[c][v] = vfma(ld(col + v * w), xv, s[c][v]);
+      s[c][NV - 1] = vfma(ld_part(col + (NV - 1) * w, last), xv, s[c][NV - 1]);
+    }
+  for (; j < n; ++j) {
+    const V<T> xv = bc(x[j]);
+    const T* col = a + j * lda;
+    for (int v = 0; v < NV - 1; ++v) s[0][v] = vfma(ld(col + v * w), xv, s[0][v]);
+    s[0][NV - 1] = vfma(ld_part(col + (NV - 1) * w, last), xv, s[0][NV - 1]);
+  }
+  if constexpr (sets == 2)
+    for (int v = 0; v < NV; ++v) s[0][v] += s[1][v];
+  const V<T> va = bc(alpha);
+  for (int v = 0; v < NV - 1; ++v) st(y + v * w, vfma(va, s[0][v], ld(y + v * w)));
+  st_part(y + (NV - 1) * w, vfma(va, s[0][NV - 1], ld_part(y + (NV - 1) * w, last)), last);
+}
+
 template <class T>
 void gemv_rest_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
-  long i = 0;
-  for (; i + w <= m; i += w) {
-    V<T> s0 = {}, s1 = {};
-    long j = 0;
-    for (; j + 2 <= n; j += 2) {
-      s0 = vfma(ld(a + i + j * lda), bc(x[j]), s0);
-      s1 = vfma(ld(a + i + (j + 1) * lda), bc(x[j + 1]), s1);
+  for (long i = 0; i < m; i += 8 * w) {
+    const long rows = std::min<long>(8 * w, m - i);
+    const T* ai = a + i;
+    T* yi = y + i;
+    switch ((rows + w - 1) / w) {
+      case 1: gemv_rest_block<T, 1>(rows, n, alpha, ai, lda, x, yi); break;
+      case 2: gemv_rest_block<T, 2>(rows, n, alpha, ai, lda, x, yi); break;
+      case 3: gemv_rest_block<T, 3>(rows, n, alpha, ai, lda, x, yi); break;
+      case 4: gemv_rest_block<T, 4>(rows, n, alpha, ai, lda, x, yi); break;
+      case 5: gemv_rest_block<T, 5>(rows, n, alpha, ai, lda, x, yi); break;
+      case 6: gemv_rest_block<T, 6>(rows, n, alpha, ai, lda, x, yi); break;
+      case 7: gemv_rest_block<T, 7>(rows, n, alpha, ai, lda, x, yi); break;
+      default: gemv_rest_block<T, 8>(rows, n, alpha, ai, lda, x, yi); break;
     }
-    if (j < n) s0 = vfma(ld(a + i + j * lda), bc(x[j]), s0);
-    st(y + i, vfma(bc(alpha), s0 + s1, ld(y + i)));
-  }
-  for (; i < m; ++i) {
-    T s = 0;
-    for (long j = 0; j < n; ++j) s = sfma(a[i + j * lda], x[j], s);
-    y[i] = sfma(alpha, s, y[i]);
   }
 }
 
@@ -727,6 +756,51 @@ void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
   }
 }
 
+// Rows after the strips, not transposed: sums over the columns of A(i, j) x(j) for up to eight
+// vectors of rows, the last one partial, then y(i) += alpha * sum.
+template <class R, int NV>
+inline void cgemv_rest_block(long len, long n, cplx<R> alpha, const R* a, long lda, const cplx<R>* x, R* y) {
+  constexpr int w = W<R>;
+  const long last = len - (NV - 1) * w;
+  const V<R> sign = alternating_sign<R>();
+  V<R> s[NV] = {};
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(x[j].re), ti = bc(x[j].im) * sign;
+    const R* col = a + 2 * j * lda;
+    for (int v = 0; v < NV; ++v) {
+      const V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
+      s[v] = vfma(ti, swap_pairs<R>(c), vfma(tr, c, s[v]));
+    }
+  }
+  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * sign;
+  for (int v = 0; v < NV; ++v) {
+    const long cnt = v < NV - 1 ? w : last;
+    const V<R> yv = ld_part(y + v * w, cnt);
+    st_part(y + v * w, vfma(ai, swap_pairs<R>(s[v]), vfma(ar, s[v], yv)), cnt);
+  }
+}
+
+template <class R>
+void cgemv_rest_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+  constexpr int w = W<R>;
+  const long len = 2 * m;
+  for (long i = 0; i < len; i += 8 * w) {
+    const long part = std::min<long>(8 * w, len - i);
+    const R* ai = &a->re + i;
+    R* yi = &y->re + i;
+    switch ((part + w - 1) / w) {
+      case 1: cgemv_rest_block<R, 1>(part, n, alpha, ai, lda, x, yi); break;
+      case 2: cgemv_rest_block<R, 2>(part, n, alpha, ai, lda, x, yi); break;
+      case 3: cgemv_rest_block<R, 3>(part, n, alpha, ai, lda, x, yi); break;
+      case 4: cgemv_rest_block<R, 4>(part, n, alpha, ai, lda, x, yi); break;
+      case 5: cgemv_rest_block<R, 5>(part, n, alpha, ai, lda, x, yi); break;
+      case 6: cgemv_rest_block<R, 6>(part, n, alpha, ai, lda, x, yi); break;
+      case 7: cgemv_rest_block<R, 7>(part, n, alpha, ai, lda, x, yi); break;
+      default: cgemv_rest_block<R, 8>(part, n, alpha, ai, lda, x, yi); break;
+    }
+  }
+}
+
 // y(j:j+W/2) += alpha * op(A)' * x for one strip: for each column the lane products with x (p)
 // and with x's parts exchanged (q); signed, they reduce to the interleaved parts of the sums.
 template <class R>
@@ -781,8 +855,8 @@ constexpr kernel_set table = {
      iamax<float>, gemv_n<float>, gemv_t<float>, gemv_rest_n<float>, symv<float>},
     {axpy<double>, dot<double>, scal<double>, copy<double>, swap<double>, asum<double>, sumsq_d,
      iamax<double>, gemv_n<double>, gemv_t<double>, gemv_rest_n<double>, symv<double>},
-    {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>},
-    {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>},
+    {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, cgemv_rest_n<float>},
+    {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>, cgemv_rest_n<double>},
 };
 
 }  // namespace
