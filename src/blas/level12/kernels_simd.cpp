@@ -812,6 +812,7 @@ __attribute__((always_inline)) inline void cgemv_t_group(long rows, cplx<R> alph
   const R* xr = &x->re;
   const long len = 2 * rows;
   long i = 0;
+  for (int k = 0; k < cols; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows / 2, 0, 0);
   for (; i + w <= len; i += w) {
     const V<R> xv = ld(xr + i), xs = swap_pairs<R>(xv);
     for (int k = 0; k < cols; ++k) {
