@@ -407,8 +407,11 @@ void gemv_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
     const T* ac = a + jc * lda;
     const T* xc = x + jc;
     long i = 0;
-    for (; i + R * w <= m; i += R * w) gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch);
-    for (; i + 4 * w <= m; i += 4 * w) gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch);
+    // Prefetch only where the column goes on beyond the distance.
+    for (; i + R * w <= m; i += R * w)
+      gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows);
+    for (; i + 4 * w <= m; i += 4 * w)
+      gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows);
     for (; i + w <= m; i += w) gemv_n_block<T, 1>(jn, alpha, ac + i, lda, xc, y + i, false);
     for (; i < m; ++i) {
       T s = y[i];
@@ -494,7 +497,8 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
   long j = 0;
   for (; j + w <= n; j += w)
     for (long i0 = 0; i0 < m; i0 += strip_rows)
-      gemv_t_group<T>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j, prefetch);
+      gemv_t_group<T>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j,
+                      prefetch && m - i0 > gemv_prefetch_rows);
   for (; j < n; ++j)
     for (long i0 = 0; i0 < m; i0 += strip_rows) {
       const long rows = std::min(strip_rows, m - i0);
