@@ -35,8 +35,9 @@ constexpr long strip_rows = 64;
 // strip would touch a new page for every column of a large matrix. Each element of y sees its
 // updates in the order of a plain walk, so the results don't depend on this constant.
 constexpr long gemv_column_chunk = 8;
-// How far ahead, in rows, the prefetching gemv kernels request the columns they are walking:
-// two strips of doubles, 1 KiB per column, cover the memory latency at the streaming rate.
+// How far ahead, in rows, the prefetching gemv kernels request the columns they are walking: 4 KiB
+// of doubles, one page. One request per column and pass starts the hardware prefetcher on the
+// next page early; a request per line measured slower, since it competes with the loads.
 constexpr long gemv_prefetch_rows = 512;
 // Copies longer than this many bytes store around the cache: the target won't be read back
 // before it has been evicted (half of the last-level cache share of one core).
