@@ -63,9 +63,16 @@ void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb,
   for (int j0 = 0; j0 < ncols; j0 += NR, pb += static_cast<index_t>(D) * NR * E) {
     const int nc = std::min(NR, ncols - j0);
     R* cj = c + j0 * ldce;
-    for (int j = 0; j < nc; ++j) {
-      _mm_prefetch(reinterpret_cast<const char*>(cj + j * ldce), _MM_HINT_T0);
-      _mm_prefetch(reinterpret_cast<const char*>(cj + j * ldce + TR * E - 1), _MM_HINT_T0);
+    // C of this register tile is wanted after the depth loop, C of the next one a whole depth
+    // later: fetch the next one now, so that a C far out in memory arrives in time also for the
+    // short depths of a rank-k update.
+    for (int jn = j0 == 0 ? 0 : NR; jn < 2 * NR; ++jn) {
+      if (j0 + jn >= ncols) break;
+      const R* p = c + (j0 + jn) * ldce;
+      constexpr int line = 64 / static_cast<int>(sizeof(R));
+#pragma GCC unroll 8
+      for (int i = 0; i < TR * E + line - 1; i += line)
+        _mm_prefetch(reinterpret_cast<const char*>(p + std::min(i, TR * E - 1)), _MM_HINT_T0);
     }
     V acc[MV][NR];
     V acci[EI ? MV : 1][EI ? NR : 1];
@@ -80,6 +87,9 @@ void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb,
     const R* b = pb;
 #pragma GCC unroll 4
     for (int l = 0; l < D; ++l) {
+      // The packed block of B is read once per row tile, mostly from L2 or L3: fetch it 16
+      // depth steps ahead (one line per step for 8 columns).
+      _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
       V av[MV];
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) av[v] = S::load(a + v * L);
@@ -159,15 +169,25 @@ void pack_a(int rows, int tr, int d, const R* a, index_t lda, const R* alpha, bo
       const R* src = a + l * ldaE;
       R* out = dst + l * trE;
       if constexpr (E == 1) {
-        if (scale)
-          for (int i = 0; i < rows; ++i) out[i] = alpha[0] * src[i];
-        else
-          for (int i = 0; i < rows; ++i) out[i] = src[i];
+        using S = simd<R>;
+        int i = 0;
+        if (scale) {
+          const auto av = S::set1(alpha[0]);
+          for (; i + S::lanes <= rows; i += S::lanes) S::store(out + i, S::mul(av, S::loadu(src + i)));
+          for (; i < rows; ++i) out[i] = alpha[0] * src[i];
+        } else {
+          for (; i + S::lanes <= rows; i += S::lanes) S::store(out + i, S::loadu(src + i));
+          for (; i < rows; ++i) out[i] = src[i];
+        }
       } else {
         if (scale)
           for (int i = 0; i < rows; ++i) cmul(src[2 * i], src[2 * i + 1], alpha[0], alpha[1], out + 2 * i);
-        else
-          for (int i = 0; i < 2 * rows; ++i) out[i] = src[i];
+        else {
+          using S = simd<R>;
+          int i = 0;
+          for (; i + S::lanes <= 2 * rows; i += S::lanes) S::store(out + i, S::loadu(src + i));
+          for (; i < 2 * rows; ++i) out[i] = src[i];
+        }
       }
       for (int i = rows * E; i < tr * E; ++i) out[i] = R(0);
     }
@@ -204,12 +224,25 @@ void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst
   for (int j0 = 0; j0 < ncols; j0 += nr, dst += d * nrE) {
     const int nc = std::min(nr, ncols - j0);
     if constexpr (OP == op_n) {
-      for (int j = 0; j < nc; ++j) {
-        const R* src = b + (j0 + j) * ldbE;
-        R* out = dst + j * E;
+      if (nc == nr) {
+        // Whole panel: walk the depth once and read the nr columns side by side, so that the
+        // writes are one contiguous stream.
+        const R* src = b + j0 * ldbE;
         for (int l = 0; l < d; ++l) {
-          out[l * nrE] = src[l * E];
-          if constexpr (E == 2) out[l * nrE + 1] = src[l * E + 1];
+          R* out = dst + l * nrE;
+          for (int j = 0; j < nr; ++j) {
+            out[j * E] = src[j * ldbE + l * E];
+            if constexpr (E == 2) out[j * E + 1] = src[j * ldbE + l * E + 1];
+          }
+        }
+      } else {
+        for (int j = 0; j < nc; ++j) {
+          const R* src = b + (j0 + j) * ldbE;
+          R* out = dst + j * E;
+          for (int l = 0; l < d; ++l) {
+            out[l * nrE] = src[l * E];
+            if constexpr (E == 2) out[l * nrE + 1] = src[l * E + 1];
+          }
         }
       }
     } else {

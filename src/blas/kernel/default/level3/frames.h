@@ -1,0 +1,39 @@
+// What the threaded frames of symm, hemm, the rank updates, trmm and trsm share: the test before
+// a fork and the region that cuts the dimension that is not the order of A into pieces.
+//
+// A frame's pieces are the runtime's thread count; piece i starts at i * chunk, the last piece
+// takes the rest, and an empty piece's offset is capped at the last row (column) so that its
+// pointers stay inside the arrays. The region is not forced to that many threads: a thread may
+// take several pieces, and a runtime that declines to fork runs them all on the caller.
+#pragma once
+#include <omp.h>
+
+#include <algorithm>
+
+#include "blas/kernel/default/level3/operations.h"
+
+namespace zvx::l3ops {
+
+// The thread count for a region, or 0 when the call must stay serial: inside a parallel region
+// the library never opens one of its own, and one thread means serial.
+inline int frame_threads() {
+  if (omp_in_parallel()) return 0;
+  const int nt = omp_get_max_threads();
+  return nt <= 1 ? 0 : nt;
+}
+
+// Runs piece(off, size) for the nt pieces of a dimension of length dim under a static schedule
+// with chunk 1.
+template <class Piece>
+void split_region(int nt, int dim, Piece piece) {
+  const int chunk = dim / nt;
+#pragma omp parallel for schedule(static, 1)
+  for (int i = 0; i < nt; ++i) {
+    int off = i * chunk;
+    const int size = i < nt - 1 ? chunk : std::max(dim - off, 0);
+    off = std::max(std::min(off, dim - 1), 0);
+    piece(off, size);
+  }
+}
+
+}  // namespace zvx::l3ops

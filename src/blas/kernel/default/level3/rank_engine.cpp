@@ -1,0 +1,184 @@
+// Serial engines of the rank-k and rank-2k updates syrk, herk, syr2k, her2k: one triangle of C
+// is updated, the other is never written.
+//
+// Beta goes to the triangle once, in a pass of its own. Then the triangle is cut into diagonal
+// blocks in ascending order: the GEMM engine computes each block's full square product into a
+// dense buffer on the stack with beta 0, and only the chosen triangle of that product is added
+// to C; the rectangle beside the block (right of it for upper, below it for lower) goes to the
+// GEMM engine with beta 1. zherk treats its small diagonal blocks by direct loops instead.
+// Hermitian diagonals come out real: their imaginary parts are set to 0.
+#include <algorithm>
+
+#include "blas/kernel/default/level3/operations.h"
+#include "blas/kernel/default/level3/operations_tuning.h"
+
+namespace zvx::l3ops {
+namespace {
+
+// beta * (triangle of C): 0 writes zeros, 1 does nothing, anything else multiplies; a
+// Hermitian diagonal loses its imaginary part whenever the pass runs.
+template <bool herm, class T, class S>
+void scale_triangle(bool upper, int n, S beta, T* c, long ldc) {
+  if (is_one(beta)) return;
+  for (int j = 0; j < n; ++j) {
+    T* cj = c + j * ldc;
+    const int i0 = upper ? 0 : j, i1 = upper ? j + 1 : n;
+    if (is_zero(beta)) {
+      for (int i = i0; i < i1; ++i) cj[i] = T{};
+    } else {
+      for (int i = i0; i < i1; ++i) cj[i] = beta * cj[i];
+      if constexpr (herm) cj[j] = from_real<T>(re(cj[j]));
+    }
+  }
+}
+
+// Adds the chosen triangle of the dense block W (syrk, herk) or of W + W^T / W + W^H (syr2k,
+// her2k) to C's diagonal block, column by column.
+template <bool herm, bool two, class T>
+void add_triangle(bool upper, int bs, const T* w, long ldw, T* c, long ldc) {
+  for (int j = 0; j < bs; ++j) {
+    T* cj = c + j * ldc;
+    const int i0 = upper ? 0 : j, i1 = upper ? j + 1 : bs;
+    for (int i = i0; i < i1; ++i) {
+      T v = w[i + j * ldw];
+      if constexpr (two) v = v + (herm ? conj(w[j + i * ldw]) : w[j + i * ldw]);
+      cj[i] = cj[i] + v;
+    }
+    if constexpr (herm) cj[j] = from_real<T>(re(cj[j]));
+  }
+}
+
+// zherk's diagonal block by direct loops: C(i, j) += alpha * op(A)(i, :) * op(A)(j, :)^H on the
+// chosen triangle. No transpose: rank-1 updates down the columns of A; transpose: dot products
+// down the columns of A.
+template <class T>
+void herk_diagonal_direct(bool upper, bool notrans, int bs, int k, real_t<T> alpha, const T* a,
+                          long lda, T* c, long ldc) {
+  for (int j = 0; j < bs; ++j) {
+    T* cj = c + j * ldc;
+    const int i0 = upper ? 0 : j, i1 = upper ? j + 1 : bs;
+    if (notrans) {
+      for (int l = 0; l < k; ++l) {
+        const T* al = a + l * lda;
+        const T t = alpha * conj(al[j]);
+        for (int i = i0; i < i1; ++i) cj[i] = cj[i] + t * al[i];
+      }
+    } else {
+      for (int i = i0; i < i1; ++i) {
+        const T* ai = a + i * lda;
+        const T* aj = a + j * lda;
+        T s{};
+        for (int l = 0; l < k; ++l) s = s + conj(ai[l]) * aj[l];
+        cj[i] = cj[i] + alpha * s;
+      }
+    }
+    cj[j] = from_real<T>(re(cj[j]));
+  }
+}
+
+// kind: 0 syrk, 1 herk, 2 syr2k, 3 her2k. S is the type of beta (real for the Hermitian ones).
+template <int kind, class T, class S>
+void rank_update(const char* uplo, const char* trans, int n, int k, T alpha, const T* a, int lda,
+                 const T* b, int ldb, S beta, T* c, int ldc) {
+  constexpr bool herm = kind == 1 || kind == 3;
+  constexpr bool two = kind >= 2;
+  if (n == 0) return;
+  if ((is_zero(alpha) || k == 0) && is_one(beta)) return;
+  const bool upper = lsame(uplo, "U") & 1;
+  const long la = lda, lb = ldb, lc = ldc;
+  scale_triangle<herm>(upper, n, beta, c, lc);
+  if (is_zero(alpha) || k == 0) return;
+  const bool notrans = lsame(trans, "N") & 1;
+  const char* ta = notrans ? "N" : (herm ? "C" : "T");
+  const char* tb = notrans ? (herm ? "C" : "T") : "N";
+  const T one = from_real<T>(1), zero{};
+  const T alpha2 = herm ? conj(alpha) : alpha;  // of the second rectangle call of her2k
+  constexpr int bsmax = kind == 0   ? tuning::syrk_block<T>
+                        : kind == 1 ? tuning::herk_block<T>
+                                    : tuning::syr2k_block;
+  constexpr bool direct = kind == 1 && std::is_same_v<T, zvx_complex16>;
+  alignas(64) T w[direct ? 1 : bsmax * bsmax];
+  // The rows of op(A) from `off` on: rows of a without transpose, columns otherwise.
+  auto rows = [&](const T* x, long ldx, int off) { return notrans ? x + off : x + off * ldx; };
+  for (int off = 0; off < n; off += bsmax) {
+    const int bs = std::min(bsmax, n - off);
+    const int r = std::max(n - off - bs, 0);
+    const T* ab = rows(a, la, off);
+    const T* ar = rows(a, la, off + bs);
+    T* cd = c + off + off * lc;
+    if constexpr (direct) {
+      herk_diagonal_direct(upper, notrans, bs, k, re(alpha), ab, la, cd, lc);
+    } else {
+      const T* bb = two ? rows(b, lb, off) : ab;
+      gemm_serial(ta, tb, bs, bs, k, alpha, ab, lda, bb, two ? ldb : lda, zero, w, bsmax);
+      add_triangle<herm, two>(upper, bs, w, bsmax, cd, lc);
+    }
+    if (upper) {
+      T* cr = c + off + (off + bs) * lc;
+      if constexpr (two) {
+        gemm_serial(ta, tb, bs, r, k, alpha, ab, lda, rows(b, lb, off + bs), ldb, one, cr, ldc);
+        gemm_serial(ta, tb, bs, r, k, alpha2, rows(b, lb, off), ldb, ar, lda, one, cr, ldc);
+      } else {
+        gemm_serial(ta, tb, bs, r, k, alpha, ab, lda, ar, lda, one, cr, ldc);
+      }
+    } else {
+      T* cr = c + (off + bs) + off * lc;
+      if constexpr (two) {
+        gemm_serial(ta, tb, r, bs, k, alpha, ar, lda, rows(b, lb, off), ldb, one, cr, ldc);
+        gemm_serial(ta, tb, r, bs, k, alpha2, rows(b, lb, off + bs), ldb, ab, lda, one, cr, ldc);
+      } else {
+        gemm_serial(ta, tb, r, bs, k, alpha, ar, lda, ab, lda, one, cr, ldc);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+template <class T>
+void syrk_engine(const char* uplo, const char* trans, const int* n, const int* k, const T* alpha,
+                 const T* a, const int* lda, const T* beta, T* c, const int* ldc) {
+  rank_update<0>(uplo, trans, *n, *k, *alpha, a, *lda, a, *lda, *beta, c, *ldc);
+}
+template <class T>
+void herk_engine(const char* uplo, const char* trans, const int* n, const int* k,
+                 const real_t<T>* alpha, const T* a, const int* lda, const real_t<T>* beta, T* c,
+                 const int* ldc) {
+  rank_update<1>(uplo, trans, *n, *k, from_real<T>(*alpha), a, *lda, a, *lda, *beta, c, *ldc);
+}
+template <class T>
+void syr2k_engine(const char* uplo, const char* trans, const int* n, const int* k,
+                  const T* alpha, const T* a, const int* lda, const T* b, const int* ldb,
+                  const T* beta, T* c, const int* ldc) {
+  rank_update<2>(uplo, trans, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
+}
+template <class T>
+void her2k_engine(const char* uplo, const char* trans, const int* n, const int* k,
+                  const T* alpha, const T* a, const int* lda, const T* b, const int* ldb,
+                  const real_t<T>* beta, T* c, const int* ldc) {
+  rank_update<3>(uplo, trans, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
+}
+
+#define ZVX_SYM_RANK(T)                                                                        \
+  template void syrk_engine<T>(const char*, const char*, const int*, const int*, const T*,     \
+                               const T*, const int*, const T*, T*, const int*);                \
+  template void syr2k_engine<T>(const char*, const char*, const int*, const int*, const T*,    \
+                                const T*, const int*, const T*, const int*, const T*, T*,      \
+                                const int*);
+#define ZVX_HER_RANK(T)                                                                        \
+  template void herk_engine<T>(const char*, const char*, const int*, const int*,               \
+                               const real_t<T>*, const T*, const int*, const real_t<T>*, T*,   \
+                               const int*);                                                    \
+  template void her2k_engine<T>(const char*, const char*, const int*, const int*, const T*,    \
+                                const T*, const int*, const T*, const int*, const real_t<T>*,  \
+                                T*, const int*);
+ZVX_SYM_RANK(float)
+ZVX_SYM_RANK(double)
+ZVX_SYM_RANK(zvx_complex8)
+ZVX_SYM_RANK(zvx_complex16)
+ZVX_HER_RANK(zvx_complex8)
+ZVX_HER_RANK(zvx_complex16)
+#undef ZVX_SYM_RANK
+#undef ZVX_HER_RANK
+
+}  // namespace zvx::l3ops
