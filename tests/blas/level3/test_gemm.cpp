@@ -37,15 +37,21 @@ TYPED_TEST(Gemm, EverySpellingOfTheOptions) {
 }
 
 // Rows across the row tiles of every instruction set (4, 8, 12, 16, 24, 48 reals or complex
-// values) and the padded last tile; columns across the register tiles (2, 3, 4, 8).
+// values) and the padded last tile; columns across the register tiles (2, 3, 4, 8); both for
+// the packed path and for the direct tiles of problems with all sizes at most 64.
 TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   using T = TypeParam;
   unsigned seed = 100;
   for (int m : {1, 2, 3, 4, 5, 7, 8, 9, 11, 12, 13, 15, 16, 17, 20, 23, 24, 25, 31, 32, 33, 47,
-                48, 49, 50, 73})
+                48, 49, 50, 73}) {
+    // Small problems go straight from the operands; a depth above 64 takes the packed path.
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 21, alpha_value<T>(), beta_value<T>(), seed++));
-  for (int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 16, 17, 25})
+    EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 70, alpha_value<T>(), beta_value<T>(), seed++));
+  }
+  for (int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 16, 17, 25, 64, 65}) {
     EXPECT_TRUE(run_case<T>('T', 'N', 13, n, 19, alpha_value<T>(), beta_value<T>(), seed++));
+    EXPECT_TRUE(run_case<T>('N', 'T', 13, n, 19, alpha_value<T>(), beta_value<T>(), seed++));
+  }
 }
 
 // Depths around the fixed depths of the kernels (8 ... 256), the main depth of each engine and

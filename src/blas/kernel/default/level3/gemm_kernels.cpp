@@ -148,6 +148,86 @@ void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb,
   }
 }
 
+// Direct register tiles for small problems: the same tile as the packed kernels, fed straight
+// from the caller's operands. op(A) must be A itself (its columns are the vectors) and op(B)
+// not conjugated (B is only broadcast, through a depth stride `bls` and a column stride
+// `bjs`). `rows` is a whole number of vectors. Columns of a narrow last panel repeat the last
+// valid column, so nothing outside B is read; their sums are dropped. Alpha multiplies the
+// finished sums.
+template <class R, int E, int MV, int NR>
+void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const R* b,
+                 index_t bls, index_t bjs, R* c, index_t ldc, const R* alpha) {
+  using S = simd<R>;
+  using V = typename S::v;
+  constexpr int L = S::lanes;
+  constexpr int EI = E == 2 ? 1 : 0;
+  const index_t ldaE = lda * E, ldce = ldc * E;
+  const int mv = rows * E / L;
+  for (int j0 = 0; j0 < ncols; j0 += NR) {
+    const int nc = std::min(NR, ncols - j0);
+    index_t boff[NR];
+    for (int j = 0; j < NR; ++j) boff[j] = (j0 + std::min(j, nc - 1)) * bjs;
+    V acc[MV][NR];
+    V acci[EI ? MV : 1][EI ? NR : 1];
+#pragma GCC unroll 16
+    for (int v = 0; v < MV; ++v)
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j) {
+        acc[v][j] = S::zero();
+        if constexpr (EI) acci[v][j] = S::zero();
+      }
+    for (int l = 0; l < depth; ++l) {
+      const R* al = a + l * ldaE;
+      const R* bl = b + l * bls;
+      V av[MV];
+#pragma GCC unroll 16
+      for (int v = 0; v < MV; ++v) av[v] = S::loadu(al + v * L);
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j) {
+        const V br = S::set1(bl[boff[j]]);
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) acc[v][j] = S::fma(av[v], br, acc[v][j]);
+        if constexpr (EI) {
+          const V bi = S::set1(bl[boff[j] + 1]);
+#pragma GCC unroll 16
+          for (int v = 0; v < MV; ++v) acci[v][j] = S::fma(av[v], bi, acci[v][j]);
+        }
+      }
+    }
+    const V ar = S::set1(alpha[0]);
+    const V ai = S::set1(EI ? alpha[EI] : R(0));
+#pragma GCC unroll 16
+    for (int v = 0; v < MV; ++v)
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j) {
+        if constexpr (EI) {
+          const V x = S::addsub(acc[v][j], S::swap_pairs(acci[v][j]));
+          acc[v][j] = S::addsub(S::mul(ar, x), S::mul(ai, S::swap_pairs(x)));
+        } else {
+          acc[v][j] = S::mul(ar, acc[v][j]);
+        }
+      }
+    R* cj = c + j0 * ldce;
+    if (nc == NR && mv == MV) {
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j)
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) {
+          R* p = cj + j * ldce + v * L;
+          S::storeu(p, S::add(S::loadu(p), acc[v][j]));
+        }
+    } else {
+      alignas(64) R tile[NR][MV * L];
+#pragma GCC unroll 16
+      for (int j = 0; j < NR; ++j)
+#pragma GCC unroll 16
+        for (int v = 0; v < MV; ++v) S::store(&tile[j][v * L], acc[v][j]);
+      for (int j = 0; j < nc; ++j)
+        for (int i = 0; i < rows * E; ++i) cj[j * ldce + i] += tile[j][i];
+    }
+  }
+}
+
 // ------------------------------------------------------------------------------------------
 // Packing. An operand is addressed by its op: element (i, l) of op(A) and (l, j) of op(B).
 
@@ -562,6 +642,54 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
   }
 }
 
+// Small problems, all three sizes at most this, with op(A) = A and op(B) not conjugated, skip
+// packing: for them the copies and the scratch cost as much as the product.
+inline constexpr int gemm_direct_limit = 64;
+
+template <class R>
+using direct_fn = void (*)(int, int, int, const R*, index_t, const R*, index_t, index_t, R*,
+                           index_t, const R*);
+
+template <class R, int E, std::size_t... M>
+constexpr auto make_direct_table(std::index_sequence<M...>) {
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  struct table {
+    direct_fn<R> fn[t.mv];
+  };
+  return table{{&direct_tile<R, E, static_cast<int>(M) + 1, t.nr>...}};
+}
+
+template <class R, int E>
+constexpr auto direct_tiles = make_direct_table<R, E>(std::make_index_sequence<engine_traits<R, E>::t.mv>{});
+
+template <class R, int E>
+bool takes_direct_tiles(int ta, int tb, int m, int n, int k) {
+  return ta == op_n && tb != op_c && m <= gemm_direct_limit && n <= gemm_direct_limit &&
+         k <= gemm_direct_limit && m * E >= simd<R>::lanes;
+}
+
+template <class R, int E>
+void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const R* a,
+                      index_t lda, const R* b, index_t ldb, const R* beta, R* c, index_t ldc) {
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  constexpr int rows_per_vec = simd<R>::lanes / E;
+  constexpr int TR = t.mv * rows_per_vec;
+  scale_block<R, E>(m, n, beta, c, ldc);
+  if (k <= 0) return;
+  const index_t bls = tb == op_n ? E : ldb * E;
+  const index_t bjs = tb == op_n ? ldb * E : E;
+  int i0 = 0;
+  while (m - i0 >= rows_per_vec) {
+    const int rows = std::min(TR, (m - i0) / rows_per_vec * rows_per_vec);
+    direct_tiles<R, E>.fn[rows / rows_per_vec - 1](n, rows, k, a + i0 * E, lda, b, bls, bjs,
+                                                   c + i0 * E, ldc, alpha);
+    i0 += rows;
+  }
+  if (i0 < m)
+    section_table<R, E>::s[ta][tb].small(m - i0, n, k, alpha, a + i0 * E, lda, b, ldb,
+                                          c + i0 * E, ldc);
+}
+
 // The path without scratch (and cgemm's direct kernel): beta on all of C, then the small kernel
 // of the section over all of C, unless alpha is 0.
 template <class R, int E>
@@ -585,6 +713,10 @@ void wrapper(const char* transa, const char* transb, int m, int n, int k, const 
   const bool alpha_zero = alpha[0] == R(0) && (E == 1 || alpha[E - 1] == R(0));
   if (alpha_zero) {  // neither A nor B is read, and no scratch is taken
     scale_block<R, E>(m, n, beta, c, ldc);
+    return;
+  }
+  if (takes_direct_tiles<R, E>(ta, tb, m, n, k)) {
+    direct_tiles_run<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
   using Z = scratch_sizes<R, E>;
@@ -621,6 +753,11 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
   if (m <= 0 || n <= 0) return;
   if (cgemm_takes_direct(m, n, k)) {
     direct<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  const bool alpha_zero = alpha[0] == 0.0f && alpha[1] == 0.0f;
+  if (!alpha_zero && takes_direct_tiles<float, 2>(ta, tb, m, n, k)) {
+    direct_tiles_run<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
   using Z = scratch_sizes<float, 2>;
