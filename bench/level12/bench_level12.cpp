@@ -212,7 +212,7 @@ template <class T> void level1(context& c, int n) {
   if (wanted(p + "axpy"))
     row(c, p + "axpy", size, 2 * es * n, 3 * es * n, 2 * fl * n, single, [&] { our_axpy(&n, &alpha, x.data(), &one, y.data(), &one); },
         [&] { peer_axpy(&n, &alpha, x.data(), &one, y2.data(), &one); });
-  if (wanted(p + "dot")) {
+  if (wanted(p + "dot") || (cx && wanted("zdotu"))) {
     if constexpr (cx) {
       auto peer = ob.get<void (*)(int, const void*, int, const void*, int, void*)>("cblas_zdotu_sub");
       zvx_complex16 r;

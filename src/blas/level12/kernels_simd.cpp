@@ -61,6 +61,9 @@ template <class T> constexpr int W = vt<T>::w;
 template <class T> inline V<T> ld(const T* p) { V<T> r; memcpy(&r, p, sizeof r); return r; }
 template <class T> inline void st(T* p, V<T> a) { memcpy(p, &a, sizeof a); }
 template <class T> inline V<T> bc(T a) { return V<T>{} + a; }
+// Pins a loaded vector to a register: without it the compiler may read the same memory again as
+// the operand of each instruction that uses it, which doubles the loads of the complex kernels.
+template <class T> inline void in_register(T& v) { __asm__("" : "+v"(v)); }
 
 inline vd vfma(vd a, vd b, vd c) {
 #if ZVX_ISA_LEVEL == 2
@@ -579,7 +582,11 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
     if (cols == 4) {
       for (; i + w <= hi; i += w) {
         const V<T> xv = ld(x + i);
-        const V<T> a0 = ld(col[0] + i), a1 = ld(col[1] + i), a2 = ld(col[2] + i), a3 = ld(col[3] + i);
+        V<T> a0 = ld(col[0] + i), a1 = ld(col[1] + i), a2 = ld(col[2] + i), a3 = ld(col[3] + i);
+        in_register(a0);
+        in_register(a1);
+        in_register(a2);
+        in_register(a3);
         V<T> yv = ld(y + i);
         yv = vfma(a0, vt[0], yv);
         yv = vfma(a1, vt[1], yv);
@@ -633,16 +640,23 @@ template <class R> void caxpy(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>*
   const long len = 2 * n;
   const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
   long i = 0;
-  for (; i + 2 * w <= len; i += 2 * w) {
-    const V<R> x0 = ld(x + i), x1 = ld(x + i + w);
-    st(y + i, vfma(ai, swap_pairs<R>(x0), vfma(ar, x0, ld(y + i))));
-    st(y + i + w, vfma(ai, swap_pairs<R>(x1), vfma(ar, x1, ld(y + i + w))));
+  for (; i + 4 * w <= len; i += 4 * w) {
+    V<R> xv[4], yv[4];
+    for (int k = 0; k < 4; ++k) {
+      xv[k] = ld(x + i + k * w);
+      in_register(xv[k]);
+    }
+    for (int k = 0; k < 4; ++k) yv[k] = vfma(ar, xv[k], ld(y + i + k * w));
+    for (int k = 0; k < 4; ++k) st(y + i + k * w, vfma(ai, swap_pairs<R>(xv[k]), yv[k]));
   }
   for (; i + w <= len; i += w) {
     const V<R> x0 = ld(x + i);
     st(y + i, vfma(ai, swap_pairs<R>(x0), vfma(ar, x0, ld(y + i))));
   }
-  for (long k = i / 2; k < n; ++k) yc[k] += alpha * xc[k];
+  if (i < len) {
+    const V<R> x0 = ld_part(x + i, len - i);
+    st_part(y + i, vfma(ai, swap_pairs<R>(x0), vfma(ar, x0, ld_part(y + i, len - i))), len - i);
+  }
 }
 
 template <class R> void cscal(long n, cplx<R> alpha, cplx<R>* xc) {
@@ -652,7 +666,8 @@ template <class R> void cscal(long n, cplx<R> alpha, cplx<R>* xc) {
   const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
   long i = 0;
   for (; i + w <= len; i += w) {
-    const V<R> v = ld(x + i);
+    V<R> v = ld(x + i);
+    in_register(v);
     st(x + i, vfma(ai, swap_pairs<R>(v), ar * v));
   }
   for (long k = i / 2; k < n; ++k) xc[k] = alpha * xc[k];
@@ -671,28 +686,34 @@ template <class R> inline cplx<R> combine(V<R> p, V<R> q, bool conjugate_x) {
   return conjugate_x ? cplx<R>{p0 + p1, q0 - q1} : cplx<R>{p0 - p1, q0 + q1};
 }
 
+// Four vectors a pass with their own sums: eight independent chains cover the FMA latency, and the
+// four exchanges a pass match the FMA rate on the one shuffle port.
 template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bool conjugate_x) {
   constexpr int w = W<R>;
   const R* x = &xc->re;
   const R* y = &yc->re;
   const long len = 2 * n;
-  V<R> p0 = {}, q0 = {}, p1 = {}, q1 = {};
+  V<R> p[4] = {}, q[4] = {};
   long i = 0;
-  for (; i + 2 * w <= len; i += 2 * w) {
-    const V<R> xa = ld(x + i), ya = ld(y + i), xb = ld(x + i + w), yb = ld(y + i + w);
-    p0 = vfma(xa, ya, p0);
-    q0 = vfma(xa, swap_pairs<R>(ya), q0);
-    p1 = vfma(xb, yb, p1);
-    q1 = vfma(xb, swap_pairs<R>(yb), q1);
-  }
+  for (; i + 4 * w <= len; i += 4 * w)
+    for (int k = 0; k < 4; ++k) {
+      V<R> xa = ld(x + i + k * w), ya = ld(y + i + k * w);
+      in_register(xa);
+      in_register(ya);
+      p[k] = vfma(xa, ya, p[k]);
+      q[k] = vfma(xa, swap_pairs<R>(ya), q[k]);
+    }
   for (; i + w <= len; i += w) {
     const V<R> xa = ld(x + i), ya = ld(y + i);
-    p0 = vfma(xa, ya, p0);
-    q0 = vfma(xa, swap_pairs<R>(ya), q0);
+    p[0] = vfma(xa, ya, p[0]);
+    q[0] = vfma(xa, swap_pairs<R>(ya), q[0]);
   }
-  cplx<R> s = combine<R>(p0 + p1, q0 + q1, conjugate_x);
-  for (long k = i / 2; k < n; ++k) s += (conjugate_x ? conj(xc[k]) : xc[k]) * yc[k];
-  return s;
+  if (i < len) {
+    const V<R> xa = ld_part(x + i, len - i), ya = ld_part(y + i, len - i);
+    p[1] = vfma(xa, ya, p[1]);
+    q[1] = vfma(xa, swap_pairs<R>(ya), q[1]);
+  }
+  return combine<R>((p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3]), conjugate_x);
 }
 
 // |re| + |im| lands in both lanes of a pair; then the two passes of the real form, on pairs.
@@ -735,7 +756,8 @@ inline void cgemv_n_block(long n, const cplx<R>* t, const cplx<R>* a, long lda, 
     const V<R> tr = bc(t[j].re), ti = bc(t[j].im) * sign;
     const R* col = &a[j * lda].re;
     for (int b = 0; b < B; ++b) {
-      const V<R> v = ld(col + b * w);
+      V<R> v = ld(col + b * w);
+      in_register(v);
       acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
     }
   }
@@ -776,7 +798,8 @@ inline void cgemv_rest_block(long len, long n, cplx<R> alpha, const R* a, long l
     const V<R> tr = bc(x[j].re), ti = bc(x[j].im) * sign;
     const R* col = a + 2 * j * lda;
     for (int v = 0; v < NV; ++v) {
-      const V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
+      V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
+      in_register(c);
       s[v] = vfma(ti, swap_pairs<R>(c), vfma(tr, c, s[v]));
     }
   }
@@ -822,9 +845,12 @@ __attribute__((always_inline)) inline void cgemv_t_group(long rows, cplx<R> alph
   long i = 0;
   for (int k = 0; k < cols; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows / 2, 0, 0);
   for (; i + w <= len; i += w) {
-    const V<R> xv = ld(xr + i), xs = swap_pairs<R>(xv);
+    V<R> xv = ld(xr + i);
+    in_register(xv);
+    const V<R> xs = swap_pairs<R>(xv);
     for (int k = 0; k < cols; ++k) {
-      const V<R> v = ld(&a[k * lda].re + i);
+      V<R> v = ld(&a[k * lda].re + i);
+      in_register(v);
       acc[2 * k] = vfma(v, xv, acc[2 * k]);
       acc[2 * k + 1] = vfma(v, xs, acc[2 * k + 1]);
     }
