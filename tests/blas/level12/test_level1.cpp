@@ -281,8 +281,8 @@ TEST(Level1, Nrm2KeepsTheRange) {
   for (double& v : many) v = 1e300;
   int n40 = 40;
   EXPECT_NEAR(dnrm2(&n40, many, &one) / (1e300 * std::sqrt(40.0)), 1, 1e-15);
-  int two = 2;
-  EXPECT_NEAR(dnrm2(&n40, many, &two) / (1e300 * std::sqrt(20.0)), 1, 1e-15);
+  int two = 2, n20 = 20;
+  EXPECT_NEAR(dnrm2(&n20, many, &two) / (1e300 * std::sqrt(20.0)), 1, 1e-15);
   // incx 0: sqrt(n) * |x(1)|.
   double x0 = -3;
   int n4 = 4;
