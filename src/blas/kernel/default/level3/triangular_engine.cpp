@@ -16,135 +16,27 @@
 
 #include "blas/kernel/default/level3/operations.h"
 #include "blas/kernel/default/level3/operations_tuning.h"
+#include "blas/kernel/default/level3/triangular_kernels.h"
+#include "service/cpu_features.h"
 
 namespace zvx::l3ops {
 namespace {
 
-enum class tri_op { n, t, c };
-
-struct tri_shape {
-  bool left;     // op(A) acts from the left
-  bool lower;    // op(A) is lower triangular (A lower without transpose, or upper with one)
-  tri_op op;     // how A is read
-  bool unit;     // unit diagonal, never read
-  const char* gemm_op;  // op of A for the GEMM engine: "N", "T" or "C"
-};
-
-// Pointer to the stored element behind op(A)(r, c).
-template <class T>
-inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
-  return s.op == tri_op::n ? a + r + c * lda : a + c + r * lda;
-}
-
-// The local dense copy of op(A) on a diagonal block of order bs: the triangle of op(A), the
-// diagonal as its value (trmm; 1 when unit) or its reciprocal (trsm; 1 when unit).
-template <bool solve, class T>
-void copy_block(const tri_shape& s, int bs, const T* a, long lda, T* t) {
-  constexpr int ld = tuning::tri_kernel_max;
-  for (int j = 0; j < bs; ++j) {
-    const int i0 = s.lower ? j + 1 : 0, i1 = s.lower ? bs : j;
-    for (int i = i0; i < i1; ++i) {
-      T v = *op_at(s, a, lda, i, j);
-      if (s.op == tri_op::c) v = conj(v);
-      t[i + j * ld] = v;
-    }
-    if (s.unit) {
-      t[j + j * ld] = from_real<T>(1);
-    } else {
-      T v = a[j + j * lda];
-      if (s.op == tri_op::c) v = conj(v);
-      t[j + j * ld] = solve ? reciprocal(v) : v;
-    }
-  }
-}
-
-// Solve kernel: op(A) X = B (left, rows rows x cols) or X op(A) = B (right), order at most
-// tri_kernel_max. Left: each column of B by substitution with columns of the local triangle;
-// right: each column of X is a combination of the columns already solved, walked down the rows.
+// The kernels of the instruction set chosen for this process.
 template <class T>
 void trsm_kernel(const tri_shape& s, int rows, int cols, const T* a, long lda, T* b, long ldb) {
-  constexpr int ld = tuning::tri_kernel_max;
-  alignas(64) T t[ld * ld];
-  const int bs = s.left ? rows : cols;
-  copy_block<true>(s, bs, a, lda, t);
-  if (s.left) {
-    for (int c = 0; c < cols; ++c) {
-      T* x = b + c * ldb;
-      if (s.lower) {
-        for (int i = 0; i < bs; ++i) {
-          const T xi = x[i] * t[i + i * ld];
-          x[i] = xi;
-          const T* ti = t + i * ld;
-          for (int j = i + 1; j < bs; ++j) x[j] = x[j] - ti[j] * xi;
-        }
-      } else {
-        for (int i = bs - 1; i >= 0; --i) {
-          const T xi = x[i] * t[i + i * ld];
-          x[i] = xi;
-          const T* ti = t + i * ld;
-          for (int j = 0; j < i; ++j) x[j] = x[j] - ti[j] * xi;
-        }
-      }
-    }
-  } else {
-    // X op(A) = B: column j of X is (B(:, j) - sum of X(:, i) op(A)(i, j) over the solved i)
-    // times the reciprocal.
-    for (int q = 0; q < bs; ++q) {
-      const int j = s.lower ? bs - 1 - q : q;
-      T* xj = b + j * ldb;
-      const int i0 = s.lower ? j + 1 : 0, i1 = s.lower ? bs : j;
-      for (int i = i0; i < i1; ++i) {
-        const T tij = t[i + j * ld];
-        const T* xi = b + i * ldb;
-        for (int r = 0; r < rows; ++r) xj[r] = xj[r] - xi[r] * tij;
-      }
-      const T dj = t[j + j * ld];
-      for (int r = 0; r < rows; ++r) xj[r] = xj[r] * dj;
-    }
-  }
+  using fn = void (*)(const tri_shape&, int, int, const T*, long, T*, long);
+  static const fn k = select_by_isa<fn>(isa_portable::trsm_kernel, isa_avx2::trsm_kernel,
+                                        isa_avx512::trsm_kernel);
+  k(s, rows, cols, a, lda, b, ldb);
 }
-
-// Multiply kernel: B = alpha * op(A) * B (left) or alpha * B * op(A) (right) in place, order at
-// most tri_kernel_max; alpha is applied as each result column is complete.
 template <class T>
 void trmm_kernel(const tri_shape& s, int rows, int cols, T alpha, const T* a, long lda, T* b,
                  long ldb) {
-  constexpr int ld = tuning::tri_kernel_max;
-  alignas(64) T t[ld * ld];
-  const int bs = s.left ? rows : cols;
-  copy_block<false>(s, bs, a, lda, t);
-  if (s.left) {
-    // Column form: x_k feeds the rows it reaches before it is itself scaled by its diagonal; the
-    // order (ascending for upper, descending for lower) reads every x_k before it changes.
-    for (int c = 0; c < cols; ++c) {
-      T* x = b + c * ldb;
-      for (int q = 0; q < bs; ++q) {
-        const int k = s.lower ? bs - 1 - q : q;
-        const T xk = x[k];
-        const T* tk = t + k * ld;
-        const int i0 = s.lower ? k + 1 : 0, i1 = s.lower ? bs : k;
-        for (int i = i0; i < i1; ++i) x[i] = x[i] + tk[i] * xk;
-        x[k] = tk[k] * xk;
-      }
-      for (int i = 0; i < bs; ++i) x[i] = alpha * x[i];
-    }
-  } else {
-    // Column j of the result combines columns of B that are still unchanged: descending j for
-    // upper, ascending for lower.
-    for (int q = 0; q < bs; ++q) {
-      const int j = s.lower ? q : bs - 1 - q;
-      T* xj = b + j * ldb;
-      const T djj = t[j + j * ld];
-      for (int r = 0; r < rows; ++r) xj[r] = xj[r] * djj;
-      const int i0 = s.lower ? j + 1 : 0, i1 = s.lower ? bs : j;
-      for (int i = i0; i < i1; ++i) {
-        const T tij = t[i + j * ld];
-        const T* xi = b + i * ldb;
-        for (int r = 0; r < rows; ++r) xj[r] = xj[r] + xi[r] * tij;
-      }
-      for (int r = 0; r < rows; ++r) xj[r] = alpha * xj[r];
-    }
-  }
+  using fn = void (*)(const tri_shape&, int, int, T, const T*, long, T*, long);
+  static const fn k = select_by_isa<fn>(isa_portable::trmm_kernel, isa_avx2::trmm_kernel,
+                                        isa_avx512::trmm_kernel);
+  k(s, rows, cols, alpha, a, lda, b, ldb);
 }
 
 // One level of the ladder: `a` and `b` point at this level's diagonal block of A and its block
