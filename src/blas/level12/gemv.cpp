@@ -98,11 +98,10 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     if (std::is_same_v<T, double> && unit)
       prefetch = o == op::n ? !dgemv_n_small(m, n) : !dgemv_t_small(m, n);
     // With unit increments the kernels take all strips in one call: not transposed, the strips
-    // are independent; transposed, the kernel adds each strip's sums to y strip by strip.
-    if (unit && m64 > 0) {
-      if (o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0, prefetch);
-      else k.gemv_t(m64, n, alpha, a, lda, x0, y0, prefetch);
-    }
+    // are independent; transposed, the kernel adds each strip's sums to y strip by strip, and the
+    // rows after the last full strip are its last, short strip (the rest kernel's sums).
+    if (unit && m64 > 0 && o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0, prefetch);
+    if (unit && o != op::n) k.gemv_t(m, n, alpha, a, lda, x0, y0, prefetch);
     for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;
       if (o == op::n) gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
@@ -114,15 +113,12 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
         if (unit) k.gemv_rest_n(rest, n, alpha, a + m64, lda, x0, y0 + m64);
         else gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
       } else {
-        if (unit) k.gemv_t(rest, n, alpha, a + m64, lda, x0 + m64, y0, false);
-        else gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
+        if (!unit) gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
       }
     }
   } else {
-    if (unit && m64 > 0) {
-      if (o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0);
-      else k.gemv_t(m64, n, alpha, a, lda, x0, y0, o == op::c);
-    }
+    if (unit && m64 > 0 && o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0);
+    if (unit && o != op::n) k.gemv_t(m, n, alpha, a, lda, x0, y0, o == op::c);
     for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;
       if (o == op::n) gemv_n_strided<T>(strip_rows, n, alpha, strip, lda, x0, incx, y0 + i * incy, incy);
@@ -132,8 +128,7 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     if (rest > 0) {
       if (o == op::n && unit) k.gemv_rest_n(rest, n, alpha, a + m64, lda, x0, y0 + m64);
       else if (o == op::n) gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
-      else if (unit) k.gemv_t(rest, n, alpha, a + m64, lda, x0 + m64, y0, o == op::c);
-      else gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
+      else if (!unit) gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
     }
   }
 }
