@@ -7,7 +7,10 @@
 // the block in register tiles of nr. The depth steps are the main depth kb as often as it fits,
 // then one tail step for each of the fixed depths kb/2, ..., 8 that the rest still holds (the
 // binary digits of the rest), and the last 0 to 7 steps of depth go to the small kernel. The
-// tail runs inside each block of C, while that block is still in L2.
+// tail runs inside each block of C, right after its main depth steps.
+//
+// Problems whose three sizes are all at most 64, with op(A) = A and op(B) not conjugated, skip
+// packing and scratch: the same register tiles read the caller's operands directly.
 //
 // Complex numbers stay interleaved (real part first) in the packed buffers. A kernel keeps two
 // sums per vector of A: A times the real part of the B element and A times its imaginary part;
@@ -665,7 +668,7 @@ constexpr auto direct_tiles = make_direct_table<R, E>(std::make_index_sequence<e
 template <class R, int E>
 bool takes_direct_tiles(int ta, int tb, int m, int n, int k) {
   return ta == op_n && tb != op_c && m <= gemm_direct_limit && n <= gemm_direct_limit &&
-         k <= gemm_direct_limit && m * E >= simd<R>::lanes;
+         k <= gemm_direct_limit;
 }
 
 template <class R, int E>
@@ -685,9 +688,20 @@ void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const
                                                    c + i0 * E, ldc, alpha);
     i0 += rows;
   }
-  if (i0 < m)
-    section_table<R, E>::s[ta][tb].small(m - i0, n, k, alpha, a + i0 * E, lda, b, ldb,
-                                          c + i0 * E, ldc);
+  if (i0 < m) {
+    // The last rows, less than a vector: copied into one zero-padded vector per depth step, on
+    // the stack (the depth is at most 64), so that no load reaches past the end of a column.
+    constexpr int L = simd<R>::lanes;
+    alignas(64) R tail[L * gemm_direct_limit];
+    const int rows = m - i0;
+    for (int l = 0; l < k; ++l) {
+      const R* src = a + (i0 + static_cast<index_t>(l) * lda) * E;
+      for (int i = 0; i < rows * E; ++i) tail[l * L + i] = src[i];
+      for (int i = rows * E; i < L; ++i) tail[l * L + i] = R(0);
+    }
+    direct_tiles<R, E>.fn[0](n, rows, k, tail, rows_per_vec, b, bls, bjs, c + i0 * E, ldc,
+                             alpha);
+  }
 }
 
 // The path without scratch (and cgemm's direct kernel): beta on all of C, then the small kernel
