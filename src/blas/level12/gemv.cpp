@@ -100,7 +100,7 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     // With unit increments the kernels take all strips in one call: not transposed, the strips
     // are independent; transposed, the kernel adds each strip's sums to y strip by strip, and the
     // rows after the last full strip are its last, short strip (the rest kernel's sums).
-    if (unit && m64 > 0 && o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0, prefetch);
+    if (unit && o == op::n) k.gemv_n(m64, m - m64, n, alpha, a, lda, x0, y0, prefetch);
     if (unit && o != op::n) k.gemv_t(m, n, alpha, a, lda, x0, y0, prefetch);
     for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;
@@ -110,8 +110,7 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     const long rest = m - m64;
     if (rest > 0) {
       if (o == op::n) {
-        if (unit) k.gemv_rest_n(rest, n, alpha, a + m64, lda, x0, y0 + m64);
-        else gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
+        if (!unit) gemv_rest_n_strided<T>(rest, n, alpha, a + m64, lda, x0, incx, y0 + m64 * incy, incy);
       } else {
         if (!unit) gemv_t_strided<T>(o, rest, n, alpha, a + m64, lda, x0 + m64 * incx, incx, y0, incy);
       }

@@ -18,13 +18,14 @@ struct real_kernels {
   T (*asum)(long n, const T* x);
   double (*sumsq)(long n, const T* x);  // sum of squares in double: the caller checks its range
   long (*iamax)(long n, const T* x);    // first index of the largest |x|, NaN skipped; x[0] not NaN
-  // y(0:m) += A(0:m, 0:n) * (alpha * x): not transposed, unit x and y. `prefetch` streams the
-  // next columns into the cache ahead of use (the kernel for matrices larger than the caches).
-  void (*gemv_n)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+  // y(0:m) += A(0:m, 0:n) * (alpha * x): not transposed, unit x and y, m a multiple of the strip.
+  // The `rest` rows after them get the rest kernel's arithmetic, y(i) += alpha * sum, in the same
+  // walk over the columns. `prefetch` requests the columns ahead of use (the kernel for matrices
+  // larger than the caches).
+  void (*gemv_n)(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y,
+                 bool prefetch);
   // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
-  // The rows left after the strips of gemv (fewer than 64), unit increments: y(i) += alpha * sum.
-  void (*gemv_rest_n)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
   // Symmetric multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
   void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
 };

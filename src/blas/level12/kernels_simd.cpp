@@ -401,14 +401,18 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
   for (int r = 0; r < R; ++r) st(y + r * w, acc[r]);
 }
 
+template <class T> void rest_sums(long m, long n, const T* a, long lda, const T* x, T* sum);
+template <class T> void rest_finish(long m, T alpha, const T* sum, T* y);
+
 // The not transposed strips: rows are independent, so the kernel takes all strips of the call
 // at once and walks them chunk of columns by chunk of columns.
 template <class T>
-void gemv_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
   constexpr int R = gemv_n_register_vectors;
   constexpr long chunk = gemv_column_chunk_of<T>;
   static_assert(chunk % 2 == 0, "column pairs must not straddle chunks");
+  alignas(64) T sum[strip_rows] = {};
   for (long jc = 0; jc < n; jc += chunk) {
     const long jn = std::min(chunk, n - jc);
     const T* ac = a + jc * lda;
@@ -428,7 +432,9 @@ void gemv_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
       if (j < jn) s = sfma(ac[i + j * lda], xc[j] * alpha, s);
       y[i] = s;
     }
+    if (rest > 0) rest_sums<T>(rest, jn, ac + m, lda, xc, sum);
   }
+  if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
 }
 
 constexpr int bit_reverse(int k, int w) {
@@ -513,15 +519,18 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
     }
 }
 
-// Rows left after the strips (fewer than 64): sums over the columns for up to eight vectors of
-// rows at once, the last one partial, and alpha applied to each finished sum. With few vectors the
+// Rows left after the strips (fewer than 64): sums over the columns, kept in a buffer so that the
+// not transposed kernel can carry them along its chunks of columns, and alpha applied to each
+// finished sum. Up to eight vectors of rows at once, the last one partial; with few vectors the
 // even and odd columns go to separate sums, so that the additions don't wait on each other.
 template <class T, int NV>
-inline void gemv_rest_block(long rows, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+inline void rest_accumulate(long rows, long n, const T* a, long lda, const T* x, T* sum) {
   constexpr int w = W<T>;
   constexpr int sets = NV <= 4 ? 2 : 1;
   const long last = rows - (NV - 1) * w;
   V<T> s[sets][NV] = {};
+  for (int v = 0; v < NV - 1; ++v) s[0][v] = ld(sum + v * w);
+  s[0][NV - 1] = ld_part(sum + (NV - 1) * w, last);
   long j = 0;
   for (; j + sets <= n; j += sets)
     for (int c = 0; c < sets; ++c) {
@@ -538,29 +547,31 @@ inline void gemv_rest_block(long rows, long n, T alpha, const T* a, long lda, co
   }
   if constexpr (sets == 2)
     for (int v = 0; v < NV; ++v) s[0][v] += s[1][v];
-  const V<T> va = bc(alpha);
-  for (int v = 0; v < NV - 1; ++v) st(y + v * w, vfma(va, s[0][v], ld(y + v * w)));
-  st_part(y + (NV - 1) * w, vfma(va, s[0][NV - 1], ld_part(y + (NV - 1) * w, last)), last);
+  for (int v = 0; v < NV - 1; ++v) st(sum + v * w, s[0][v]);
+  st_part(sum + (NV - 1) * w, s[0][NV - 1], last);
 }
 
-template <class T>
-void gemv_rest_n(long m, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+template <class T> void rest_sums(long m, long n, const T* a, long lda, const T* x, T* sum) {
   constexpr int w = W<T>;
   for (long i = 0; i < m; i += 8 * w) {
     const long rows = std::min<long>(8 * w, m - i);
     const T* ai = a + i;
-    T* yi = y + i;
+    T* si = sum + i;
     switch ((rows + w - 1) / w) {
-      case 1: gemv_rest_block<T, 1>(rows, n, alpha, ai, lda, x, yi); break;
-      case 2: gemv_rest_block<T, 2>(rows, n, alpha, ai, lda, x, yi); break;
-      case 3: gemv_rest_block<T, 3>(rows, n, alpha, ai, lda, x, yi); break;
-      case 4: gemv_rest_block<T, 4>(rows, n, alpha, ai, lda, x, yi); break;
-      case 5: gemv_rest_block<T, 5>(rows, n, alpha, ai, lda, x, yi); break;
-      case 6: gemv_rest_block<T, 6>(rows, n, alpha, ai, lda, x, yi); break;
-      case 7: gemv_rest_block<T, 7>(rows, n, alpha, ai, lda, x, yi); break;
-      default: gemv_rest_block<T, 8>(rows, n, alpha, ai, lda, x, yi); break;
+      case 1: rest_accumulate<T, 1>(rows, n, ai, lda, x, si); break;
+      case 2: rest_accumulate<T, 2>(rows, n, ai, lda, x, si); break;
+      case 3: rest_accumulate<T, 3>(rows, n, ai, lda, x, si); break;
+      case 4: rest_accumulate<T, 4>(rows, n, ai, lda, x, si); break;
+      case 5: rest_accumulate<T, 5>(rows, n, ai, lda, x, si); break;
+      case 6: rest_accumulate<T, 6>(rows, n, ai, lda, x, si); break;
+      case 7: rest_accumulate<T, 7>(rows, n, ai, lda, x, si); break;
+      default: rest_accumulate<T, 8>(rows, n, ai, lda, x, si); break;
     }
   }
+}
+
+template <class T> void rest_finish(long m, T alpha, const T* sum, T* y) {
+  for (long i = 0; i < m; ++i) y[i] = sfma(alpha, sum[i], y[i]);
 }
 
 // Symmetric multiply, four columns a pass: each element of the four columns outside the diagonal
@@ -887,9 +898,9 @@ void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
 
 constexpr kernel_set table = {
     {axpy<float>, dot<float>, scal<float>, copy<float>, swap<float>, asum<float>, sumsq_s,
-     iamax<float>, gemv_n<float>, gemv_t<float>, gemv_rest_n<float>, symv<float>},
+     iamax<float>, gemv_n<float>, gemv_t<float>, symv<float>},
     {axpy<double>, dot<double>, scal<double>, copy<double>, swap<double>, asum<double>, sumsq_d,
-     iamax<double>, gemv_n<double>, gemv_t<double>, gemv_rest_n<double>, symv<double>},
+     iamax<double>, gemv_n<double>, gemv_t<double>, symv<double>},
     {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, cgemv_rest_n<float>},
     {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>, cgemv_rest_n<double>},
 };
