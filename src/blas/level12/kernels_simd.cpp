@@ -412,7 +412,8 @@ void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x
   constexpr int R = gemv_n_register_vectors;
   constexpr long chunk = gemv_column_chunk_of<T>;
   static_assert(chunk % 2 == 0, "column pairs must not straddle chunks");
-  alignas(64) T sum[strip_rows] = {};
+  // Sums of the rest rows (fewer than a strip), sized for the widest block rest_sums may touch.
+  alignas(64) T sum[std::max<long>(strip_rows, 8 * w)] = {};
   for (long jc = 0; jc < n; jc += chunk) {
     const long jn = std::min(chunk, n - jc);
     const T* ac = a + jc * lda;
