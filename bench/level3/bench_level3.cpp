@@ -206,8 +206,10 @@ int main(int argc, char** argv) {
                 zvx_bench::core_ghz(), pk);
   t.notes.push_back(note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process, on a machine "
-                    "whose two cores are shared with other work: figures move by several per cent "
-                    "between runs. Instruction set: " + std::string(zvx_bench::vector_isa_name()) + ".");
+                    "whose two cores were shared with other builds during the run: single figures "
+                    "(and the two-thread rows, whose second core was busy) can be off by a large "
+                    "factor, and a share of peak above 100 % shows the clock estimate was off too. "
+                    "Repeat before drawing conclusions. Instruction set: " + std::string(zvx_bench::vector_isa_name()) + ".");
   t.print();
   t.write_docs(opt);
   return 0;
