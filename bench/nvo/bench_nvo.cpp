@@ -137,7 +137,8 @@ int main(int argc, char** argv) {
                     "cores are shared with other builds and benchmarks (load average " + zvx_bench::fmt(load[0], 1) +
                     " at the end of this run): single-thread ratios move by up to a factor of two from run to "
                     "run, mostly through the peer, and the two-thread medians mostly measure the wait for the "
-                    "second core, which the fastest-call figure above leaves out.");
+                    "second core. The fastest-call figure shows the split itself when the second core came free "
+                    "at least once during the run.");
   t.notes.push_back("The companion's loops are SLEEF's 1-ulp vector functions; the peer is a plain loop of the "
                     "C library's scalar functions (not vectorised: no fast-math). Beyond |x| = 125 SLEEF's float "
                     "functions switch to a longer reduction, hence the slower single-precision rows on "
