@@ -444,30 +444,32 @@ constexpr int bit_reverse(int k, int w) {
   return r;
 }
 
-// Shuffle indices of one level of reduce_lanes: lane l of the result takes chunk l / c of the
-// first (even chunk) or second (odd chunk) operand, from its pair of chunks 2p, 2p + 1.
+// One level of reduce_lanes on a pair (a, b) with chunks of c lanes: chunk q of the result is
+// a(q) + a(q + 1) for even q and b(q - 1) + b(q) for odd q. Written as blend(a, b) plus the
+// adjacent chunks exchanged in blend(b, a): two blends and one single-source shuffle, which
+// leaves the shuffle port half as busy as two two-source permutes.
 template <class E, int w, int c> struct reduce_level_masks {
-  static constexpr std::array<E, w> make(bool high) {
+  static constexpr std::array<E, w> make(bool even_chunks) {
     std::array<E, w> m{};
-    for (int l = 0; l < w; ++l) {
-      const int q = l / c, r = l % c, p = q / 2, s = q % 2;
-      m[l] = (E)(s * w + (2 * p + (high ? 1 : 0)) * c + r);
-    }
+    for (int l = 0; l < w; ++l) m[l] = even_chunks ? (E)(((l / c) % 2 == 0) ? -1 : 0) : (E)(l ^ c);
     return m;
   }
-  static constexpr std::array<E, w> lo = make(false), hi = make(true);
+  static constexpr std::array<E, w> even = make(true), exchange = make(false);
 };
 
 template <class T, int c> __attribute__((always_inline)) inline void reduce_level(V<T>* cur) {
   constexpr int count = 2 * c;  // vectors entering this level
   using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
   using M = reduce_level_masks<E, W<T>, c>;
-  VI<T> lo, hi;
-  memcpy(&lo, M::lo.data(), sizeof lo);
-  memcpy(&hi, M::hi.data(), sizeof hi);
+  VI<T> even, exchange;
+  memcpy(&even, M::even.data(), sizeof even);
+  memcpy(&exchange, M::exchange.data(), sizeof exchange);
 #pragma GCC unroll 16
-  for (int k = 0; k < count / 2; ++k)
-    cur[k] = __builtin_shuffle(cur[2 * k], cur[2 * k + 1], lo) + __builtin_shuffle(cur[2 * k], cur[2 * k + 1], hi);
+  for (int k = 0; k < count / 2; ++k) {
+    const V<T> a = cur[2 * k], b = cur[2 * k + 1];
+    const V<T> kept = even ? a : b, moved = even ? b : a;
+    cur[k] = kept + __builtin_shuffle(moved, exchange);
+  }
   if constexpr (c > 1) reduce_level<T, c / 2>(cur);
 }
 
