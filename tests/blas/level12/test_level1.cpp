@@ -246,6 +246,21 @@ TEST(Level1, PositionsWithTiesAndNaN) {
     f[n - 1] = 7.0f;
     EXPECT_EQ(isamax(&n, f.data(), &one), n / 2 + 1);
   }
+  // Long vectors (the one-pass form): ties, NaN, and the last element.
+  for (int n : {200000, 300001}) {
+    std::vector<double> x(n, 0.5);
+    std::vector<float> f(n, 0.5f);
+    x[1] = nan;
+    f[2] = std::numeric_limits<float>::quiet_NaN();
+    x[n / 2] = -4;
+    x[n / 2 + 9] = 4;
+    f[n / 3] = 4;
+    f[n - 1] = -4;
+    EXPECT_EQ(idamax(&n, x.data(), &one), n / 2 + 1);
+    EXPECT_EQ(isamax(&n, f.data(), &one), n / 3 + 1);
+    x[n - 1] = 5;
+    EXPECT_EQ(idamax(&n, x.data(), &one), n);
+  }
   // Complex forms over the vector paths: ties on |re| + |im|, NaN skipped unless first.
   for (int n : {3, 9, 37, 64}) {
     std::vector<zvx_complex16> zv(n, zvx_complex16{0.5, -0.25});
