@@ -268,6 +268,12 @@ template <class T> void copy(long n, const T* x, T* y) {
   constexpr int w = W<T>;
   long i = 0;
   if (n * (long)sizeof(T) < copy_stream_bytes) {
+    // A partial first vector brings y to a vector boundary, so that no store splits a line.
+    const long misalign = (long)(reinterpret_cast<uintptr_t>(y) & (vector_bytes - 1));
+    if (n >= 8 * w && misalign % (long)sizeof(T) == 0 && misalign != 0) {
+      i = (vector_bytes - misalign) / (long)sizeof(T);
+      st_part(y, ld_part(x, i), i);
+    }
     for (; i + 4 * w <= n; i += 4 * w) {
       const V<T> a0 = ld(x + i), a1 = ld(x + i + w), a2 = ld(x + i + 2 * w), a3 = ld(x + i + 3 * w);
       st(y + i, a0); st(y + i + w, a1); st(y + i + 2 * w, a2); st(y + i + 3 * w, a3);

@@ -470,6 +470,21 @@ TEST(Level1, RealScalingOfComplexAndCopyAlignment) {
         EXPECT_EQ(c1[at(k, n, inc)].real, fa * c[at(k, n, inc)].real);
       }
     }
+  // Cached copies to every misalignment of y within a vector, and float copies.
+  const int unit = 1;
+  for (int off = 0; off < 8; ++off) {
+    int n = 1001;
+    std::vector<double> src(n + 8), dst(n + 16, -1.0);
+    for (int i = 0; i < n + 8; ++i) src[i] = i + 0.5;
+    dcopy(&n, src.data() + 1, &unit, dst.data() + off, &unit);
+    EXPECT_TRUE(std::equal(src.begin() + 1, src.begin() + 1 + n, dst.begin() + off)) << off;
+    if (off > 0) EXPECT_EQ(dst[off - 1], -1.0);
+    EXPECT_EQ(dst[off + n], -1.0);
+    std::vector<float> fs(n + 8, 2.5f), fd(n + 16, -1.0f);
+    scopy(&n, fs.data(), &unit, fd.data() + off, &unit);
+    EXPECT_EQ(fd[off + n - 1], 2.5f);
+    EXPECT_EQ(fd[off + n], -1.0f);
+  }
   // Copies from every misalignment, long enough for the streaming path.
   const int big = (5 << 20) / 8 + 13;
   std::vector<double> src(big + 8), dst(big + 8);
