@@ -649,8 +649,19 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
     V<T> vs[4] = {};
     V<T> vt[4];
     for (int c = 0; c < 4; ++c) vt[c] = bc(t[c]);
+    auto one_row = [&](long r) {
+      T yr = y[r];
+      for (int c = 0; c < cols; ++c) {
+        yr = sfma(col[c][r], t[c], yr);
+        s[c] = sfma(col[c][r], x[r], s[c]);
+      }
+      y[r] = yr;
+    };
     long i = lo;
     if (cols == 4) {
+      // Single rows up to a vector boundary of the column: the lower sweep starts below the
+      // diagonal block, where the vector loads would otherwise straddle cache lines.
+      for (; i < hi && i % w != 0; ++i) one_row(i);
       for (; i + w <= hi; i += w) {
         const V<T> xv = ld(x + i);
         V<T> a0 = ld(col[0] + i), a1 = ld(col[1] + i), a2 = ld(col[2] + i), a3 = ld(col[3] + i);
@@ -669,16 +680,9 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
         vs[2] = vfma(a2, xv, vs[2]);
         vs[3] = vfma(a3, xv, vs[3]);
       }
-      for (int c = 0; c < 4; ++c) s[c] = hsum<T>(vs[c]);
+      for (int c = 0; c < 4; ++c) s[c] += hsum<T>(vs[c]);
     }
-    for (; i < hi; ++i) {
-      T yi = y[i];
-      for (int c = 0; c < cols; ++c) {
-        yi = sfma(col[c][i], t[c], yi);
-        s[c] = sfma(col[c][i], x[i], s[c]);
-      }
-      y[i] = yi;
-    }
+    for (; i < hi; ++i) one_row(i);
     // The diagonal block, from the stored triangle.
     for (int c = 0; c < cols; ++c) {
       T acc = t[c] * A(j + c, j + c);
