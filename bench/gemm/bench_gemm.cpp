@@ -154,7 +154,13 @@ void run_type(const zvx_bench::options& opt, const std::vector<int>& sizes,
   omp_set_num_threads(1);
   for (int n : sizes) {
     zvx_bench::options o = opt;
-    if (n >= 1000) o.samples = std::min(opt.samples, 7);
+    if (n >= 1000) {
+      o.samples = std::min(opt.samples, 7);
+    } else {
+      // Short calls: longer samples, more of them, against the noise of a shared machine.
+      o.samples = std::max(opt.samples, 21);
+      o.sample_seconds = std::max(opt.sample_seconds, 0.01);
+    }
     const result r = measure<T>(n, n, n, o);
     row(shape_name({n, n, n}), r);
     ours.x.push_back(n);
@@ -226,16 +232,29 @@ int main(int argc, char** argv) {
     if (ch == 'c') run_type<zvx_complex8>(opt, sizes, shapes, threads, t, plot);
     if (ch == 'z') run_type<zvx_complex16>(opt, sizes, shapes, threads, t, plot);
   }
-  char peak_note[256];
+  char peak_note[512];
   std::snprintf(peak_note, sizeof peak_note,
                 "Peak of one core: %.2f GHz (time-stamp counter) x 16 double or 32 single flops a "
-                "cycle (one 512-bit FMA, or two 256-bit FMAs, per cycle) = %.0f / %.0f GFLOP/s.",
+                "cycle (one 512-bit FMA, or two 256-bit FMAs, per cycle) = %.0f / %.0f GFLOP/s. "
+                "The core boosts above the counter's rate, so shares above 100 %% can appear: "
+                "the share is a guide, the ratio to OpenBLAS is the figure.",
                 zvx_bench::core_ghz(), peak(false), peak(true));
   t.notes.push_back(peak_note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
                     "two cores are shared with other work, so figures move by a few per cent between runs. "
                     "Complex flops count 8 per multiply-add. Instruction set: " +
                     std::string(zvx_bench::vector_isa_name()) + ".");
+  if (FILE* f = std::fopen("/proc/loadavg", "r")) {
+    char load[64] = {0};
+    if (std::fgets(load, sizeof load, f)) {
+      std::string l(load);
+      while (!l.empty() && (l.back() == '\n' || l.back() == ' ')) l.pop_back();
+      t.notes.push_back("Load average of the machine at the end of the run: " + l +
+                        ". Two threads can only scale when the second core is free; when the load "
+                        "is above 1 the two-thread rows measure the sharing, not the frame.");
+    }
+    std::fclose(f);
+  }
   const std::string png = zvx_bench::plot_png(opt, "gemm.png", "GEMM, one thread, square n",
                                               "n", "GFLOP/s", plot, true);
   if (!png.empty()) t.notes.push_back("![GFLOP/s against n](" + png + ")");
