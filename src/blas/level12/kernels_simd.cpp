@@ -791,8 +791,55 @@ template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bo
   return combine<R>((p[0] + p[1]) + (p[2] + p[3]), (q[0] + q[1]) + (q[2] + q[3]), conjugate_x);
 }
 
+// One pass for long complex vectors, as iamax_one_pass on the pair measures: both lanes of a pair
+// hold the same value, so a lane index halved is the element.
+template <class R> long ciamax_one_pass(long n, const cplx<R>* xc) {
+  constexpr int w = W<R>;
+  using I = VI<R>;
+  const R* x = &xc->re;
+  const long len = 2 * n;
+  V<R> m[2];
+  I idx[2], cur[2];
+  for (int s = 0; s < 2; ++s) {
+    m[s] = bc(R(-1));
+    idx[s] = I{};
+    for (int k = 0; k < w; ++k) cur[s][k] = s * w + k;
+  }
+  const I step = I{} + 2 * w;
+  long i = 0;
+  for (; i + 2 * w <= len; i += 2 * w)
+    for (int s = 0; s < 2; ++s) {
+      const V<R> a = vabs<R>(ld(x + i + s * w));
+      const V<R> v = a + swap_pairs<R>(a);
+      const I gt = v > m[s];
+      m[s] = gt ? v : m[s];
+      idx[s] = gt ? cur[s] : idx[s];
+      cur[s] += step;
+    }
+  R best_value = R(-1);
+  long best = 0;
+  for (int s = 0; s < 2; ++s)
+    for (int k = 0; k < w; ++k) {
+      const R v = m[s][k];
+      const long at = idx[s][k] / 2;
+      if (v > best_value || (v == best_value && at < best)) {
+        best_value = v;
+        best = at;
+      }
+    }
+  for (long k = i / 2; k < n; ++k) {
+    const R v = abs1(xc[k]);
+    if (v > best_value) {
+      best_value = v;
+      best = k;
+    }
+  }
+  return best;
+}
+
 // |re| + |im| lands in both lanes of a pair; then the two passes of the real form, on pairs.
 template <class R> long ciamax(long n, const cplx<R>* xc) {
+  if (n * (long)sizeof(cplx<R>) > iamax_one_pass_bytes && 2 * n < (1L << 31)) return ciamax_one_pass<R>(n, xc);
   constexpr int w = W<R>;
   const R* x = &xc->re;
   const long len = 2 * n;

@@ -260,6 +260,15 @@ TEST(Level1, PositionsWithTiesAndNaN) {
     EXPECT_EQ(isamax(&n, f.data(), &one), n / 3 + 1);
     x[n - 1] = 5;
     EXPECT_EQ(idamax(&n, x.data(), &one), n);
+    std::vector<zvx_complex16> z(n, zvx_complex16{0.25, 0.25});
+    std::vector<zvx_complex8> c(n, zvx_complex8{0.25f, 0.25f});
+    z[3] = {nan, 0};
+    z[n / 2] = {-1, 2};
+    z[n / 2 + 5] = {3, 0};
+    c[n / 4] = {0, -3};
+    c[n - 2] = {2, 1};
+    EXPECT_EQ(izamax(&n, z.data(), &one), n / 2 + 1);
+    EXPECT_EQ(icamax(&n, c.data(), &one), n / 4 + 1);
   }
   // Complex forms over the vector paths: ties on |re| + |im|, NaN skipped unless first.
   for (int n : {3, 9, 37, 64}) {
