@@ -432,9 +432,15 @@ template <class R>
 void stage_block(int rows, int cols, const R* beta, const R* c, index_t ldc, R* s, index_t lds) {
   const bool one = beta[0] == R(1) && beta[1] == R(0);
   const bool zero = beta[0] == R(0) && beta[1] == R(0);
+  constexpr int line = 64 / static_cast<int>(sizeof(R));
   for (int j = 0; j < cols; ++j) {
     const R* p = c + j * ldc * 2;
     R* q = s + j * lds * 2;
+    // The block of C comes from memory a column at a time: ask for the column after next while
+    // this one is copied, so that the copy does not wait for each of its lines.
+    if (!zero && j + 2 < cols)
+      for (int i = 0; i < 2 * rows; i += line)
+        _mm_prefetch(reinterpret_cast<const char*>(p + 2 * ldc * 2 + i), _MM_HINT_T0);
     if (zero)
       for (int i = 0; i < 2 * rows; ++i) q[i] = R(0);
     else if (one)
