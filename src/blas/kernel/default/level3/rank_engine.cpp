@@ -11,6 +11,8 @@
 
 #include "blas/kernel/default/level3/operations.h"
 #include "blas/kernel/default/level3/operations_tuning.h"
+#include "blas/kernel/default/level3/triangular_kernels.h"
+#include "service/cpu_features.h"
 
 namespace zvx::l3ops {
 namespace {
@@ -48,32 +50,14 @@ void add_triangle(bool upper, int bs, const T* w, long ldw, T* c, long ldc) {
   }
 }
 
-// zherk's diagonal block by direct loops: C(i, j) += alpha * op(A)(i, :) * op(A)(j, :)^H on the
-// chosen triangle. No transpose: rank-1 updates down the columns of A; transpose: dot products
-// down the columns of A.
-template <class T>
-void herk_diagonal_direct(bool upper, bool notrans, int bs, int k, real_t<T> alpha, const T* a,
-                          long lda, T* c, long ldc) {
-  for (int j = 0; j < bs; ++j) {
-    T* cj = c + j * ldc;
-    const int i0 = upper ? 0 : j, i1 = upper ? j + 1 : bs;
-    if (notrans) {
-      for (int l = 0; l < k; ++l) {
-        const T* al = a + l * lda;
-        const T t = alpha * conj(al[j]);
-        for (int i = i0; i < i1; ++i) cj[i] = cj[i] + t * al[i];
-      }
-    } else {
-      for (int i = i0; i < i1; ++i) {
-        const T* ai = a + i * lda;
-        const T* aj = a + j * lda;
-        T s{};
-        for (int l = 0; l < k; ++l) s = s + conj(ai[l]) * aj[l];
-        cj[i] = cj[i] + alpha * s;
-      }
-    }
-    cj[j] = from_real<T>(re(cj[j]));
-  }
+// zherk's diagonal block by direct loops, in the instruction set chosen for this process.
+void herk_diagonal_direct(bool upper, bool notrans, int bs, int k, double alpha,
+                          const zvx_complex16* a, long lda, zvx_complex16* c, long ldc) {
+  using fn = void (*)(bool, bool, int, int, double, const zvx_complex16*, long, zvx_complex16*,
+                      long);
+  static const fn f = select_by_isa<fn>(isa_portable::herk_diagonal, isa_avx2::herk_diagonal,
+                                        isa_avx512::herk_diagonal);
+  f(upper, notrans, bs, k, alpha, a, lda, c, ldc);
 }
 
 // kind: 0 syrk, 1 herk, 2 syr2k, 3 her2k. S is the type of beta (real for the Hermitian ones).

@@ -1,4 +1,5 @@
-// The triangular kernels at the bottom of the trmm and trsm ladders, for one instruction set.
+// The triangular kernels at the bottom of the trmm and trsm ladders, and zherk's direct
+// diagonal blocks, for one instruction set.
 // Each copies its triangle of op(A) into a local dense block (the diagonal as its reciprocal,
 // computed once, for the solve; 1 for a unit diagonal, which is never read) so that every inner
 // loop runs down a contiguous column.
@@ -150,7 +151,40 @@ void trmm_kernel_t(const tri_shape& s, int rows, int cols, T alpha, const T* a, 
   }
 }
 
+// zherk's diagonal block by direct loops: C(i, j) += alpha * op(A)(i, :) * op(A)(j, :)^H on the
+// chosen triangle. No transpose: rank-1 updates down the columns of A; transpose: dot products
+// down the columns of A.
+template <class T>
+void herk_diagonal_t(bool upper, bool notrans, int bs, int k, real_t<T> alpha, const T* a,
+                     long lda, T* c, long ldc) {
+  for (int j = 0; j < bs; ++j) {
+    T* cj = c + j * ldc;
+    const int i0 = upper ? 0 : j, i1 = upper ? j + 1 : bs;
+    if (notrans) {
+      for (int l = 0; l < k; ++l) {
+        const T* al = a + l * lda;
+        const T t = alpha * conj(al[j]);
+        for (int i = i0; i < i1; ++i) cj[i] = cj[i] + t * al[i];
+      }
+    } else {
+      for (int i = i0; i < i1; ++i) {
+        const T* ai = a + i * lda;
+        const T* aj = a + j * lda;
+        T s{};
+        for (int l = 0; l < k; ++l) s = s + conj(ai[l]) * aj[l];
+        cj[i] = cj[i] + alpha * s;
+      }
+    }
+    cj[j] = from_real<T>(re(cj[j]));
+  }
+}
+
 }  // namespace
+
+void herk_diagonal(bool upper, bool notrans, int bs, int k, double alpha, const zvx_complex16* a,
+                   long lda, zvx_complex16* c, long ldc) {
+  herk_diagonal_t(upper, notrans, bs, k, alpha, a, lda, c, ldc);
+}
 
 #define ZVX_TRI_KERNELS(T)                                                                      \
   void trsm_kernel(const tri_shape& s, int rows, int cols, const T* a, long lda, T* b,          \

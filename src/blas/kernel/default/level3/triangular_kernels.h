@@ -25,7 +25,8 @@ inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
 
 // Per instruction set: trsm_kernel solves op(A) X = B (left) or X op(A) = B (right) in place on
 // a rows x cols block of B with a diagonal block of order at most tuning::tri_kernel_max;
-// trmm_kernel forms alpha op(A) B or alpha B op(A) in place.
+// trmm_kernel forms alpha op(A) B or alpha B op(A) in place; herk_diagonal adds
+// alpha op(A) op(A)^H to the chosen triangle of a diagonal block of zherk (real diagonal).
 #define ZVX_TRI_KERNEL_DECLS(ns)                                                                \
   namespace ns {                                                                                \
   void trsm_kernel(const tri_shape&, int, int, const float*, long, float*, long);               \
@@ -39,6 +40,8 @@ inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
                    zvx_complex8*, long);                                                        \
   void trmm_kernel(const tri_shape&, int, int, zvx_complex16, const zvx_complex16*, long,       \
                    zvx_complex16*, long);                                                       \
+  void herk_diagonal(bool, bool, int, int, double, const zvx_complex16*, long, zvx_complex16*,  \
+                     long);                                                                     \
   }
 ZVX_TRI_KERNEL_DECLS(isa_portable)
 ZVX_TRI_KERNEL_DECLS(isa_avx2)
