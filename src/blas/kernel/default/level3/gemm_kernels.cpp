@@ -220,11 +220,12 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
           S::storeu(p, S::add(S::loadu(p), acc[v][j]));
         }
     } else {
-      alignas(64) R tile[NR][MV * L];
+      // Unaligned, so that the frame of the small calls needs no realignment.
+      R tile[NR][MV * L];
 #pragma GCC unroll 16
       for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 16
-        for (int v = 0; v < MV; ++v) S::store(&tile[j][v * L], acc[v][j]);
+        for (int v = 0; v < MV; ++v) S::storeu(&tile[j][v * L], acc[v][j]);
       for (int j = 0; j < nc; ++j)
         for (int i = 0; i < rows * E; ++i) cj[j * ldce + i] += tile[j][i];
     }
@@ -677,6 +678,24 @@ bool takes_direct_tiles(int ta, int tb, int m, int n, int k) {
          k <= gemm_direct_limit;
 }
 
+// The last rows of a direct problem, less than a vector: copied into one zero-padded vector per
+// depth step, on the stack (the depth is at most 64), so that no load reaches past the end of a
+// column. Kept out of line: its buffer would otherwise enlarge the frame of every small call.
+template <class R, int E>
+[[gnu::noinline]] void direct_tail_rows(int rows, int n, int k, const R* alpha, const R* a,
+                                        index_t lda, const R* b, index_t bls, index_t bjs, R* c,
+                                        index_t ldc) {
+  constexpr int L = simd<R>::lanes;
+  constexpr int rows_per_vec = L / E;
+  alignas(64) R tail[L * gemm_direct_limit];
+  for (int l = 0; l < k; ++l) {
+    const R* src = a + static_cast<index_t>(l) * lda * E;
+    for (int i = 0; i < rows * E; ++i) tail[l * L + i] = src[i];
+    for (int i = rows * E; i < L; ++i) tail[l * L + i] = R(0);
+  }
+  direct_tiles<R, E>.fn[0](n, rows, k, tail, rows_per_vec, b, bls, bjs, c, ldc, alpha);
+}
+
 template <class R, int E>
 void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const R* a,
                       index_t lda, const R* b, index_t ldb, const R* beta, R* c, index_t ldc) {
@@ -694,20 +713,8 @@ void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const
                                                    c + i0 * E, ldc, alpha);
     i0 += rows;
   }
-  if (i0 < m) {
-    // The last rows, less than a vector: copied into one zero-padded vector per depth step, on
-    // the stack (the depth is at most 64), so that no load reaches past the end of a column.
-    constexpr int L = simd<R>::lanes;
-    alignas(64) R tail[L * gemm_direct_limit];
-    const int rows = m - i0;
-    for (int l = 0; l < k; ++l) {
-      const R* src = a + (i0 + static_cast<index_t>(l) * lda) * E;
-      for (int i = 0; i < rows * E; ++i) tail[l * L + i] = src[i];
-      for (int i = rows * E; i < L; ++i) tail[l * L + i] = R(0);
-    }
-    direct_tiles<R, E>.fn[0](n, rows, k, tail, rows_per_vec, b, bls, bjs, c + i0 * E, ldc,
-                             alpha);
-  }
+  if (i0 < m)
+    direct_tail_rows<R, E>(m - i0, n, k, alpha, a + i0 * E, lda, b, bls, bjs, c + i0 * E, ldc);
 }
 
 // The path without scratch (and cgemm's direct kernel): beta on all of C, then the small kernel
@@ -721,8 +728,27 @@ void direct(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
   section_table<R, E>::s[ta][tb].small(m, n, k, alpha, a, lda, b, ldb, c, ldc);
 }
 
-// The wrapper of the real engines and of double complex: packed A and packed B from the
-// memory manager (alignment 128), released before return, packed B first.
+// The packed path of the real engines and of double complex: packed A and packed B from the
+// memory manager (alignment 128), released before return, packed B first. Out of line, so that
+// the small problems that take the direct tiles do not pay for its frame.
+template <class R, int E>
+[[gnu::noinline]] void packed(int ta, int tb, int m, int n, int k, const R* alpha, const R* a,
+                              int lda, const R* b, int ldb, const R* beta, R* c, int ldc,
+                              bool alpha_folded) {
+  using Z = scratch_sizes<R, E>;
+  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
+  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
+  if (pa && pb)
+    driver<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, pa, pb, nullptr,
+                 alpha_folded);
+  else
+    direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  zvx_deallocate(pb);
+  zvx_deallocate(pa);
+}
+
+// The wrapper of the real engines and of double complex: the direct tiles for small problems,
+// the packed path for the rest.
 template <class R, int E>
 void wrapper(const char* transa, const char* transb, int m, int n, int k, const R* alpha,
              const R* a, int lda, const R* b, int ldb, const R* beta, R* c, int ldc,
@@ -739,16 +765,7 @@ void wrapper(const char* transa, const char* transb, int m, int n, int k, const 
     direct_tiles_run<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
-  using Z = scratch_sizes<R, E>;
-  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
-  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
-  if (pa && pb)
-    driver<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, pa, pb, nullptr,
-                 alpha_folded);
-  else
-    direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-  zvx_deallocate(pb);
-  zvx_deallocate(pa);
+  packed<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, alpha_folded);
 }
 
 // Single complex chooses between its direct kernel and the packed path by the share of data
