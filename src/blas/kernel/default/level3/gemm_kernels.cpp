@@ -199,6 +199,8 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
     }
     const V ar = S::set1(alpha[0]);
     const V ai = S::set1(EI ? alpha[EI] : R(0));
+    // A real alpha of 1 leaves the sums as they are (the product would be exact).
+    const bool alpha_one = !EI && alpha[0] == R(1);
 #pragma GCC unroll 16
     for (int v = 0; v < MV; ++v)
 #pragma GCC unroll 16
@@ -207,7 +209,7 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
           const V x = S::addsub(acc[v][j], S::swap_pairs(acci[v][j]));
           acc[v][j] = S::addsub(S::mul(ar, x), S::mul(ai, S::swap_pairs(x)));
         } else {
-          acc[v][j] = S::mul(ar, acc[v][j]);
+          if (!alpha_one) acc[v][j] = S::mul(ar, acc[v][j]);
         }
       }
     R* cj = c + j0 * ldce;
