@@ -169,7 +169,9 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
   for (int j0 = 0; j0 < ncols; j0 += NR) {
     const int nc = std::min(NR, ncols - j0);
     index_t boff[NR];
-    for (int j = 0; j < NR; ++j) boff[j] = (j0 + std::min(j, nc - 1)) * bjs;
+    const R* bp = b + j0 * bjs;
+#pragma GCC unroll 16
+    for (int j = 0; j < NR; ++j) boff[j] = (j < nc ? j : nc - 1) * bjs;
     V acc[MV][NR];
     V acci[EI ? MV : 1][EI ? NR : 1];
 #pragma GCC unroll 16
@@ -181,7 +183,7 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
       }
     for (int l = 0; l < depth; ++l) {
       const R* al = a + l * ldaE;
-      const R* bl = b + l * bls;
+      const R* bl = bp + l * bls;
       V av[MV];
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) av[v] = S::loadu(al + v * L);
