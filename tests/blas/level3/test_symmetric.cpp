@@ -191,6 +191,21 @@ TYPED_TEST(Symmetric, RankUpdates) {
   }
 }
 
+// An order of three or more blocks in every type, so that the triangle is split in halves of
+// whole blocks more than once and the rectangles between the halves differ in shape.
+TYPED_TEST(Symmetric, RankUpdatesManyBlocks) {
+  using T = TypeParam;
+  const T alpha = make<T>(0.5, 0.25), beta = make<T>(1.5, -0.75);
+  unsigned seed = 900;
+  for (int kind = 0; kind < 4; ++kind) {
+    const bool herm = kind == 1 || kind == 3;
+    if (herm && !traits<T>::complex) continue;
+    for (char uplo : {'U', 'l'})
+      for (char trans : {'N', herm ? 'C' : 'T'})
+        rank_case<T>(kind, uplo, trans, 300, 16, alpha, beta, seed++);
+  }
+}
+
 TYPED_TEST(Symmetric, RankUpdateScalars) {
   using T = TypeParam;
   for (int kind = 0; kind < 4; ++kind) {

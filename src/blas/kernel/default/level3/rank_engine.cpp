@@ -2,10 +2,15 @@
 // is updated, the other is never written.
 //
 // Beta goes to the triangle once, in a pass of its own. Then the triangle is cut into diagonal
-// blocks in ascending order: the GEMM engine computes each block's full square product into a
-// dense buffer on the stack with beta 0, and only the chosen triangle of that product is added
-// to C; the rectangle beside the block (right of it for upper, below it for lower) goes to the
-// GEMM engine with beta 1. zherk treats its small diagonal blocks by direct loops instead.
+// blocks, visited in ascending order: the GEMM engine computes each block's full square product
+// into a dense buffer on the stack with beta 0, and only the chosen triangle of that product is
+// added to C. The rest of the triangle goes to the GEMM engine with beta 1 in large rectangles:
+// the order is split into two halves of whole blocks, the first half is done, then the
+// rectangle between the halves (right of the first for upper, below it for lower), then the
+// second half, each half split again the same way down to single blocks. Every element off the
+// diagonal blocks is in exactly one rectangle; a rectangle of n/2 x n/2 packs its operands once
+// where rectangles one block tall (or wide) would pack them once per block. zherk treats its
+// small diagonal blocks by direct loops instead.
 // Hermitian diagonals come out real: their imaginary parts are set to 0.
 #include <algorithm>
 
@@ -84,11 +89,9 @@ void rank_update(const char* uplo, const char* trans, int n, int k, T alpha, con
   alignas(64) T w[direct ? 1 : bsmax * bsmax];
   // The rows of op(A) from `off` on: rows of a without transpose, columns otherwise.
   auto rows = [&](const T* x, long ldx, int off) { return notrans ? x + off : x + off * ldx; };
-  for (int off = 0; off < n; off += bsmax) {
-    const int bs = std::min(bsmax, n - off);
-    const int r = std::max(n - off - bs, 0);
+  // The diagonal block of order bs at `off`.
+  auto diagonal = [&](int off, int bs) {
     const T* ab = rows(a, la, off);
-    const T* ar = rows(a, la, off + bs);
     T* cd = c + off + off * lc;
     if constexpr (direct) {
       herk_diagonal_direct(upper, notrans, bs, k, re(alpha), ab, la, cd, lc);
@@ -97,24 +100,45 @@ void rank_update(const char* uplo, const char* trans, int n, int k, T alpha, con
       gemm_serial(ta, tb, bs, bs, k, alpha, ab, lda, bb, two ? ldb : lda, zero, w, bsmax);
       add_triangle<herm, two>(upper, bs, w, bsmax, cd, lc);
     }
+  };
+  // The rectangle that couples rows [off, off + n1) of op(A) with rows [off + n1, off + n1 + n2):
+  // right of the first part for upper, below it for lower.
+  auto rectangle = [&](int off, int n1, int n2) {
+    const int next = off + n1;
+    const T* ao = rows(a, la, off);
+    const T* an = rows(a, la, next);
     if (upper) {
-      T* cr = c + off + (off + bs) * lc;
+      T* cr = c + off + next * lc;
       if constexpr (two) {
-        gemm_serial(ta, tb, bs, r, k, alpha, ab, lda, rows(b, lb, off + bs), ldb, one, cr, ldc);
-        gemm_serial(ta, tb, bs, r, k, alpha2, rows(b, lb, off), ldb, ar, lda, one, cr, ldc);
+        gemm_serial(ta, tb, n1, n2, k, alpha, ao, lda, rows(b, lb, next), ldb, one, cr, ldc);
+        gemm_serial(ta, tb, n1, n2, k, alpha2, rows(b, lb, off), ldb, an, lda, one, cr, ldc);
       } else {
-        gemm_serial(ta, tb, bs, r, k, alpha, ab, lda, ar, lda, one, cr, ldc);
+        gemm_serial(ta, tb, n1, n2, k, alpha, ao, lda, an, lda, one, cr, ldc);
       }
     } else {
-      T* cr = c + (off + bs) + off * lc;
+      T* cr = c + next + off * lc;
       if constexpr (two) {
-        gemm_serial(ta, tb, r, bs, k, alpha, ar, lda, rows(b, lb, off), ldb, one, cr, ldc);
-        gemm_serial(ta, tb, r, bs, k, alpha2, rows(b, lb, off + bs), ldb, ab, lda, one, cr, ldc);
+        gemm_serial(ta, tb, n2, n1, k, alpha, an, lda, rows(b, lb, off), ldb, one, cr, ldc);
+        gemm_serial(ta, tb, n2, n1, k, alpha2, rows(b, lb, next), ldb, ao, lda, one, cr, ldc);
       } else {
-        gemm_serial(ta, tb, r, bs, k, alpha, ar, lda, ab, lda, one, cr, ldc);
+        gemm_serial(ta, tb, n2, n1, k, alpha, an, lda, ao, lda, one, cr, ldc);
       }
     }
-  }
+  };
+  // The part [off, off + len) of the triangle: halves of whole blocks, the first half, the
+  // rectangle between them, the second half, down to single blocks.
+  auto part = [&](auto& self, int off, int len) -> void {
+    const int blocks = (len + bsmax - 1) / bsmax;
+    if (blocks <= 1) {
+      diagonal(off, len);
+      return;
+    }
+    const int n1 = (blocks + 1) / 2 * bsmax;
+    self(self, off, n1);
+    rectangle(off, n1, len - n1);
+    self(self, off + n1, len - n1);
+  };
+  part(part, 0, n);
 }
 
 }  // namespace
