@@ -145,6 +145,14 @@ TEST(TriangularLarge, SolvePastTheTopBlock) {
   tri_case<float>(true, 'L', 'U', 'N', 'U', 513, 2, 1.0f, 7);
 }
 
+TEST(TriangularLarge, MultiplyPastTheTopBlock) {
+  // dtrmm cuts at 512 on the top level; 513 and 700 leave a block of 1 and one of 188.
+  tri_case<double>(false, 'L', 'L', 'N', 'N', 513, 2, 1.0, 8);
+  tri_case<double>(false, 'L', 'U', 'T', 'U', 700, 3, 2.0, 9);
+  tri_case<double>(false, 'R', 'U', 'N', 'N', 2, 513, 1.0, 10);
+  tri_case<double>(false, 'R', 'L', 'T', 'U', 3, 700, 2.0, 11);
+}
+
 TYPED_TEST(Triangular, AlphaZeroFillsWithoutReadingA) {
   using T = TypeParam;
   for (bool solve : {false, true}) {
