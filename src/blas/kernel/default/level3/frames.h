@@ -36,4 +36,16 @@ void split_region(int nt, int dim, Piece piece) {
   }
 }
 
+// The engines of symm and hemm share one argument list, and so one frame (symm_omp.cpp), which
+// is instantiated for the complex types there so that hemm_omp.cpp can use it.
+template <class T>
+using multiply_engine = void (*)(const char*, const char*, const int*, const int*, const T*,
+                                 const T*, const int*, const T*, const int*, const T*, T*,
+                                 const int*);
+
+template <class T>
+void symm_frame(multiply_engine<T> engine, const char* side, const char* uplo, const int* m,
+                const int* n, const T* alpha, const T* a, const int* lda, const T* b,
+                const int* ldb, const T* beta, T* c, const int* ldc);
+
 }  // namespace zvx::l3ops

@@ -3,17 +3,6 @@
 #include "blas/kernel/default/level3/frames.h"
 #include "service/service.h"
 
-namespace zvx::l3ops {
-template <class T>
-using multiply_engine = void (*)(const char*, const char*, const int*, const int*, const T*,
-                                 const T*, const int*, const T*, const int*, const T*, T*,
-                                 const int*);
-template <class T>
-void symm_frame(multiply_engine<T> engine, const char* side, const char* uplo, const int* m,
-                const int* n, const T* alpha, const T* a, const int* lda, const T* b,
-                const int* ldb, const T* beta, T* c, const int* ldc);
-}  // namespace zvx::l3ops
-
 using namespace zvx::l3ops;
 
 #define ZVX_HEMM(p, T)                                                                           \

@@ -14,11 +14,6 @@ void frame_scale(int m, int n, const T& beta, T* c, long ldc) {
 }
 
 template <class T>
-using multiply_engine = void (*)(const char*, const char*, const int*, const int*, const T*,
-                                 const T*, const int*, const T*, const int*, const T*, T*,
-                                 const int*);
-
-template <class T>
 void symm_frame(multiply_engine<T> engine, const char* side, const char* uplo, const int* m,
                 const int* n, const T* alpha, const T* a, const int* lda, const T* b,
                 const int* ldb, const T* beta, T* c, const int* ldc) {
