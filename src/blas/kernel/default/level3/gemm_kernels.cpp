@@ -24,6 +24,7 @@
 
 #include "blas/kernel/default/level3/gemm_isa.h"
 #include "blas/kernel/default/level3/gemm_simd.h"
+#include "blas/kernel/default/level3/gemm_transpose.h"
 #include "blas/kernel/default/level3/gemm_tuning.h"
 #include "zvx_service.h"
 
@@ -280,10 +281,20 @@ void pack_a(int rows, int tr, int d, const R* a, index_t lda, const R* alpha, bo
       for (int i = rows * E; i < tr * E; ++i) out[i] = R(0);
     }
   } else {
+    int i_vec = 0, d_vec = 0;  // rows and depth covered by whole blocks transposed in registers
+    if constexpr (E == 1) {
+      constexpr int L = block_transpose<R>::lanes;
+      i_vec = rows / L * L;
+      d_vec = d / L * L;
+      for (int i0 = 0; i0 < i_vec; i0 += L)
+        for (int l0 = 0; l0 < d_vec; l0 += L)
+          block_transpose<R>::run(a + i0 * lda + l0, lda, dst + static_cast<index_t>(l0) * tr + i0,
+                                  tr, scale ? alpha : nullptr);
+    }
     for (int i = 0; i < rows; ++i) {
       const R* src = a + i * ldaE;
       R* out = dst + i * E;
-      for (int l = 0; l < d; ++l) {
+      for (int l = i < i_vec ? d_vec : 0; l < d; ++l) {
         if constexpr (E == 1) {
           out[l * trE] = scale ? alpha[0] * src[l] : src[l];
         } else {
@@ -751,6 +762,66 @@ template <class R, int E>
   zvx_deallocate(pa);
 }
 
+// Short, wide products of the real types: a C of few rows (below one row tile) fills the row
+// tiles poorly, a row tile holding whole vectors of rows; as columns of C^T = op(B)^T op(A)^T
+// the same rows fill register tiles of nr columns. For 20 single rows, say, a row tile of 32
+// idles 12 of its lanes while three column tiles of 8 idle 4 of 24 columns. The product is
+// then computed transposed, into a transposed copy of C (beta applied on the way in), which
+// costs two passes over C: worth it only when the depth is long enough to amortise them.
+inline constexpr int gemm_transposed_min_depth = 128;
+
+template <class R>
+bool takes_transposed(int m, int n, int k) {
+  constexpr gemm_tuning t = engine_traits<R, 1>::t;
+  constexpr int L = simd<R>::lanes;
+  if (m >= t.mv * L || n < 2 * t.mv * L || k < gemm_transposed_min_depth) return false;
+  const int row_slots = (m + L - 1) / L * L;
+  const int col_slots = (m + t.nr - 1) / t.nr * t.nr;
+  return 8 * col_slots < 7 * row_slots;  // at least an eighth fewer idle lanes
+}
+
+template <class R>
+[[gnu::noinline]] void transposed(int ta, int tb, int m, int n, int k, const R* alpha,
+                                  const R* a, int lda, const R* b, int ldb, const R* beta,
+                                  R* c, int ldc) {
+  using Z = scratch_sizes<R, 1>;
+  constexpr gemm_tuning t = engine_traits<R, 1>::t;
+  constexpr int line = 64 / static_cast<int>(sizeof(R));
+  // C^T is made in pieces of at most mb of its rows (columns of C), so the copy stays small.
+  const int chunk = std::min(n, t.mb);
+  const index_t lds = (chunk + line - 1) / line * line;
+  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
+  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
+  R* s = static_cast<R*>(zvx_allocate(static_cast<unsigned>(lds * m * sizeof(R)), 128));
+  if (pa && pb && s) {
+    const bool one = beta[0] == R(1), zero = beta[0] == R(0);
+    const R unit = R(1);
+    for (int j0 = 0; j0 < n; j0 += chunk) {
+      const int nc = std::min(chunk, n - j0);
+      R* cj = c + static_cast<index_t>(j0) * ldc;
+      for (int j = 0; j < nc; ++j) {
+        const R* p = cj + static_cast<index_t>(j) * ldc;
+        for (int i = 0; i < m; ++i)
+          s[j + i * lds] = zero ? R(0) : one ? p[i] : beta[0] * p[i];
+      }
+      // op(B) rows become rows of the new left operand and op(A) columns those of the new
+      // right operand, each with the other op.
+      const R* bj = tb == op_n ? b + static_cast<index_t>(j0) * ldb : b + j0;
+      driver<R, 1>(tb ^ 1, ta ^ 1, nc, m, k, alpha, bj, ldb, a, lda, &unit, s, lds, pa, pb,
+                   nullptr, true);
+      for (int j = 0; j < nc; ++j) {
+        R* p = cj + static_cast<index_t>(j) * ldc;
+        for (int i = 0; i < m; ++i) p[i] = s[j + i * lds];
+      }
+    }
+  } else {
+    direct<R, 1>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  }
+  zvx_deallocate(s);
+  zvx_deallocate(pb);
+  zvx_deallocate(pa);
+}
+
 // The wrapper of the real engines and of double complex: the direct tiles for small problems,
 // the packed path for the rest.
 template <class R, int E>
@@ -768,6 +839,12 @@ void wrapper(const char* transa, const char* transb, int m, int n, int k, const 
   if (takes_direct_tiles<R, E>(ta, tb, m, n, k)) {
     direct_tiles_run<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
+  }
+  if constexpr (E == 1) {
+    if (takes_transposed<R>(m, n, k)) {
+      transposed<R>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+      return;
+    }
   }
   packed<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, alpha_folded);
 }
