@@ -64,6 +64,14 @@ void herk_diagonal_direct(bool upper, bool notrans, int bs, int k, double alpha,
                                         isa_avx512::herk_diagonal);
   f(upper, notrans, bs, k, alpha, a, lda, c, ldc);
 }
+// dsyrk's diagonal block without transpose by direct register tiles, likewise.
+void syrk_diagonal_direct(bool upper, bool notrans, int bs, int k, double alpha, const double* a,
+                          long lda, double* c, long ldc) {
+  using fn = void (*)(bool, bool, int, int, double, const double*, long, double*, long);
+  static const fn f = select_by_isa<fn>(isa_portable::syrk_diagonal, isa_avx2::syrk_diagonal,
+                                        isa_avx512::syrk_diagonal);
+  f(upper, notrans, bs, k, alpha, a, lda, c, ldc);
+}
 
 // kind: 0 syrk, 1 herk, 2 syr2k, 3 her2k. S is the type of beta (real for the Hermitian ones).
 template <int kind, class T, class S>
@@ -96,6 +104,12 @@ void rank_update(const char* uplo, const char* trans, int n, int k, T alpha, con
     if constexpr (direct) {
       herk_diagonal_direct(upper, notrans, bs, k, re(alpha), ab, la, cd, lc);
     } else {
+      if constexpr (kind == 0 && std::is_same_v<T, double>) {
+        if (notrans) {
+          syrk_diagonal_direct(upper, notrans, bs, k, alpha, ab, la, cd, lc);
+          return;
+        }
+      }
       const T* bb = two ? rows(b, lb, off) : ab;
       gemm_serial(ta, tb, bs, bs, k, alpha, ab, lda, bb, two ? ldb : lda, zero, w, bsmax);
       add_triangle<herm, two>(upper, bs, w, bsmax, cd, lc);

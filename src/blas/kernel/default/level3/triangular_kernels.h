@@ -26,7 +26,8 @@ inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
 // Per instruction set: trsm_kernel solves op(A) X = B (left) or X op(A) = B (right) in place on
 // a rows x cols block of B with a diagonal block of order at most tuning::tri_kernel_max;
 // trmm_kernel forms alpha op(A) B or alpha B op(A) in place; herk_diagonal adds
-// alpha op(A) op(A)^H to the chosen triangle of a diagonal block of zherk (real diagonal).
+// alpha op(A) op(A)^H to the chosen triangle of a diagonal block of zherk (real diagonal), and
+// syrk_diagonal alpha op(A) op(A)^T to that of dsyrk.
 #define ZVX_TRI_KERNEL_DECLS(ns)                                                                \
   namespace ns {                                                                                \
   void trsm_kernel(const tri_shape&, int, int, const float*, long, float*, long);               \
@@ -42,6 +43,7 @@ inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
                    zvx_complex16*, long);                                                       \
   void herk_diagonal(bool, bool, int, int, double, const zvx_complex16*, long, zvx_complex16*,  \
                      long);                                                                     \
+  void syrk_diagonal(bool, bool, int, int, double, const double*, long, double*, long);         \
   }
 ZVX_TRI_KERNEL_DECLS(isa_portable)
 ZVX_TRI_KERNEL_DECLS(isa_avx2)
