@@ -883,9 +883,13 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
   constexpr index_t piece_b = (Z::b + 63) / 64 * 64;
   constexpr index_t total = piece_a + piece_b + Z::stage;
   float* block = static_cast<float*>(zvx_allocate(static_cast<unsigned>(total * sizeof(float)), 128));
+  // Staging pays for itself over several depth steps; a rank-k update whose whole depth is one
+  // step would only copy C twice, outside the kernels that can overlap its memory traffic with
+  // their products, and updates C in place.
+  const bool staged = k > gemm_tune_c.kb / 2;
   if (block)
     driver<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, block,
-                     block + piece_a, block + piece_a + piece_b, true);
+                     block + piece_a, staged ? block + piece_a + piece_b : nullptr, true);
   else
     direct<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   zvx_deallocate(block);
