@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "blas/level12/kernels.h"
 
@@ -514,69 +515,137 @@ template <class E, int w, int c> struct reduce_level_masks {
   static constexpr std::array<E, w> even = make(true), exchange = make(false);
 };
 
-template <class T, int c> __attribute__((always_inline)) inline void reduce_level(V<T>* cur) {
-  constexpr int count = 2 * c;  // vectors entering this level
+template <class T, int c, size_t... K>
+__attribute__((always_inline)) inline std::array<V<T>, sizeof...(K)> reduce_level(const std::array<V<T>, 2 * sizeof...(K)>& cur,
+                                                                                std::index_sequence<K...>) {
   using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
   using M = reduce_level_masks<E, W<T>, c>;
   VI<T> even, exchange;
   memcpy(&even, M::even.data(), sizeof even);
   memcpy(&exchange, M::exchange.data(), sizeof exchange);
-#pragma GCC unroll 16
-  for (int k = 0; k < count / 2; ++k) {
-    const V<T> a = cur[2 * k], b = cur[2 * k + 1];
+  auto pair = [&](V<T> a, V<T> b) {
     const V<T> kept = even ? a : b, moved = even ? b : a;
-    cur[k] = kept + __builtin_shuffle(moved, exchange);
-  }
-  if constexpr (c > 1) reduce_level<T, c / 2>(cur);
+    return kept + __builtin_shuffle(moved, exchange);
+  };
+  return {pair(cur[2 * K], cur[2 * K + 1])...};
+}
+
+template <class T, int c, size_t N> __attribute__((always_inline)) inline V<T> reduce_levels(const std::array<V<T>, N>& cur) {
+  const auto next = reduce_level<T, c>(cur, std::make_index_sequence<N / 2>{});
+  if constexpr (c > 1) return reduce_levels<T, c / 2>(next);
+  else return next[0];
 }
 
 // Sums of the lanes of W vectors at once: lane k of the result is the sum of the lanes of v[k].
 // Each level adds the two halves of pairs of vectors in one shuffle pair; entering the vectors in
-// bit-reversed order leaves the sums in natural order.
-template <class T> inline V<T> reduce_lanes(const V<T>* v) {
-  constexpr int w = W<T>;
-  V<T> cur[w];
-#pragma GCC unroll 16
-  for (int k = 0; k < w; ++k) cur[k] = v[bit_reverse(k, w)];
-  reduce_level<T, w / 2>(cur);
-  return cur[0];
+// bit-reversed order leaves the sums in natural order. The indices are constants from the start,
+// so the vectors stay in registers.
+template <class T, size_t... K>
+__attribute__((always_inline)) inline V<T> reduce_lanes_in(const V<T>* v, std::index_sequence<K...>) {
+  const std::array<V<T>, W<T>> cur = {v[bit_reverse((int)K, W<T>)]...};
+  return reduce_levels<T, W<T> / 2>(cur);
+}
+template <class T> __attribute__((always_inline)) inline V<T> reduce_lanes(const V<T>* v) {
+  return reduce_lanes_in<T>(v, std::make_index_sequence<W<T>>{});
 }
 
-// y(j:j+W) += alpha * A(0:rows, j:j+W)' * x for one strip: W dots at once, reduced together.
-// The transposed kernel walks one group of columns down all strips (W sequential streams), and
-// each strip adds its own sums to y, in the order of the strips.
-template <class T>
-__attribute__((always_inline)) inline void gemv_t_group(long rows, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+// The dots of C <= W columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
+// full strip unless `short_strip`), reduced together: lane k of the result is the dot of column k.
+// Column k is at base[k / 4] + (k % 4) * lda, four columns per base register, so that the addresses
+// of up to sixteen columns fit in the general registers; every x vector serves all C columns.
+template <class T, int C, bool short_strip>
+__attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base_in, long ld1, long ld3, const T* x,
+                                                       long rows) {
   constexpr int w = W<T>;
+  constexpr int nv = strip_rows / w;
+  constexpr int bases = (C + 3) / 4;
+  // With fewer columns than lanes the spare accumulators take the odd vectors of the strip, so
+  // that the additions of one column don't wait on each other.
+  constexpr int chains = 2 * C <= w ? 2 : 1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = base_in[b];
   V<T> acc[w] = {};
-  long i = 0;
-  if (prefetch)
-    for (int k = 0; k < w; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows, 0, 0);
-  for (; i + w <= rows; i += w) {
-    const V<T> xv = ld(x + i);
-    for (int k = 0; k < w; ++k) acc[k] = vfma(ld(a + i + k * lda), xv, acc[k]);
+#pragma GCC unroll 32
+  for (int v = 0; v < nv; ++v) {
+    if (short_strip && v * w >= rows) continue;
+    const long count = short_strip ? rows - v * w : w;
+    // Opaque bases: otherwise the compiler keeps one pointer per column alive across the strip
+    // and, short of registers, loads each address back from the stack.
+    for (int b = 0; b < bases; ++b) __asm__("" : "+r"(base[b]));
+    auto column = [&](int k) {
+      const char* p = base[k / 4] + v * w * (long)sizeof(T);
+      switch (k % 4) {
+        case 0: return reinterpret_cast<const T*>(p);
+        case 1: return reinterpret_cast<const T*>(p + ld1);
+        case 2: return reinterpret_cast<const T*>(p + 2 * ld1);
+        default: return reinterpret_cast<const T*>(p + ld3);
+      }
+    };
+    const int set = chains == 2 ? (v & 1) * C : 0;
+    if (!short_strip || count >= w) {
+      const V<T> xv = ld(x + v * w);
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k) acc[set + k] = vfma(ld(column(k)), xv, acc[set + k]);
+    } else {
+      const V<T> xv = ld_part(x + v * w, count);
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k) acc[set + k] = vfma(ld_part(column(k), count), xv, acc[set + k]);
+    }
   }
-  if (i < rows) {
-    const V<T> xv = ld_part(x + i, rows - i);
-    for (int k = 0; k < w; ++k) acc[k] = vfma(ld_part(a + i + k * lda, rows - i), xv, acc[k]);
+  if constexpr (chains == 2)
+#pragma GCC unroll 16
+    for (int k = 0; k < C; ++k) acc[k] += acc[C + k], acc[C + k] = V<T>{};
+  return reduce_lanes<T>(acc);
+}
+
+// y(j:j+C) += alpha * A(0:m, j:j+C)' * x for C <= W columns, walked down all strips (C
+// sequential streams). Each strip's C dots are added to y before the next strip, in the order of
+// the strips, the rows after the last full strip being a last, short strip; y stays in a register
+// across the strips.
+template <class T, int C>
+__attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long lda, const T* x, T* y,
+                                              bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr int bases = (C + 3) / 4;
+  const V<T> va = bc(alpha);
+  V<T> yv = C == w ? ld(y) : ld_part(y, C);
+  const long ld1 = lda * (long)sizeof(T), ld3 = 3 * ld1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
+  long i0 = 0;
+  for (; i0 + strip_rows <= m; i0 += strip_rows) {
+    if (prefetch && m - i0 > gemv_prefetch_rows)
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k)
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_rows * (long)sizeof(T), 0, 0);
+    yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(T);
   }
-  const V<T> r = reduce_lanes<T>(acc);
-  st(y, vfma(bc(alpha), r, ld(y)));
+  if (i0 < m) yv = vfma(va, gemv_t_strip<T, C, true>(base, ld1, ld3, x + i0, m - i0), yv);
+  if constexpr (C == w) st(y, yv);
+  else st_part(y, yv, C);
+}
+
+// Columns left after the groups of W: groups of W/2, W/4, ..., 1 as they fit.
+template <class T, int C>
+inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  if constexpr (C >= 1) {
+    if (n >= C) {
+      gemv_t_columns<T, C>(m, alpha, a, lda, x, y, prefetch);
+      a += C * lda;
+      y += C;
+      n -= C;
+    }
+    gemv_t_tail<T, C / 2>(m, n, alpha, a, lda, x, y, prefetch);
+  }
 }
 
 template <class T>
 void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
   long j = 0;
-  for (; j + w <= n; j += w)
-    for (long i0 = 0; i0 < m; i0 += strip_rows)
-      gemv_t_group<T>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j,
-                      prefetch && m - i0 > gemv_prefetch_rows);
-  for (; j < n; ++j)
-    for (long i0 = 0; i0 < m; i0 += strip_rows) {
-      const long rows = std::min(strip_rows, m - i0);
-      y[j] = sfma(dot<T>(rows, a + i0 + j * lda, x + i0), alpha, y[j]);
-    }
+  for (; j + w <= n; j += w) gemv_t_columns<T, w>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
+  gemv_t_tail<T, w / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
 }
 
 // Rows left after the strips (fewer than 64): sums over the columns, kept in a buffer so that the

@@ -79,7 +79,8 @@ const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
   for (int m : {0, 1, 5, 63, 64, 65, 130, 251})
-    for (int n : {0, 1, 2, 7, 64, 65})
+    // Column counts whose remainders after the groups of vector width take every smaller group.
+    for (int n : {0, 1, 2, 7, 13, 30, 64, 65})
       for (char t : gemv_letters)
         for (auto [incx, incy] : {std::pair{1, 1}, {-1, 1}, {2, -3}, {1, 2}}) {
           SCOPED_TRACE(::testing::Message() << "m " << m << " n " << n << " trans " << t << " incx " << incx << " incy " << incy);
