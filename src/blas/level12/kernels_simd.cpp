@@ -46,6 +46,12 @@ constexpr long gemv_prefetch_rows = 512;
 // about one and a half times, which costs nothing in cache and half again from memory (the size
 // of the second-level cache).
 constexpr long iamax_one_pass_bytes = 1L << 20;
+// Complex axpy on vectors longer than this many bytes runs on 32-byte vectors in the AVX-512
+// build: from memory it measured 5 to 10% faster than 64-byte vectors, whose loads and stores
+// straddle two lines whenever the data are not 64-byte aligned (the usual 16-byte alignment of
+// allocations); in cache the wide vectors are as fast or faster (a quarter of the last-level
+// cache share of one core, so that both vectors are well beyond the second level).
+constexpr long caxpy_half_vector_bytes = 4L << 20;
 // Copies longer than this many bytes store around the cache: the target won't be read back
 // before it has been evicted (half of the last-level cache share of one core).
 constexpr long copy_stream_bytes = 4L << 20;
@@ -777,7 +783,54 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
 // ---- complex ----------------------------------------------------------------------------------
 // A complex vector of k pairs is a real vector of 2k lanes; alpha * x is re(alpha) * x plus
 // im(alpha) * (x with its parts exchanged) * (-1, +1).
+#if ZVX_ISA_LEVEL == 2
+inline __m256d half_fma(__m256d a, __m256d b, __m256d c) { return _mm256_fmadd_pd(a, b, c); }
+inline __m256 half_fma(__m256 a, __m256 b, __m256 c) { return _mm256_fmadd_ps(a, b, c); }
+inline __m256d half_swap_pairs(__m256d a) { return _mm256_permute_pd(a, 0x5); }
+inline __m256 half_swap_pairs(__m256 a) { return _mm256_permute_ps(a, 0xb1); }
+template <class R> using half_vector = std::conditional_t<std::is_same_v<R, double>, __m256d, __m256>;
+template <class R> inline half_vector<R> half_ld(const R* p) {
+  if constexpr (std::is_same_v<R, double>) return _mm256_loadu_pd(p);
+  else return _mm256_loadu_ps(p);
+}
+template <class R> inline void half_st(R* p, half_vector<R> v) {
+  if constexpr (std::is_same_v<R, double>) _mm256_storeu_pd(p, v);
+  else _mm256_storeu_ps(p, v);
+}
+template <class R> inline half_vector<R> half_bc(R a) {
+  if constexpr (std::is_same_v<R, double>) return _mm256_set1_pd(a);
+  else return _mm256_set1_ps(a);
+}
+
+// caxpy for vectors beyond the caches, on 32-byte vectors, with the arithmetic of caxpy.
+template <class R> void caxpy_from_memory(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>* yc) {
+  using H = half_vector<R>;
+  constexpr int hw = 32 / sizeof(R);
+  const R* x = &xc->re;
+  R* y = &yc->re;
+  const long len = 2 * n;
+  const V<R> ai_wide = bc(alpha.im) * alternating_sign<R>();
+  H ai;
+  memcpy(&ai, &ai_wide, sizeof ai);
+  const H ar = half_bc<R>(alpha.re);
+  long i = 0;
+  for (; i + 4 * hw <= len; i += 4 * hw) {
+    H xv[4];
+    for (int k = 0; k < 4; ++k) xv[k] = half_ld<R>(x + i + k * hw);
+    for (int k = 0; k < 4; ++k)
+      half_st<R>(y + i + k * hw, half_fma(ai, half_swap_pairs(xv[k]), half_fma(ar, xv[k], half_ld<R>(y + i + k * hw))));
+  }
+  for (long k = i / 2; k < n; ++k) {
+    const cplx<R> xk = xc[k];
+    yc[k] = {sfma(-alpha.im, xk.im, sfma(alpha.re, xk.re, yc[k].re)), sfma(alpha.im, xk.re, sfma(alpha.re, xk.im, yc[k].im))};
+  }
+}
+#endif
+
 template <class R> void caxpy(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>* yc) {
+#if ZVX_ISA_LEVEL == 2
+  if (n * (long)sizeof(cplx<R>) > caxpy_half_vector_bytes) return caxpy_from_memory<R>(n, alpha, xc, yc);
+#endif
   constexpr int w = W<R>;
   const R* x = &xc->re;
   R* y = &yc->re;

@@ -70,6 +70,26 @@ TEST(Level1, AxpyScalCopySwapAllTypes) {
   check_axpy_scal_copy_swap<zvx_complex16>();
 }
 
+// Complex axpy on vectors longer than the caches (over 4 MiB) takes a loop of its own; every
+// element, the tail after its last full pass included, against the long double product.
+template <class T> void check_long_axpy(int n) {
+  SCOPED_TRACE(::testing::Message() << info<T>::name << " n " << n);
+  auto x = random_vector<T>(n), y = random_vector<T>(n + 1);
+  const T alpha = random_value<T>();
+  auto y1 = y;
+  const int one = 1;
+  api<T>::axpy(&n, &alpha, x.data(), &one, y1.data(), &one);
+  for (int k = 0; k < n; ++k) ASSERT_TRUE(close<T>(L(y1[k]), L(alpha) * L(x[k]) + L(y[k]), 4)) << k;
+  ASSERT_TRUE(same_bits(y1[n], y[n]));  // nothing written past the end
+}
+
+TEST(Level1, ComplexAxpyBeyondTheCaches) {
+  for (int extra : {0, 1, 3, 7}) {
+    check_long_axpy<zvx_complex16>((4 << 20) / 16 + 64 + extra);
+    check_long_axpy<zvx_complex8>((4 << 20) / 8 + 64 + extra);
+  }
+}
+
 TEST(Level1, ZeroIncrementsAndShortLengths) {
   // axpy with incx 0 adds the same x(1) everywhere; incy 0 accumulates into one element.
   int n = 5, one = 1, zero = 0;
