@@ -62,8 +62,8 @@ std::string plot_png(const options& opt, const std::string& file, const std::str
                      const std::string& xlabel, const std::string& ylabel,
                      const std::vector<series>& lines, bool log_x = false);
 
-// The machine: the time-stamp counter's frequency in GHz (a stand-in for the core clock), and the
-// double-precision peak of one core in GFLOP/s: frequency x vector width x 2 (FMA) x FMA units.
+// The machine: the core clock in GHz, measured by a chain of dependent additions (one retires
+// a cycle) so that it is the boosted clock the kernels run at, and the double-precision peak of one core in GFLOP/s: frequency x vector width x 2 (FMA) x FMA units.
 double core_ghz();
 double peak_gflops_double(int fma_units = 2);
 double peak_gflops_single(int fma_units = 2);

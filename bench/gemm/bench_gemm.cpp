@@ -234,10 +234,10 @@ int main(int argc, char** argv) {
   }
   char peak_note[512];
   std::snprintf(peak_note, sizeof peak_note,
-                "Peak of one core: %.2f GHz (time-stamp counter) x 16 double or 32 single flops a "
-                "cycle (one 512-bit FMA, or two 256-bit FMAs, per cycle) = %.0f / %.0f GFLOP/s. "
-                "The core boosts above the counter's rate, so shares above 100 %% can appear: "
-                "the share is a guide, the ratio to OpenBLAS is the figure.",
+                "Peak of one core: %.2f GHz (the clock measured while the core computes: a chain "
+                "of dependent additions, one a cycle) x 16 double or 32 single flops a cycle (one "
+                "512-bit FMA, or two 256-bit FMAs, per cycle) = %.0f / %.0f GFLOP/s. A share near "
+                "100 %% leaves no room above it: no library can pass the peak.",
                 zvx_bench::core_ghz(), peak(false), peak(true));
   t.notes.push_back(peak_note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
