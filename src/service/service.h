@@ -17,6 +17,9 @@ namespace zvx {
 void memory_attach();
 void memory_detach();
 
+// The process's thread policy, as in_serial reports it: 1 serial, 0 threads allowed.
+int serial_policy();
+
 // Writes text to the error console (one write for the piece).
 void console_piece(const char* text);
 

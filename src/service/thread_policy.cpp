@@ -11,7 +11,9 @@ namespace {
 std::atomic<int> g_serial_decision{-1};
 }  // namespace
 
-ZVX_EXPORT int in_serial(void) {
+// The library's own frames ask here rather than through the exported name, which a call from
+// inside the library would reach through the procedure linkage table on every call.
+int zvx::serial_policy() {
   int decision = g_serial_decision.load(std::memory_order_relaxed);
   if (decision != -1) return decision;
   const bool omp_present = zvx::platform::env_get("OMP_NUM_THREADS") != nullptr;
@@ -23,6 +25,8 @@ ZVX_EXPORT int in_serial(void) {
   g_serial_decision.store(decision, std::memory_order_relaxed);
   return decision;
 }
+
+ZVX_EXPORT int in_serial(void) { return zvx::serial_policy(); }
 
 // The setters change the environment only: after the first in_serial they have no effect.
 ZVX_EXPORT int set_serial(void) { return zvx::platform::env_set("ZVX_SERIAL", "YES"); }

@@ -5,26 +5,56 @@
 // Each engine takes its scratch from zvx_allocate on the calling thread and gives it back before
 // it returns, so it may run on several threads at once. It validates nothing; m or n at most 0
 // returns at once; alpha 0 reads neither A nor B; beta 0 overwrites C (NaN included) and k 0
-// still scales C by beta. The instruction set is chosen once, at the first call.
+// still scales C by beta.
+//
+// The instruction set is chosen at the first call: each engine's pointer starts at a resolver
+// that makes the choice, stores the chosen engine in its place and runs it. Later calls cost a
+// load and an indirect call, which matters to the small products, whose whole cost is a few
+// hundred cycles. Threads that race through the first call store the same pointer.
 #pragma once
+#include <atomic>
+
 #include "zvx_common.h"
 
 namespace zvx {
 
-void gemm_engine_s(const char* transa, const char* transb, const int* m, const int* n,
-                   const int* k, const float* alpha, const float* a, const int* lda,
-                   const float* b, const int* ldb, const float* beta, float* c, const int* ldc);
-void gemm_engine_d(const char* transa, const char* transb, const int* m, const int* n,
-                   const int* k, const double* alpha, const double* a, const int* lda,
-                   const double* b, const int* ldb, const double* beta, double* c,
-                   const int* ldc);
-void gemm_engine_c(const char* transa, const char* transb, const int* m, const int* n,
-                   const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
-                   const int* lda, const zvx_complex8* b, const int* ldb,
-                   const zvx_complex8* beta, zvx_complex8* c, const int* ldc);
-void gemm_engine_z(const char* transa, const char* transb, const int* m, const int* n,
-                   const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
-                   const int* lda, const zvx_complex16* b, const int* ldb,
-                   const zvx_complex16* beta, zvx_complex16* c, const int* ldc);
+template <class T>
+using gemm_engine_fn = void (*)(const char*, const char*, const int*, const int*, const int*,
+                                const T*, const T*, const int*, const T*, const int*, const T*,
+                                T*, const int*);
+
+extern std::atomic<gemm_engine_fn<float>> gemm_engine_s_ptr;
+extern std::atomic<gemm_engine_fn<double>> gemm_engine_d_ptr;
+extern std::atomic<gemm_engine_fn<zvx_complex8>> gemm_engine_c_ptr;
+extern std::atomic<gemm_engine_fn<zvx_complex16>> gemm_engine_z_ptr;
+
+inline void gemm_engine_s(const char* transa, const char* transb, const int* m, const int* n,
+                          const int* k, const float* alpha, const float* a, const int* lda,
+                          const float* b, const int* ldb, const float* beta, float* c,
+                          const int* ldc) {
+  gemm_engine_s_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
+                                                    ldb, beta, c, ldc);
+}
+inline void gemm_engine_d(const char* transa, const char* transb, const int* m, const int* n,
+                          const int* k, const double* alpha, const double* a, const int* lda,
+                          const double* b, const int* ldb, const double* beta, double* c,
+                          const int* ldc) {
+  gemm_engine_d_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
+                                                    ldb, beta, c, ldc);
+}
+inline void gemm_engine_c(const char* transa, const char* transb, const int* m, const int* n,
+                          const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
+                          const int* lda, const zvx_complex8* b, const int* ldb,
+                          const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
+  gemm_engine_c_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
+                                                    ldb, beta, c, ldc);
+}
+inline void gemm_engine_z(const char* transa, const char* transb, const int* m, const int* n,
+                          const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
+                          const int* lda, const zvx_complex16* b, const int* ldb,
+                          const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
+  gemm_engine_z_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
+                                                    ldb, beta, c, ldc);
+}
 
 }  // namespace zvx

@@ -22,28 +22,21 @@
 
 namespace {
 
-template <class T>
-using gemm_engine_fn = void (*)(const char*, const char*, const int*, const int*, const int*,
-                                const T*, const T*, const int*, const T*, const int*, const T*,
-                                T*, const int*);
+using zvx::gemm_engine_fn;
 
 constexpr int gemm_serial_limit = 16;
 
 inline bool no_transpose(const char* t) { return *t == 'N' || *t == 'n'; }
 
+// The threaded part of the frame, out of line so that the serial calls do not pay for its
+// frame.
 template <class T>
-void gemm_frame(gemm_engine_fn<T> engine, const char* transa, const char* transb, const int* m,
-                const int* n, const int* k, const T* alpha, const T* a, const int* lda,
-                const T* b, const int* ldb, const T* beta, T* c, const int* ldc) {
-  const int mm = *m, nn = *n, kk = *k;
+[[gnu::noinline]] void gemm_threads(gemm_engine_fn<T> engine, const char* transa,
+                                    const char* transb, const int* m, const int* n, const int* k,
+                                    const T* alpha, const T* a, const int* lda, const T* b,
+                                    const int* ldb, const T* beta, T* c, const int* ldc) {
+  const int mm = *m, nn = *n;
   const long la = *lda, lb = *ldb, lc = *ldc;
-  if (mm <= 0 || nn <= 0) return;
-  if (in_serial() == 1 ||
-      (mm <= gemm_serial_limit && nn <= gemm_serial_limit && kk <= gemm_serial_limit) ||
-      omp_in_parallel()) {
-    engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
   const int nt = omp_get_max_threads();
   if (nt <= 1) {
     engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -74,13 +67,30 @@ void gemm_frame(gemm_engine_fn<T> engine, const char* transa, const char* transb
   }
 }
 
+template <class T>
+inline void gemm_frame(const std::atomic<gemm_engine_fn<T>>& engine_ptr, const char* transa,
+                       const char* transb, const int* m, const int* n, const int* k,
+                       const T* alpha, const T* a, const int* lda, const T* b, const int* ldb,
+                       const T* beta, T* c, const int* ldc) {
+  const gemm_engine_fn<T> engine = engine_ptr.load(std::memory_order_relaxed);
+  const int mm = *m, nn = *n;
+  if (mm <= 0 || nn <= 0) return;
+  if (zvx::serial_policy() == 1 ||
+      (mm <= gemm_serial_limit && nn <= gemm_serial_limit && *k <= gemm_serial_limit) ||
+      omp_in_parallel()) {
+    engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  gemm_threads<T>(engine, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
 }  // namespace
 
 ZVX_EXPORT void sgemm(const char* transa, const char* transb, const int* m, const int* n,
                       const int* k, const float* alpha, const float* a, const int* lda,
                       const float* b, const int* ldb, const float* beta, float* c,
                       const int* ldc) {
-  gemm_frame<float>(&zvx::gemm_engine_s, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
+  gemm_frame<float>(zvx::gemm_engine_s_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
                     c, ldc);
 }
 
@@ -88,7 +98,7 @@ ZVX_EXPORT void dgemm(const char* transa, const char* transb, const int* m, cons
                       const int* k, const double* alpha, const double* a, const int* lda,
                       const double* b, const int* ldb, const double* beta, double* c,
                       const int* ldc) {
-  gemm_frame<double>(&zvx::gemm_engine_d, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
+  gemm_frame<double>(zvx::gemm_engine_d_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
                      c, ldc);
 }
 
@@ -96,7 +106,7 @@ ZVX_EXPORT void cgemm(const char* transa, const char* transb, const int* m, cons
                       const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
                       const int* lda, const zvx_complex8* b, const int* ldb,
                       const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
-  gemm_frame<zvx_complex8>(&zvx::gemm_engine_c, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+  gemm_frame<zvx_complex8>(zvx::gemm_engine_c_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb,
                            beta, c, ldc);
 }
 
@@ -104,6 +114,6 @@ ZVX_EXPORT void zgemm(const char* transa, const char* transb, const int* m, cons
                       const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
                       const int* lda, const zvx_complex16* b, const int* ldb,
                       const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
-  gemm_frame<zvx_complex16>(&zvx::gemm_engine_z, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+  gemm_frame<zvx_complex16>(zvx::gemm_engine_z_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb,
                             beta, c, ldc);
 }
