@@ -67,6 +67,9 @@ std::string plot_png(const options& opt, const std::string& file, const std::str
 double core_ghz();
 double peak_gflops_double(int fma_units = 2);
 double peak_gflops_single(int fma_units = 2);
+// Single-precision peak of one core measured with independent FMA chains on the library's
+// vectors (GFLOP/s; halve it for double), 0 for the baseline instruction set.
+double measured_peak_gflops_single();
 const char* vector_isa_name();  // "avx512", "avx2" or "portable", as this library chose
 
 // A peer library loaded with RTLD_LOCAL from the first of the candidate file names that opens.
