@@ -1,5 +1,5 @@
 // symm, hemm, syrk, herk, syr2k, her2k against long double references, in every side, uplo and
-// trans, at sizes around the block orders (32, 64, 128). The triangle of A that is not stored is
+// trans, at sizes around the block orders (32, 64, 128, 256). The triangle of A that is not stored is
 // poisoned with NaN (a read would show), a Hermitian diagonal carries imaginary garbage, and the
 // triangle of C that is not the result, and the padding rows, must come back bitwise unchanged.
 #include "blas/level3/operations_reference.h"
@@ -88,6 +88,18 @@ TYPED_TEST(Symmetric, Multiply) {
         for (auto [m, n] : {std::pair{1, 1}, {5, 3}, {129, 7}, {7, 130}, {40, 33}})
           symm_case<T>(herm, side, uplo, m, n, alpha, beta, seed++);
   }
+}
+
+// Double symm cuts at 256: orders past one and two blocks, on both sides, leave blocks of 1
+// and 3, whose calls 2 and 3 take panels of 256 and 512.
+TEST(SymmetricLarge, MultiplyPastTheDoubleBlock) {
+  unsigned seed = 700;
+  for (char side : {'L', 'R'})
+    for (char uplo : {'U', 'L'})
+      for (int order : {257, 515}) {
+        const int m = side == 'L' ? order : 9, n = side == 'L' ? 6 : order;
+        symm_case<double>(false, side, uplo, m, n, 0.75, -1.25, seed++);
+      }
 }
 
 TYPED_TEST(Symmetric, MultiplyScalarsZeroAndOne) {
@@ -189,6 +201,20 @@ TYPED_TEST(Symmetric, RankUpdates) {
     // Real types read "C" as a transpose.
     if (!traits<T>::complex) rank_case<T>(kind, 'U', 'C', 20, 5, alpha, beta, seed++);
   }
+}
+
+// The direct diagonal tiles of dsyrk and zherk without transpose: orders that end inside a tile
+// (its rows read under a mask, its columns cut short) and depths longer than a tile, next to
+// the block boundaries of 64.
+TEST(SymmetricLarge, RankUpdateDiagonalTiles) {
+  unsigned seed = 800;
+  for (char uplo : {'U', 'L'})
+    for (int n : {3, 9, 63, 64, 70, 131})
+      for (int k : {1, 77}) {
+        rank_case<double>(0, uplo, 'N', n, k, 0.5, 1.5, seed++);
+        rank_case<zvx_complex16>(1, uplo, 'N', n, k, make<zvx_complex16>(0.5, 0),
+                                 make<zvx_complex16>(1.5, 0), seed++);
+      }
 }
 
 // An order of three or more blocks in every type, so that the triangle is split in halves of

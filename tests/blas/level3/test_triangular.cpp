@@ -153,6 +153,19 @@ TEST(TriangularLarge, MultiplyPastTheTopBlock) {
   tri_case<double>(false, 'R', 'L', 'T', 'U', 3, 700, 2.0, 11);
 }
 
+TEST(TriangularLarge, MultiplyBottomChunks) {
+  // Double trmm's bottom level walks the free dimension in chunks of 64: 64, 65 and 130 columns
+  // (rows on the right side) against orders with a last bottom block of 8 and of 13 rows.
+  unsigned seed = 40;
+  for (char side : {'L', 'R'})
+    for (char uplo : {'U', 'L'})
+      for (auto [order, free] : {std::pair{200, 65}, {45, 130}, {77, 64}}) {
+        const int m = side == 'L' ? order : free, n = side == 'L' ? free : order;
+        tri_case<double>(false, side, uplo, 'N', 'N', m, n, -0.5, seed++);
+        tri_case<double>(false, side, uplo, 'T', 'U', m, n, 1.5, seed++);
+      }
+}
+
 TYPED_TEST(Triangular, AlphaZeroFillsWithoutReadingA) {
   using T = TypeParam;
   for (bool solve : {false, true}) {

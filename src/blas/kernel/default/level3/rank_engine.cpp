@@ -9,8 +9,9 @@
 // rectangle between the halves (right of the first for upper, below it for lower), then the
 // second half, each half split again the same way down to single blocks. Every element off the
 // diagonal blocks is in exactly one rectangle; a rectangle of n/2 x n/2 packs its operands once
-// where rectangles one block tall (or wide) would pack them once per block. zherk treats its
-// small diagonal blocks by direct loops instead.
+// where rectangles one block tall (or wide) would pack them once per block. zherk, and dsyrk
+// without transpose, treat their diagonal blocks by direct register tiles on the triangle
+// instead, with no dense buffer.
 // Hermitian diagonals come out real: their imaginary parts are set to 0.
 #include <algorithm>
 

@@ -72,7 +72,7 @@ void symm_like(const char* side, const char* uplo, int m, int n, T alpha, const 
   const bool upper = lsame(uplo, "U") & 1;
   const long la = lda, lb = ldb, lc = ldc;
   const char* mirror = herm ? "C" : "T";
-  constexpr int bsmax = tuning::symm_block;
+  constexpr int bsmax = tuning::symm_block<T>;
   alignas(64) T d[bsmax * bsmax];
   const int order = left ? m : n;
   for (int off = 0; off < order; off += bsmax) {

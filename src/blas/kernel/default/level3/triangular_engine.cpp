@@ -47,7 +47,7 @@ void tri_level(const tri_shape& s, int rows, int cols, T alpha, const T* a, long
   using ladder = std::conditional_t<solve, tuning::trsm_ladder<T>, tuning::trmm_ladder<T>>;
   constexpr int levels = sizeof(ladder::orders) / sizeof(int);
   constexpr int order = ladder::orders[level];
-  constexpr int chunk = tuning::tri_free_chunk;
+  constexpr int chunk = level + 1 == levels ? ladder::bottom_chunk : tuning::tri_free_chunk;
   const T one = from_real<T>(1);
   // The sign and scale of the GEMM update: the solve subtracts solved blocks, the multiply adds
   // with the call's alpha.

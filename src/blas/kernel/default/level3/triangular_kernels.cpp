@@ -306,9 +306,19 @@ void trmm_kernel_t(const tri_shape& s, int rows, int cols, T alpha, const T* a, 
 #if ZVX_ISA_LEVEL >= 1
   if constexpr (!is_complex<T>) {
     if (s.left) {
-      // The vector kernel reads whole vectors of the triangle's columns: the other triangle and
-      // the rows past bs must hold zeros.
-      std::fill(t, t + ld * ld, T(0));
+      // The vector kernel reads whole vectors of the triangle's columns: where such a vector
+      // reaches into the other triangle or past row bs it must read zeros.
+      constexpr int L = vec<T>::lanes;
+      for (int j = 0; j < bs; ++j) {
+        T* tj = t + j * ld;
+        const int v0 = j / L * L;
+        if (s.lower) {
+          std::fill(tj + v0, tj + j, T(0));
+          std::fill(tj + bs, tj + ld, T(0));
+        } else {
+          std::fill(tj + j + 1, tj + v0 + L, T(0));
+        }
+      }
       copy_block<false>(s, bs, a, lda, t);
       if (s.lower) trmm_left_vec<true>(bs, cols, alpha, t, b, ldb);
       else trmm_left_vec<false>(bs, cols, alpha, t, b, ldb);
