@@ -172,6 +172,52 @@ inline void st_part(float* p, vf v, long count) {
   for (long k = 0; k < count; ++k) p[k] = v[k];
 #endif
 }
+// Loads and stores of lanes [from, to) (0 <= from < to <= W), the other lanes zero or untouched:
+// the ragged ends of a column segment that starts or ends inside a vector.
+inline vd ld_range(const double* p, long from, long to) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_pd((__mmask8)(((1u << to) - 1) & ~((1u << from) - 1)), p);
+#elif ZVX_ISA_LEVEL == 1
+  const vdi lane = {0, 1, 2, 3};
+  return _mm256_maskload_pd(p, (__m256i)((lane >= from) & (lane < to)));
+#else
+  vd r = {};
+  for (long k = from; k < to; ++k) r[k] = p[k];
+  return r;
+#endif
+}
+inline vf ld_range(const float* p, long from, long to) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_ps((__mmask16)(((1u << to) - 1) & ~((1u << from) - 1)), p);
+#elif ZVX_ISA_LEVEL == 1
+  const vfi lane = {0, 1, 2, 3, 4, 5, 6, 7};
+  return _mm256_maskload_ps(p, (__m256i)((lane >= (int)from) & (lane < (int)to)));
+#else
+  vf r = {};
+  for (long k = from; k < to; ++k) r[k] = p[k];
+  return r;
+#endif
+}
+inline void st_range(double* p, vd v, long from, long to) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_mask_storeu_pd(p, (__mmask8)(((1u << to) - 1) & ~((1u << from) - 1)), v);
+#elif ZVX_ISA_LEVEL == 1
+  const vdi lane = {0, 1, 2, 3};
+  _mm256_maskstore_pd(p, (__m256i)((lane >= from) & (lane < to)), v);
+#else
+  for (long k = from; k < to; ++k) p[k] = v[k];
+#endif
+}
+inline void st_range(float* p, vf v, long from, long to) {
+#if ZVX_ISA_LEVEL == 2
+  _mm512_mask_storeu_ps(p, (__mmask16)(((1u << to) - 1) & ~((1u << from) - 1)), v);
+#elif ZVX_ISA_LEVEL == 1
+  const vfi lane = {0, 1, 2, 3, 4, 5, 6, 7};
+  _mm256_maskstore_ps(p, (__m256i)((lane >= (int)from) & (lane < (int)to)), v);
+#else
+  for (long k = from; k < to; ++k) p[k] = v[k];
+#endif
+}
 // Lane-wise maximum that keeps `m` where `a` is NaN.
 inline vd vmax(vd a, vd m) {
 #if ZVX_ISA_LEVEL == 2
@@ -734,28 +780,51 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
     };
     long i = lo;
     if (cols == 4) {
-      // Single rows up to a vector boundary of the column: the lower sweep starts below the
-      // diagonal block, where the vector loads would otherwise straddle cache lines.
-      for (; i < hi && i % w != 0; ++i) one_row(i);
-      for (; i + w <= hi; i += w) {
-        const V<T> xv = ld(x + i);
-        V<T> a0 = ld(col[0] + i), a1 = ld(col[1] + i), a2 = ld(col[2] + i), a3 = ld(col[3] + i);
+      // Rows [i + from, i + to) of one vector of the column; the other lanes read and add zeros.
+      auto rows_of_vector = [&](long i, long from, long to) {
+        const bool whole = from == 0 && to == w;
+        const V<T> xv = whole ? ld(x + i) : ld_range(x + i, from, to);
+        V<T> a0 = whole ? ld(col[0] + i) : ld_range(col[0] + i, from, to);
+        V<T> a1 = whole ? ld(col[1] + i) : ld_range(col[1] + i, from, to);
+        V<T> a2 = whole ? ld(col[2] + i) : ld_range(col[2] + i, from, to);
+        V<T> a3 = whole ? ld(col[3] + i) : ld_range(col[3] + i, from, to);
         in_register(a0);
         in_register(a1);
         in_register(a2);
         in_register(a3);
-        V<T> yv = ld(y + i);
+        V<T> yv = whole ? ld(y + i) : ld_range(y + i, from, to);
         yv = vfma(a0, vt[0], yv);
         yv = vfma(a1, vt[1], yv);
         yv = vfma(a2, vt[2], yv);
         yv = vfma(a3, vt[3], yv);
-        st(y + i, yv);
+        if (whole) st(y + i, yv);
+        else st_range(y + i, yv, from, to);
         vs[0] = vfma(a0, xv, vs[0]);
         vs[1] = vfma(a1, xv, vs[1]);
         vs[2] = vfma(a2, xv, vs[2]);
         vs[3] = vfma(a3, xv, vs[3]);
+      };
+      // The lower sweep starts below the diagonal block, inside a vector of the column: its first
+      // rows take the lanes of that vector from the start row on, so that the vector loads after
+      // it stay on vector boundaries of the column, and the last rows take a partial vector too.
+      if (i < hi && i % w != 0) {
+        const long i0 = i - i % w, to = std::min<long>(w, hi - i0);
+        rows_of_vector(i0, i % w, to);
+        i = i0 + to;
       }
-      for (int c = 0; c < 4; ++c) s[c] += hsum<T>(vs[c]);
+      for (; i + w <= hi; i += w) rows_of_vector(i, 0, w);
+      if (i < hi) {
+        rows_of_vector(i, 0, hi - i);
+        i = hi;
+      }
+      if constexpr (w >= 4) {
+        // The four dots reduced together: lanes 0 to 3 of the result.
+        V<T> all[w] = {vs[0], vs[1], vs[2], vs[3]};
+        const V<T> r = reduce_lanes<T>(all);
+        for (int c = 0; c < 4; ++c) s[c] += r[c];
+      } else {
+        for (int c = 0; c < 4; ++c) s[c] += hsum<T>(vs[c]);
+      }
     }
     for (; i < hi; ++i) one_row(i);
     // The diagonal block, from the stored triangle.
