@@ -152,6 +152,16 @@ void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb,
   }
 }
 
+// The valid part of a finished tile (cols x reals, column stride ldt in the buffer) added to C.
+// Out of line: its loops would otherwise put their set-up into the prologue of every direct
+// tile, which small calls pay in full.
+template <class R>
+[[gnu::noinline]] void add_part_of_tile(int cols, int reals, const R* tile, int ldt, R* c,
+                                        index_t ldc) {
+  for (int j = 0; j < cols; ++j)
+    for (int i = 0; i < reals; ++i) c[j * ldc + i] += tile[j * ldt + i];
+}
+
 // Direct register tiles for small problems: the same tile as the packed kernels, fed straight
 // from the caller's operands. op(A) must be A itself (its columns are the vectors) and op(B)
 // not conjugated (B is only broadcast, through a depth stride `bls` and a column stride
@@ -241,8 +251,7 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
       for (int j = 0; j < NR; ++j)
 #pragma GCC unroll 16
         for (int v = 0; v < MV; ++v) S::storeu(&tile[j][v * L], acc[v][j]);
-      for (int j = 0; j < nc; ++j)
-        for (int i = 0; i < rows * E; ++i) cj[j * ldce + i] += tile[j][i];
+      add_part_of_tile(nc, rows * E, &tile[0][0], MV * L, cj, ldce);
     }
   }
 }
