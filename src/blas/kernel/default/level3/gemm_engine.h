@@ -28,33 +28,19 @@ extern std::atomic<gemm_engine_fn<double>> gemm_engine_d_ptr;
 extern std::atomic<gemm_engine_fn<zvx_complex8>> gemm_engine_c_ptr;
 extern std::atomic<gemm_engine_fn<zvx_complex16>> gemm_engine_z_ptr;
 
-inline void gemm_engine_s(const char* transa, const char* transb, const int* m, const int* n,
-                          const int* k, const float* alpha, const float* a, const int* lda,
-                          const float* b, const int* ldb, const float* beta, float* c,
-                          const int* ldc) {
-  gemm_engine_s_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
-                                                    ldb, beta, c, ldc);
-}
-inline void gemm_engine_d(const char* transa, const char* transb, const int* m, const int* n,
-                          const int* k, const double* alpha, const double* a, const int* lda,
-                          const double* b, const int* ldb, const double* beta, double* c,
-                          const int* ldc) {
-  gemm_engine_d_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
-                                                    ldb, beta, c, ldc);
-}
-inline void gemm_engine_c(const char* transa, const char* transb, const int* m, const int* n,
-                          const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
-                          const int* lda, const zvx_complex8* b, const int* ldb,
-                          const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
-  gemm_engine_c_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
-                                                    ldb, beta, c, ldc);
-}
-inline void gemm_engine_z(const char* transa, const char* transb, const int* m, const int* n,
-                          const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
-                          const int* lda, const zvx_complex16* b, const int* ldb,
-                          const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
-  gemm_engine_z_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha, a, lda, b,
-                                                    ldb, beta, c, ldc);
-}
+#define ZVX_GEMM_ENGINE_CALL(letter, T)                                                          \
+  inline void gemm_engine_##letter(const char* transa, const char* transb, const int* m,       \
+                                   const int* n, const int* k, const T* alpha, const T* a,     \
+                                   const int* lda, const T* b, const int* ldb, const T* beta,  \
+                                   T* c, const int* ldc) {                                     \
+    gemm_engine_##letter##_ptr.load(std::memory_order_relaxed)(transa, transb, m, n, k, alpha,  \
+                                                               a, lda, b, ldb, beta, c, ldc);   \
+  }
+
+ZVX_GEMM_ENGINE_CALL(s, float)
+ZVX_GEMM_ENGINE_CALL(d, double)
+ZVX_GEMM_ENGINE_CALL(c, zvx_complex8)
+ZVX_GEMM_ENGINE_CALL(z, zvx_complex16)
+#undef ZVX_GEMM_ENGINE_CALL
 
 }  // namespace zvx
