@@ -781,60 +781,78 @@ template <class R, int E>
   zvx_deallocate(pa);
 }
 
-// Short, wide products of the real types: a C of few rows (below one row tile) fills the row
-// tiles poorly, a row tile holding whole vectors of rows; as columns of C^T = op(B)^T op(A)^T
-// the same rows fill register tiles of nr columns. For 20 single rows, say, a row tile of 32
-// idles 12 of its lanes while three column tiles of 8 idle 4 of 24 columns. The product is
-// then computed transposed, into a transposed copy of C (beta applied on the way in), which
-// costs two passes over C: worth it only when the depth is long enough to amortise them.
+// Short, wide products: a C of few rows (below one row tile) fills the row tiles poorly, a row
+// tile holding whole vectors of rows; as columns of C^T = op(B)^T op(A)^T the same rows fill
+// register tiles of nr columns. For 20 single rows, say, a row tile of 32 idles 12 of its lanes
+// while three column tiles of 8 idle 4 of 24 columns; 20 single complex rows fill five column
+// tiles of 4 exactly. The product is then computed transposed, into a transposed copy of C (beta
+// applied on the way in), which costs two passes over C: worth it only when the depth is long
+// enough to amortise them. A conjugated operand has no transposed form among the ops, so such
+// calls keep the usual path.
 inline constexpr int gemm_transposed_min_depth = 128;
 
-template <class R>
-bool takes_transposed(int m, int n, int k) {
-  constexpr gemm_tuning t = engine_traits<R, 1>::t;
-  constexpr int L = simd<R>::lanes;
-  if (m >= t.mv * L || n < 2 * t.mv * L || k < gemm_transposed_min_depth) return false;
-  const int row_slots = (m + L - 1) / L * L;
+template <class R, int E>
+bool takes_transposed(int ta, int tb, int m, int n, int k) {
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  constexpr int per_vec = simd<R>::lanes / E;
+  if (ta == op_c || tb == op_c) return false;
+  if (m >= t.mv * per_vec || n < 2 * t.mv * per_vec || k < gemm_transposed_min_depth)
+    return false;
+  const int row_slots = (m + per_vec - 1) / per_vec * per_vec;
   const int col_slots = (m + t.nr - 1) / t.nr * t.nr;
   return 8 * col_slots < 7 * row_slots;  // at least an eighth fewer idle lanes
 }
 
-template <class R>
+template <class R, int E>
 [[gnu::noinline]] void transposed(int ta, int tb, int m, int n, int k, const R* alpha,
                                   const R* a, int lda, const R* b, int ldb, const R* beta,
-                                  R* c, int ldc) {
-  using Z = scratch_sizes<R, 1>;
-  constexpr gemm_tuning t = engine_traits<R, 1>::t;
-  constexpr int line = 64 / static_cast<int>(sizeof(R));
-  // C^T is made in pieces of at most mb of its rows (columns of C), so the copy stays small.
+                                  R* c, int ldc, bool alpha_folded) {
+  using Z = scratch_sizes<R, E>;
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  constexpr int line = 64 / (E * static_cast<int>(sizeof(R)));
+  // C^T is made in pieces of at most mb of its rows (columns of C), so the copy stays small;
+  // its columns start on cache lines, as staged C's do.
   const int chunk = std::min(n, t.mb);
   const index_t lds = (chunk + line - 1) / line * line;
   R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
   R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
-  R* s = static_cast<R*>(zvx_allocate(static_cast<unsigned>(lds * m * sizeof(R)), 128));
+  R* s = static_cast<R*>(zvx_allocate(static_cast<unsigned>(lds * m * E * sizeof(R)), 128));
   if (pa && pb && s) {
-    const bool one = beta[0] == R(1), zero = beta[0] == R(0);
-    const R unit = R(1);
+    const bool one = beta[0] == R(1) && (E == 1 || beta[E - 1] == R(0));
+    const bool zero = beta[0] == R(0) && (E == 1 || beta[E - 1] == R(0));
+    const R unit[2] = {R(1), R(0)};
+    const index_t ldcE = static_cast<index_t>(ldc) * E, ldsE = lds * E;
     for (int j0 = 0; j0 < n; j0 += chunk) {
       const int nc = std::min(chunk, n - j0);
-      R* cj = c + static_cast<index_t>(j0) * ldc;
+      R* cj = c + j0 * ldcE;
       for (int j = 0; j < nc; ++j) {
-        const R* p = cj + static_cast<index_t>(j) * ldc;
-        for (int i = 0; i < m; ++i)
-          s[j + i * lds] = zero ? R(0) : one ? p[i] : beta[0] * p[i];
+        const R* p = cj + j * ldcE;
+        for (int i = 0; i < m; ++i) {
+          R* q = s + j * E + i * ldsE;
+          if (zero) {
+            for (int e = 0; e < E; ++e) q[e] = R(0);
+          } else if (one) {
+            for (int e = 0; e < E; ++e) q[e] = p[i * E + e];
+          } else if constexpr (E == 1) {
+            q[0] = beta[0] * p[i];
+          } else {
+            cmul(beta[0], beta[1], p[2 * i], p[2 * i + 1], q);
+          }
+        }
       }
       // op(B) rows become rows of the new left operand and op(A) columns those of the new
       // right operand, each with the other op.
-      const R* bj = tb == op_n ? b + static_cast<index_t>(j0) * ldb : b + j0;
-      driver<R, 1>(tb ^ 1, ta ^ 1, nc, m, k, alpha, bj, ldb, a, lda, &unit, s, lds, pa, pb,
-                   nullptr, true);
+      const R* bj = tb == op_n ? b + j0 * static_cast<index_t>(ldb) * E : b + j0 * E;
+      driver<R, E>(tb ^ 1, ta ^ 1, nc, m, k, alpha, bj, ldb, a, lda, unit, s, lds, pa, pb,
+                   nullptr, alpha_folded);
       for (int j = 0; j < nc; ++j) {
-        R* p = cj + static_cast<index_t>(j) * ldc;
-        for (int i = 0; i < m; ++i) p[i] = s[j + i * lds];
+        R* p = cj + j * ldcE;
+        for (int i = 0; i < m; ++i)
+          for (int e = 0; e < E; ++e) p[i * E + e] = s[j * E + i * ldsE + e];
       }
     }
   } else {
-    direct<R, 1>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   }
   zvx_deallocate(s);
   zvx_deallocate(pb);
@@ -859,11 +877,9 @@ void wrapper(const char* transa, const char* transb, int m, int n, int k, const 
     direct_tiles_run<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
-  if constexpr (E == 1) {
-    if (takes_transposed<R>(m, n, k)) {
-      transposed<R>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-      return;
-    }
+  if (takes_transposed<R, E>(ta, tb, m, n, k)) {
+    transposed<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, alpha_folded);
+    return;
   }
   packed<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, alpha_folded);
 }
@@ -895,6 +911,10 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
   const bool alpha_zero = alpha[0] == 0.0f && alpha[1] == 0.0f;
   if (!alpha_zero && takes_direct_tiles<float, 2>(ta, tb, m, n, k)) {
     direct_tiles_run<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  if (!alpha_zero && takes_transposed<float, 2>(ta, tb, m, n, k)) {
+    transposed<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, true);
     return;
   }
   using Z = scratch_sizes<float, 2>;
