@@ -83,6 +83,48 @@ template <class T> void check_long_axpy(int n) {
   ASSERT_TRUE(same_bits(y1[n], y[n]));  // nothing written past the end
 }
 
+// Every start within a 64-byte vector for x and y (equal and different), long enough for the
+// loops that first bring their data to a vector boundary: axpy, scal and dot against long double.
+template <class T> void check_starts(int n) {
+  SCOPED_TRACE(info<T>::name);
+  const int one = 1;
+  const int per_vector = 64 / (int)sizeof(T);
+  for (int ox = 0; ox < per_vector; ++ox)
+    for (int oy : {ox, (ox + 1) % per_vector}) {
+      SCOPED_TRACE(::testing::Message() << "x at " << ox << " y at " << oy);
+      auto xb = random_vector<T>(n + per_vector), yb = random_vector<T>(n + per_vector + 1);
+      const T alpha = random_value<T>();
+      auto y1 = yb;
+      api<T>::axpy(&n, &alpha, xb.data() + ox, &one, y1.data() + oy, &one);
+      for (int k = 0; k < n; ++k)
+        ASSERT_TRUE(close<T>(L(y1[oy + k]), L(alpha) * L(xb[ox + k]) + L(yb[oy + k]), 4)) << k;
+      ASSERT_TRUE(same_bits(y1[oy + n], yb[oy + n]));
+      if (oy > 0) ASSERT_TRUE(same_bits(y1[oy - 1], yb[oy - 1]));
+      auto x2 = xb;
+      api<T>::scal(&n, &alpha, x2.data() + ox, &one);
+      for (int k = 0; k < n; ++k) ASSERT_TRUE(close<T>(L(x2[ox + k]), L(alpha) * L(xb[ox + k]), 2)) << k;
+      if (ox > 0) ASSERT_TRUE(same_bits(x2[ox - 1], xb[ox - 1]));
+      if constexpr (!info<T>::cx) {
+        lc want = 0;
+        long double mag = 0;
+        for (int k = 0; k < n; ++k) {
+          want += L(xb[ox + k]) * L(yb[oy + k]);
+          mag += std::abs(L(xb[ox + k]) * L(yb[oy + k]));
+        }
+        const T got = std::is_same_v<T, float> ? (T)sdot(&n, (const float*)xb.data() + ox, &one, (const float*)yb.data() + oy, &one)
+                                               : (T)ddot(&n, (const double*)xb.data() + ox, &one, (const double*)yb.data() + oy, &one);
+        ASSERT_TRUE(close<T>(L(got), want, mag, 2 * n));
+      }
+    }
+}
+
+TEST(Level1, EveryStartWithinAVector) {
+  check_starts<float>(1003);
+  check_starts<double>(1003);
+  check_starts<zvx_complex8>(1003);
+  check_starts<zvx_complex16>(1003);
+}
+
 TEST(Level1, ComplexAxpyBeyondTheCaches) {
   for (int extra : {0, 1, 3, 7}) {
     check_long_axpy<zvx_complex16>((4 << 20) / 16 + 64 + extra);
