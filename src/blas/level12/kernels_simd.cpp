@@ -38,10 +38,12 @@ constexpr long strip_rows = 64;
 // precision takes sixteen: the same bytes per row block, half the y traffic per column.
 constexpr long gemv_column_chunk = 8;
 template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : gemv_column_chunk;
-// How far ahead, in rows, the prefetching gemv kernels request the columns they are walking: 4 KiB
-// of doubles, one page. One request per column and pass starts the hardware prefetcher on the
-// next page early; a request per line measured slower, since it competes with the loads.
-constexpr long gemv_prefetch_rows = 512;
+// How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
+// page, in rows of the element type. One request per column and pass starts the hardware
+// prefetcher on the next page early; a request per line measured slower, since it competes with
+// the loads.
+constexpr long gemv_prefetch_bytes = 4096;
+template <class T> constexpr long gemv_prefetch_rows = gemv_prefetch_bytes / (long)sizeof(T);
 // Vectors longer than this many bytes take the one-pass iamax: the two-pass form reads the data
 // about one and a half times, which costs nothing in cache and half again from memory (the size
 // of the second-level cache).
@@ -519,8 +521,8 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
     const T* a1 = a + j * lda;
     const T* a2 = a1 + lda;
     if (prefetch) {
-      __builtin_prefetch(a1 + gemv_prefetch_rows, 0, 0);
-      __builtin_prefetch(a2 + gemv_prefetch_rows, 0, 0);
+      __builtin_prefetch(a1 + gemv_prefetch_rows<T>, 0, 0);
+      __builtin_prefetch(a2 + gemv_prefetch_rows<T>, 0, 0);
     }
     const V<T> t1 = bc(x[j] * alpha), t2 = bc(x[j + 1] * alpha);
     for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a2 + r * w), t2, vfma(ld(a1 + r * w), t1, acc[r]));
@@ -553,9 +555,9 @@ void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x
     long i = 0;
     // Prefetch only where the column goes on beyond the distance.
     for (; i + R * w <= m; i += R * w)
-      gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows);
+      gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows<T>);
     for (; i + 4 * w <= m; i += 4 * w)
-      gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows);
+      gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows<T>);
     for (; i + w <= m; i += w) gemv_n_block<T, 1>(jn, alpha, ac + i, lda, xc, y + i, false);
     for (; i < m; ++i) {
       T s = y[i];
@@ -688,10 +690,10 @@ __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long 
   for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   long i0 = 0;
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
-    if (prefetch && m - i0 > gemv_prefetch_rows)
+    if (prefetch && m - i0 > gemv_prefetch_rows<T>)
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
-        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_rows * (long)sizeof(T), 0, 0);
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
     yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
     for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(T);
   }
@@ -1187,7 +1189,7 @@ __attribute__((always_inline)) inline void cgemv_t_group(long rows, cplx<R> alph
   const R* xr = &x->re;
   const long len = 2 * rows;
   long i = 0;
-  for (int k = 0; k < cols; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows / 2, 0, 0);
+  for (int k = 0; k < cols; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows<cplx<R>>, 0, 0);
   for (; i + w <= len; i += w) {
     V<R> xv = ld(xr + i);
     in_register(xv);
