@@ -1242,12 +1242,13 @@ void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
 void sgemv_t_narrow(long m, long n, float alpha, const float* a, long lda, const float* x, float* y, bool prefetch) {
   isa_avx2::kernel_table()->s.gemv_t(m, n, alpha, a, lda, x, y, prefetch);
 }
-// Double transposed, matrices within half the second-level cache: the reductions of short
-// strips dominate (order 100: 5-15% faster). Larger ones stream from the outer caches or memory,
-// where the wide kernel's eight streams of whole lines measured faster (order 1,000 and 4,000).
-constexpr long dgemv_t_narrow_bytes = 512L << 10;
+// Double transposed with columns of at most two strips: the short last strip and the reduction
+// of every strip weigh most there (order 100: 5-15% faster). Taller columns stream from the outer
+// caches or memory, where the wide kernel's eight streams of whole lines measured faster (order
+// 1,000 and 4,000, and the panels of the triangular solves, 10-25%).
+constexpr long dgemv_t_narrow_rows = 2 * strip_rows;
 void dgemv_t_by_size(long m, long n, double alpha, const double* a, long lda, const double* x, double* y, bool prefetch) {
-  if (m * n * (long)sizeof(double) <= dgemv_t_narrow_bytes)
+  if (m <= dgemv_t_narrow_rows)
     isa_avx2::kernel_table()->d.gemv_t(m, n, alpha, a, lda, x, y, prefetch);
   else
     gemv_t<double>(m, n, alpha, a, lda, x, y, prefetch);

@@ -112,8 +112,9 @@ TEST(Gemv, AllTypesLettersSizesIncrements) {
 }
 
 TEST(Gemv, KernelTableSizesAndSpecialValues) {
-  // Sizes on both sides of the small/large staircase, unit increments; the last one is beyond the
-  // size up to which some instruction sets run the transposed kernel on narrower vectors.
+  // Sizes on both sides of the small/large staircase, unit increments; the last one has columns
+  // taller than those for which some instruction sets run the transposed kernel on narrower
+  // vectors, and leaves three leftover column groups.
   for (auto [m, n] : {std::pair{250, 60}, {249, 60}, {250, 150}, {800, 75}, {801, 75}, {300, 130}, {301, 263}}) {
     for (char t : {'N', 'T'}) {
       const char op = t == 'N' ? 'n' : 't';
