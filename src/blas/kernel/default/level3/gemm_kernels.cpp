@@ -256,6 +256,26 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
   }
 }
 
+// The tuning of each engine.
+template <class R, int E>
+struct engine_traits;
+template <>
+struct engine_traits<double, 1> {
+  static constexpr gemm_tuning t = gemm_tune_d;
+};
+template <>
+struct engine_traits<float, 1> {
+  static constexpr gemm_tuning t = gemm_tune_s;
+};
+template <>
+struct engine_traits<double, 2> {
+  static constexpr gemm_tuning t = gemm_tune_z;
+};
+template <>
+struct engine_traits<float, 2> {
+  static constexpr gemm_tuning t = gemm_tune_c;
+};
+
 // ------------------------------------------------------------------------------------------
 // Packing. An operand is addressed by its op: element (i, l) of op(A) and (l, j) of op(B).
 
@@ -344,9 +364,19 @@ void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst
     if constexpr (OP == op_n) {
       if (nc == nr) {
         // Whole panel: walk the depth once and read the nr columns side by side, so that the
-        // writes are one contiguous stream.
+        // writes are one contiguous stream; real panels nr deep at a time through a register
+        // transpose, when the set has one of that size.
         const R* src = b + j0 * ldbE;
-        for (int l = 0; l < d; ++l) {
+        int l = 0;
+        if constexpr (E == 1) {
+          constexpr int NR = engine_traits<R, 1>::t.nr;
+          if constexpr (square_transpose<R, NR>::available) {
+            if (nr == NR)
+              for (; l + NR <= d; l += NR)
+                square_transpose<R, NR>::run(src + l, ldb, dst + l * nrE, nrE, nullptr);
+          }
+        }
+        for (; l < d; ++l) {
           R* out = dst + l * nrE;
           for (int j = 0; j < nr; ++j) {
             out[j * E] = src[j * ldbE + l * E];
@@ -496,25 +526,6 @@ void unstage_block(int rows, int cols, const R* s, index_t lds, R* c, index_t ld
 
 // ------------------------------------------------------------------------------------------
 // The engine of one type: its tuning, its kernel table and its sections.
-
-template <class R, int E>
-struct engine_traits;
-template <>
-struct engine_traits<double, 1> {
-  static constexpr gemm_tuning t = gemm_tune_d;
-};
-template <>
-struct engine_traits<float, 1> {
-  static constexpr gemm_tuning t = gemm_tune_s;
-};
-template <>
-struct engine_traits<double, 2> {
-  static constexpr gemm_tuning t = gemm_tune_z;
-};
-template <>
-struct engine_traits<float, 2> {
-  static constexpr gemm_tuning t = gemm_tune_c;
-};
 
 template <class R>
 using kernel_fn = void (*)(int, int, const R*, const R*, R*, index_t, int, const R*);

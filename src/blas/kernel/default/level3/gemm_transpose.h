@@ -6,6 +6,9 @@
 // transpose_block<R>(src, lds, dst, ldd, scale): row r of the block is src + r * lds (lanes
 // contiguous elements); row c of the result, written to dst + c * ldd, is column c of the
 // block, multiplied by *scale when scale is not null.
+//
+// The same blocks serve the packing of B, whose panels are as wide as a register tile: there the
+// block is nr x nr, which may be narrower than the vectors (square_transpose<R, N>).
 #pragma once
 #include <immintrin.h>
 
@@ -13,13 +16,17 @@
 
 namespace ZVX_ISA_NS {
 
-template <class R>
-struct block_transpose;
+// square_transpose<R, N>: the same for N x N blocks, for every N the instruction set holds in
+// one register (`available` says whether it exists here).
+template <class R, int N>
+struct square_transpose {
+  static constexpr bool available = false;
+};
 
 #if ZVX_ISA_LEVEL == 2
 template <>
-struct block_transpose<float> {
-  static constexpr int lanes = 16;
+struct square_transpose<float, 16> {
+  static constexpr bool available = true;
   static void run(const float* src, std::ptrdiff_t lds, float* dst, std::ptrdiff_t ldd,
                   const float* scale) {
     __m512 r[16], t[16];
@@ -65,8 +72,8 @@ struct block_transpose<float> {
 };
 
 template <>
-struct block_transpose<double> {
-  static constexpr int lanes = 8;
+struct square_transpose<double, 8> {
+  static constexpr bool available = true;
   static void run(const double* src, std::ptrdiff_t lds, double* dst, std::ptrdiff_t ldd,
                   const double* scale) {
     __m512d r[8], t[8];
@@ -103,10 +110,11 @@ struct block_transpose<double> {
     for (int i = 0; i < 8; ++i) _mm512_storeu_pd(dst + i * ldd, t[i]);
   }
 };
-#elif ZVX_ISA_LEVEL == 1
+#endif
+#if ZVX_ISA_LEVEL >= 1
 template <>
-struct block_transpose<float> {
-  static constexpr int lanes = 8;
+struct square_transpose<float, 8> {
+  static constexpr bool available = true;
   static void run(const float* src, std::ptrdiff_t lds, float* dst, std::ptrdiff_t ldd,
                   const float* scale) {
     __m256 r[8], t[8];
@@ -141,8 +149,8 @@ struct block_transpose<float> {
 };
 
 template <>
-struct block_transpose<double> {
-  static constexpr int lanes = 4;
+struct square_transpose<double, 4> {
+  static constexpr bool available = true;
   static void run(const double* src, std::ptrdiff_t lds, double* dst, std::ptrdiff_t ldd,
                   const double* scale) {
     const __m256d r0 = _mm256_loadu_pd(src), r1 = _mm256_loadu_pd(src + lds);
@@ -158,10 +166,10 @@ struct block_transpose<double> {
     for (int i = 0; i < 4; ++i) _mm256_storeu_pd(dst + i * ldd, c[i]);
   }
 };
-#else
+#endif
 template <>
-struct block_transpose<float> {
-  static constexpr int lanes = 4;
+struct square_transpose<float, 4> {
+  static constexpr bool available = true;
   static void run(const float* src, std::ptrdiff_t lds, float* dst, std::ptrdiff_t ldd,
                   const float* scale) {
     __m128 r0 = _mm_loadu_ps(src), r1 = _mm_loadu_ps(src + lds);
@@ -182,8 +190,8 @@ struct block_transpose<float> {
 };
 
 template <>
-struct block_transpose<double> {
-  static constexpr int lanes = 2;
+struct square_transpose<double, 2> {
+  static constexpr bool available = true;
   static void run(const double* src, std::ptrdiff_t lds, double* dst, std::ptrdiff_t ldd,
                   const double* scale) {
     const __m128d r0 = _mm_loadu_pd(src), r1 = _mm_loadu_pd(src + lds);
@@ -197,6 +205,19 @@ struct block_transpose<double> {
     _mm_storeu_pd(dst + ldd, c1);
   }
 };
+
+// Blocks of the vector width of this instruction set.
+#if ZVX_ISA_LEVEL == 2
+inline constexpr int transpose_lanes_double = 8;
+#elif ZVX_ISA_LEVEL == 1
+inline constexpr int transpose_lanes_double = 4;
+#else
+inline constexpr int transpose_lanes_double = 2;
 #endif
+template <class R>
+struct block_transpose
+    : square_transpose<R, transpose_lanes_double * (sizeof(R) == 4 ? 2 : 1)> {
+  static constexpr int lanes = transpose_lanes_double * (sizeof(R) == 4 ? 2 : 1);
+};
 
 }  // namespace ZVX_ISA_NS
