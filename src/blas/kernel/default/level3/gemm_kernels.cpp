@@ -184,16 +184,13 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
 #pragma GCC unroll 16
     for (int j = 0; j < NR; ++j) boff[j] = (j < nc ? j : nc - 1) * bjs;
     R* cj = c + j0 * ldce;
-    // A whole real tile with alpha 1 starts its sums from C and stores them at the end: the
-    // loads of C go out before the products instead of after the last of them.
-    const bool from_c = !EI && nc == NR && mv == MV && alpha[0] == R(1);
     V acc[MV][NR];
     V acci[EI ? MV : 1][EI ? NR : 1];
 #pragma GCC unroll 16
     for (int v = 0; v < MV; ++v)
 #pragma GCC unroll 16
       for (int j = 0; j < NR; ++j) {
-        acc[v][j] = from_c ? S::loadu(cj + j * ldce + v * L) : S::zero();
+        acc[v][j] = S::zero();
         if constexpr (EI) acci[v][j] = S::zero();
       }
     for (int l = 0; l < depth; ++l) {
@@ -213,13 +210,6 @@ void direct_tile(int ncols, int rows, int depth, const R* a, index_t lda, const 
           for (int v = 0; v < MV; ++v) acci[v][j] = S::fma(av[v], bi, acci[v][j]);
         }
       }
-    }
-    if (from_c) {
-#pragma GCC unroll 16
-      for (int j = 0; j < NR; ++j)
-#pragma GCC unroll 16
-        for (int v = 0; v < MV; ++v) S::storeu(cj + j * ldce + v * L, acc[v][j]);
-      continue;
     }
     const V ar = S::set1(alpha[0]);
     const V ai = S::set1(EI ? alpha[EI] : R(0));
