@@ -38,6 +38,10 @@ constexpr long strip_rows = 64;
 // precision takes sixteen: the same bytes per row block, half the y traffic per column.
 constexpr long gemv_column_chunk = 8;
 template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : gemv_column_chunk;
+// Complex columns a transposed complex gemv pass takes: two sums per column, so that the
+// accumulators take half of the vector registers (16 of 32 with AVX-512, 8 of 16 otherwise) and
+// every x vector, with its two signed forms, serves as many columns as the rest allow.
+constexpr int cgemv_t_columns_per_pass = vector_bytes == 64 ? 8 : 4;
 // How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
 // page, in rows of the element type. One request per column and pass starts the hardware
 // prefetcher on the next page early; a request per line measured slower, since it competes with
@@ -1178,57 +1182,124 @@ void cgemv_rest_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, con
   }
 }
 
-// y(j:j+W/2) += alpha * op(A)' * x for one strip: for each column the lane products with x (p)
-// and with x's parts exchanged (q); signed, they reduce to the interleaved parts of the sums.
-template <class R>
-__attribute__((always_inline)) inline void cgemv_t_group(long rows, cplx<R> alpha, const cplx<R>* a, long lda,
-                                                        const cplx<R>* x, cplx<R>* y, bool conjugate_a) {
+// The dots of C complex columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
+// full strip unless `short_strip`), as G = ceil(2C / W) vectors of interleaved sums: lanes 2k and
+// 2k + 1 of vector g are the real and imaginary part of column g * W/2 + k. Per column two sums:
+// A times x with the sign of the products of the imaginary parts folded into x (p), and A times
+// x with its parts exchanged, signed the same way (q); the signs are exact, so p reduces to the
+// real part and q to the imaginary part. Column k is at base[k / 4] + (k % 4) * lda, four columns
+// per base register, and every x vector serves all C columns.
+template <class R, int C, bool short_strip, size_t... G>
+__attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_strip(
+    const char* const* base_in, long ld1, long ld3, const R* x, long rows, bool conjugate_a,
+    std::index_sequence<G...>) {
   constexpr int w = W<R>;
-  constexpr int cols = w / 2;
-  V<R> acc[w] = {};
-  const R* xr = &x->re;
+  constexpr int nv = 2 * strip_rows / w;
+  constexpr int bases = (C + 3) / 4;
+  constexpr int groups = sizeof...(G);
   const long len = 2 * rows;
-  long i = 0;
-  for (int k = 0; k < cols; ++k) __builtin_prefetch(a + k * lda + gemv_prefetch_rows<cplx<R>>, 0, 0);
-  for (; i + w <= len; i += w) {
-    V<R> xv = ld(xr + i);
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = base_in[b];
+  // Unconjugated: re = ar xr - ai xi, im = ar xi + ai xr; conjugated: re = ar xr + ai xi,
+  // im = ar xi - ai xr.
+  const V<R> plus_minus = -alternating_sign<R>();  // (+1, -1, ...)
+  const V<R> p_sign = conjugate_a ? bc(R(1)) : plus_minus, q_sign = conjugate_a ? plus_minus : bc(R(1));
+  V<R> acc[groups * w] = {};
+#pragma GCC unroll 64
+  for (int v = 0; v < nv; ++v) {
+    if (short_strip && v * w >= len) continue;
+    const long count = short_strip ? len - v * w : w;
+    // Opaque bases: otherwise the compiler keeps one pointer per column alive across the strip.
+    for (int b = 0; b < bases; ++b) __asm__("" : "+r"(base[b]));
+    auto column = [&](int k) {
+      const char* p = base[k / 4] + v * w * (long)sizeof(R);
+      switch (k % 4) {
+        case 0: return reinterpret_cast<const R*>(p);
+        case 1: return reinterpret_cast<const R*>(p + ld1);
+        case 2: return reinterpret_cast<const R*>(p + 2 * ld1);
+        default: return reinterpret_cast<const R*>(p + ld3);
+      }
+    };
+    const bool full = !short_strip || count >= w;
+    V<R> xv = full ? ld(x + v * w) : ld_part(x + v * w, count);
     in_register(xv);
-    const V<R> xs = swap_pairs<R>(xv);
-    for (int k = 0; k < cols; ++k) {
-      V<R> v = ld(&a[k * lda].re + i);
-      in_register(v);
-      acc[2 * k] = vfma(v, xv, acc[2 * k]);
-      acc[2 * k + 1] = vfma(v, xs, acc[2 * k + 1]);
+    V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
+    in_register(xp);
+    in_register(xq);
+#pragma GCC unroll 16
+    for (int k = 0; k < C; ++k) {
+      V<R> av = full ? ld(column(k)) : ld_part(column(k), count);
+      in_register(av);
+      acc[2 * k] = vfma(av, xp, acc[2 * k]);
+      acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
     }
   }
-  const V<R> alt = -alternating_sign<R>();  // (+1, -1, ...)
-  const V<R> one = bc(R(1));
-  for (int k = 0; k < cols; ++k) {
-    acc[2 * k] *= conjugate_a ? one : alt;
-    acc[2 * k + 1] *= conjugate_a ? alt : one;
-  }
-  V<R> r = reduce_lanes<R>(acc);
-  for (long k = 0; k < cols; ++k) {
-    cplx<R> s{r[2 * k], r[2 * k + 1]};
-    for (long ii = i / 2; ii < rows; ++ii) {
-      const cplx<R> av = a[ii + k * lda];
-      s += (conjugate_a ? conj(av) : av) * x[ii];
+  return {reduce_lanes<R>(acc + G * w)...};
+}
+
+// y(j:j+C) += alpha * op(A)(j:j+C, 0:m) * x for C columns, walked down all strips (C sequential
+// streams). Each strip's C sums are multiplied by alpha and added to y before the next strip, in
+// the order of the strips, the rows after the last full strip being a last, short strip; y stays
+// in registers across the strips.
+template <class R, int C>
+__attribute__((noinline)) void cgemv_t_columns(long m, cplx<R> alpha, const cplx<R>* a, long lda,
+                                               const cplx<R>* x, cplx<R>* y, bool conjugate_a) {
+  constexpr int w = W<R>;
+  constexpr int bases = (C + 3) / 4;
+  constexpr int groups = (2 * C + w - 1) / w;
+  constexpr int last_lanes = 2 * C - (groups - 1) * w;  // lanes of y in the last vector
+  using seq = std::make_index_sequence<groups>;
+  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
+  R* yr = &y->re;
+  V<R> yv[groups];
+  for (int g = 0; g < groups; ++g) yv[g] = g + 1 < groups || last_lanes == w ? ld(yr + g * w) : ld_part(yr + g * w, last_lanes);
+  const R* xr = &x->re;
+  const long ld1 = lda * (long)sizeof(cplx<R>), ld3 = 3 * ld1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
+  auto add = [&](const std::array<V<R>, groups>& s) {
+    for (int g = 0; g < groups; ++g) {
+      const V<R> product = vfma(ai, swap_pairs<R>(s[g]), ar * s[g]);
+      yv[g] += product;
     }
-    y[k] += alpha * s;
+  };
+  long i0 = 0;
+  for (; i0 + strip_rows <= m; i0 += strip_rows) {
+    if (m - i0 > gemv_prefetch_rows<cplx<R>>)
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k)
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    add(cgemv_t_strip<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, seq{}));
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(cplx<R>);
+  }
+  if (i0 < m) add(cgemv_t_strip<R, C, true>(base, ld1, ld3, xr + 2 * i0, m - i0, conjugate_a, seq{}));
+  for (int g = 0; g < groups; ++g)
+    if (g + 1 < groups || last_lanes == w) st(yr + g * w, yv[g]);
+    else st_part(yr + g * w, yv[g], last_lanes);
+}
+
+// Columns left after the full passes: groups of half as many, a quarter, ..., 1 as they fit.
+template <class R, int C>
+inline void cgemv_t_tail(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y,
+                         bool conjugate_a) {
+  if constexpr (C >= 1) {
+    if (n >= C) {
+      cgemv_t_columns<R, C>(m, alpha, a, lda, x, y, conjugate_a);
+      a += C * lda;
+      y += C;
+      n -= C;
+    }
+    cgemv_t_tail<R, C / 2>(m, n, alpha, a, lda, x, y, conjugate_a);
   }
 }
 
 template <class R>
 void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y,
              bool conjugate_a) {
-  constexpr int cols = W<R> / 2;
+  constexpr int cols = cgemv_t_columns_per_pass;
   long j = 0;
-  for (; j + cols <= n; j += cols)
-    for (long i0 = 0; i0 < m; i0 += strip_rows)
-      cgemv_t_group<R>(std::min(strip_rows, m - i0), alpha, a + i0 + j * lda, lda, x + i0, y + j, conjugate_a);
-  for (; j < n; ++j)
-    for (long i0 = 0; i0 < m; i0 += strip_rows)
-      y[j] += alpha * cdot<R>(std::min(strip_rows, m - i0), a + i0 + j * lda, x + i0, conjugate_a);
+  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
 }
 
 #if ZVX_ISA_LEVEL == 2
