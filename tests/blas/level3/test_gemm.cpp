@@ -127,34 +127,34 @@ bool is_nan(const T& x) {
   return std::isnan(v.real()) || std::isnan(v.imag());
 }
 
-// Short, wide products (fewer rows than a row tile, many columns, a long depth), which the
-// engines compute transposed unless an operand is conjugated: rows around the vector widths
-// and column tiles, column counts across the pieces of C^T (4,096 columns), the op
-// combinations, leading dimensions beyond the sizes, and beta 0 over NaN.
+// Short, wide products (fewer rows than a row tile, many columns, a depth past 1,024), which the
+// engines compute transposed unless an operand is conjugated: a single row and a ragged count
+// against the vector widths and column tiles, column counts across the pieces of C^T (4,096
+// columns), the op combinations, leading dimensions beyond the sizes, and beta 0 over NaN.
 TYPED_TEST(Gemm, ShortWideProducts) {
   using T = TypeParam;
   unsigned seed = 350;
-  for (int m : {1, 4, 9, 17, 20, 33})
-    for (const char* ops : {"NN", "NT", "TN", "TT", "CN", "NC"})
-      EXPECT_TRUE(run_case<T>(ops[0], ops[1], m, 97 + m, 128 + 9 * (m % 3), alpha_value<T>(),
-                              beta_value<T>(), seed++, m % 2 ? 5 : 0));
-  EXPECT_TRUE(run_case<T>('N', 'T', 3, 4100, 130, alpha_value<T>(), make<T>(1), seed++));
-  EXPECT_TRUE(run_case<T>('T', 'N', 5, 300, 300, make<T>(1), make<T>(0), seed++));
+  for (const char* ops : {"NN", "NT", "TN", "TT", "CN"})
+    EXPECT_TRUE(run_case<T>(ops[0], ops[1], 20, 117, 1026, alpha_value<T>(), beta_value<T>(),
+                            seed++, 0));
+  EXPECT_TRUE(run_case<T>('T', 'T', 1, 98, 1025, alpha_value<T>(), beta_value<T>(), seed++, 5));
+  if constexpr (std::is_same_v<T, float>)  // pieces of C^T: the same code for every type
+    EXPECT_TRUE(run_case<T>('N', 'T', 1, 4100, 1030, alpha_value<T>(), make<T>(1), seed++));
   std::mt19937 g(seed);
-  matrix<T> a(20, 200), b(200, 120), c(20, 120, 3);
+  matrix<T> a(20, 1024), b(1024, 120), c(20, 120, 3);
   a.randomise(g);
   b.randomise(g);
   for (int j = 0; j < 120; ++j)
     for (int i = 0; i < c.ld; ++i) c.at(i, j) = i < 20 ? nan_value<T>() : make<T>(7, -7);
   const matrix<T> before = c;
   const T alpha = alpha_value<T>(), beta = make<T>(0);
-  call("N", "N", 20, 120, 200, &alpha, a.v.data(), a.ld, b.v.data(), b.ld, &beta, c.v.data(),
+  call("N", "N", 20, 120, 1024, &alpha, a.v.data(), a.ld, b.v.data(), b.ld, &beta, c.v.data(),
        c.ld);
   std::vector<lc> want;
   std::vector<long double> bound;
   matrix<T> zero_c = c;
   for (auto& x : zero_c.v) x = make<T>(0);
-  reference(op::n, op::n, 20, 120, 200, alpha, a, b, beta, zero_c, want, bound);
+  reference(op::n, op::n, 20, 120, 1024, alpha, a, b, beta, zero_c, want, bound);
   EXPECT_TRUE(matches(c, before, want, bound));
 }
 
