@@ -977,27 +977,41 @@ template <class R> void cscal(long n, cplx<R> alpha, cplx<R>* xc) {
 }
 
 // Sums of x * y lane by lane (p) and of x * swapped y (q) give the product's parts:
-// unconjugated re = p0 - p1, im = q0 + q1; with x conjugated re = p0 + p1, im = q0 - q1.
-template <class R> inline cplx<R> combine(V<R> p, V<R> q, bool conjugate_x) {
-  R p0 = 0, p1 = 0, q0 = 0, q1 = 0;
-  for (int k = 0; k < W<R>; k += 2) {
-    p0 += p[k];
-    p1 += p[k + 1];
-    q0 += q[k];
-    q1 += q[k + 1];
+// unconjugated re = p0 - p1, im = q0 + q1; with x conjugated re = p0 + p1, im = q0 - q1, where 0
+// and 1 are the sums over the even and the odd lanes. Each vector folds its upper half onto its
+// lower half down to one pair: a few dependent adds instead of a walk over every lane.
+template <class R> inline std::pair<R, R> pair_sums(V<R> v) {
+  constexpr int w = W<R>;
+  for (int half = w / 2; half >= 2; half /= 2) {
+    VI<R> upper;
+    for (int k = 0; k < w; ++k) upper[k] = (k + half) % w;
+    v += __builtin_shuffle(v, upper);
   }
+  return {v[0], v[1]};
+}
+template <class R> inline cplx<R> combine(V<R> p, V<R> q, bool conjugate_x) {
+  const auto [p0, p1] = pair_sums<R>(p);
+  const auto [q0, q1] = pair_sums<R>(q);
   return conjugate_x ? cplx<R>{p0 + p1, q0 - q1} : cplx<R>{p0 - p1, q0 + q1};
 }
 
 // Four vectors a pass with their own sums: eight independent chains cover the FMA latency, and the
-// four exchanges a pass match the FMA rate on the one shuffle port.
+// four exchanges a pass match the FMA rate on the one shuffle port. The first whole elements up to
+// a vector boundary of x come first, so that no load after them straddles two lines when y shares
+// the alignment of x (as equal allocations do).
 template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bool conjugate_x) {
   constexpr int w = W<R>;
   const R* x = &xc->re;
   const R* y = &yc->re;
   const long len = 2 * n;
   V<R> p[4] = {}, q[4] = {};
-  long i = 0;
+  long i = elements_to_boundary(x, len);
+  if (i % 2 != 0) i = 0;
+  if (i > 0) {
+    const V<R> xa = ld_part(x, i), ya = ld_part(y, i);
+    p[3] = vfma(xa, ya, p[3]);
+    q[3] = vfma(xa, swap_pairs<R>(ya), q[3]);
+  }
   for (; i + 4 * w <= len; i += 4 * w)
     for (int k = 0; k < 4; ++k) {
       V<R> xa = ld(x + i + k * w), ya = ld(y + i + k * w);

@@ -253,6 +253,39 @@ TEST(Level1, ComplexDotProductsThroughTheHiddenResult) {
   check_complex_dot<zvx_complex16>(zdotu, zdotc);
 }
 
+// Unit-stride complex dots from every start within a 64-byte vector, x and y at the same and at
+// different offsets, over lengths around the four-vector pass and around the length from which
+// the kernels first bring x to a vector boundary.
+template <class T, class F> void check_complex_dot_starts(F dotu, F dotc) {
+  SCOPED_TRACE(info<T>::name);
+  const int one = 1;
+  const int per_vector = 64 / (int)sizeof(T);
+  for (int n : {1, 5, 15, 16, 17, 31, 32, 33, 34, 35, 47, 48, 49, 63, 64, 65, 66, 67, 95, 129, 1003})
+    for (int ox = 0; ox < per_vector; ++ox)
+      for (int oy : {ox, (ox + 1) % per_vector, (ox + per_vector / 2) % per_vector}) {
+        auto xb = random_vector<T>(n + per_vector), yb = random_vector<T>(n + per_vector);
+        const T* x = xb.data() + ox;
+        const T* y = yb.data() + oy;
+        lc wu = 0, wc = 0;
+        long double mag = 0;
+        for (int k = 0; k < n; ++k) {
+          wu += L(x[k]) * L(y[k]);
+          wc += std::conj(L(x[k])) * L(y[k]);
+          mag += std::abs(L(x[k])) * std::abs(L(y[k]));
+        }
+        T ru, rc;
+        dotu(&ru, &n, x, &one, y, &one);
+        dotc(&rc, &n, x, &one, y, &one);
+        EXPECT_TRUE(close<T>(L(ru), wu, mag, 8 + n)) << n << " x at " << ox << " y at " << oy;
+        EXPECT_TRUE(close<T>(L(rc), wc, mag, 8 + n)) << n << " x at " << ox << " y at " << oy;
+      }
+}
+
+TEST(Level1, ComplexDotsFromEveryStartWithinAVector) {
+  check_complex_dot_starts<zvx_complex8>(cdotu, cdotc);
+  check_complex_dot_starts<zvx_complex16>(zdotu, zdotc);
+}
+
 template <class T> void check_norms_sums_positions() {
   SCOPED_TRACE(info<T>::name);
   for (int n : lengths)
