@@ -173,11 +173,13 @@ void rank_diagonal_vec(bool upper, int bs, int k, double alpha, const double* a,
       for (int v = 0; v < MV; ++v)
         for (int q = 0; q < NC; ++q) acc[v][q] = acci[v][q] = S::zero();
       const double* ai = a + i0 * E;
-      if (valid == TR * E) {
+      // The depth sweep of the tile, on whole vectors or, in a tile that runs past the
+      // block, from vectors cut at its edge.
+      auto sweep = [&](auto load_row) {
         for (int l = 0; l < k; ++l) {
           V x[MV];
 #pragma GCC unroll 8
-          for (int v = 0; v < MV; ++v) x[v] = S::loadu(ai + l * la + v * L);
+          for (int v = 0; v < MV; ++v) x[v] = load_row(ai + l * la + v * L, valid - v * L);
 #pragma GCC unroll 16
           for (int q = 0; q < NC; ++q) {
             const V br = S::set1(bj[q][l * la]);
@@ -190,24 +192,11 @@ void rank_diagonal_vec(bool upper, int bs, int k, double alpha, const double* a,
             }
           }
         }
-      } else {
-        for (int l = 0; l < k; ++l) {
-          V x[MV];
-#pragma GCC unroll 8
-          for (int v = 0; v < MV; ++v) x[v] = load_part(ai + l * la + v * L, valid - v * L);
-#pragma GCC unroll 16
-          for (int q = 0; q < NC; ++q) {
-            const V br = S::set1(bj[q][l * la]);
-#pragma GCC unroll 8
-            for (int v = 0; v < MV; ++v) acc[v][q] = S::fma(x[v], br, acc[v][q]);
-            if constexpr (E == 2) {
-              const V bi = S::set1(bj[q][l * la + 1]);
-#pragma GCC unroll 8
-              for (int v = 0; v < MV; ++v) acci[v][q] = S::fma(x[v], bi, acci[v][q]);
-            }
-          }
-        }
-      }
+      };
+      if (valid == TR * E)
+        sweep([](const double* p, int) { return S::loadu(p); });
+      else
+        sweep([](const double* p, int n) { return load_part(p, n); });
       for (int q = 0; q < nc; ++q) {
         const int j = j0 + q;
         double* cj = c + j * lc;
