@@ -1,5 +1,6 @@
 // Internal services shared by every subsystem of the library.
 #pragma once
+#include <atomic>
 #include <cstdint>
 
 #include "zvx_service.h"
@@ -17,8 +18,14 @@ namespace zvx {
 void memory_attach();
 void memory_detach();
 
-// The process's thread policy, as in_serial reports it: 1 serial, 0 threads allowed.
-int serial_policy();
+// The process's thread policy, as in_serial reports it: 1 serial, 0 threads allowed. Decided at
+// the first query; later queries are one load in the caller, which the small products notice.
+extern std::atomic<int> serial_decision;  // -1 until decided
+int decide_serial_policy();
+inline int serial_policy() {
+  const int decision = serial_decision.load(std::memory_order_relaxed);
+  return decision != -1 ? decision : decide_serial_policy();
+}
 
 // Writes text to the error console (one write for the piece).
 void console_piece(const char* text);

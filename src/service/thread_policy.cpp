@@ -6,15 +6,12 @@
 #include "service/platform.h"
 #include "service/service.h"
 
-namespace {
-// -1 undecided, 1 serial, 0 parallel.
-std::atomic<int> g_serial_decision{-1};
-}  // namespace
+// The library's own frames ask through zvx::serial_policy rather than through the exported
+// name, which a call from inside the library would reach through the procedure linkage table.
+std::atomic<int> zvx::serial_decision{-1};
 
-// The library's own frames ask here rather than through the exported name, which a call from
-// inside the library would reach through the procedure linkage table on every call.
-int zvx::serial_policy() {
-  int decision = g_serial_decision.load(std::memory_order_relaxed);
+int zvx::decide_serial_policy() {
+  int decision = serial_decision.load(std::memory_order_relaxed);
   if (decision != -1) return decision;
   const bool omp_present = zvx::platform::env_get("OMP_NUM_THREADS") != nullptr;
   const char* serial = zvx::platform::env_get("ZVX_SERIAL");
@@ -22,7 +19,7 @@ int zvx::serial_policy() {
     decision = (strcmp(serial, "YES") == 0 || strcmp(serial, "yes") == 0) ? 1 : 0;
   else
     decision = omp_present ? 0 : 1;
-  g_serial_decision.store(decision, std::memory_order_relaxed);
+  serial_decision.store(decision, std::memory_order_relaxed);
   return decision;
 }
 

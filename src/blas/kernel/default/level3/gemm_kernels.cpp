@@ -460,12 +460,11 @@ void small_kernel(int rows, int cols, int depth, const R* alpha, const R* a, ind
 // ------------------------------------------------------------------------------------------
 // Beta on a block of C, once: nothing for 1, a fill for 0 (NaNs in C do not survive), a
 // multiply otherwise. A NaN beta compares unequal to both and multiplies.
+// The work is out of line, so that the usual beta of 1 costs its callers no set-up.
 template <class R, int E>
-void scale_block(int rows, int cols, const R* beta, R* c, index_t ldc) {
+[[gnu::noinline]] void scale_block_by(int rows, int cols, const R* beta, R* c, index_t ldc) {
   const index_t ldcE = ldc * E;
-  const bool one = beta[0] == R(1) && (E == 1 || beta[E - 1] == R(0));
   const bool zero = beta[0] == R(0) && (E == 1 || beta[E - 1] == R(0));
-  if (one) return;
   for (int j = 0; j < cols; ++j) {
     R* p = c + j * ldcE;
     if (zero) {
@@ -477,6 +476,12 @@ void scale_block(int rows, int cols, const R* beta, R* c, index_t ldc) {
       for (int i = 0; i < rows; ++i) cmul(beta[0], beta[1], p[2 * i], p[2 * i + 1], p + 2 * i);
     }
   }
+}
+
+template <class R, int E>
+inline void scale_block(int rows, int cols, const R* beta, R* c, index_t ldc) {
+  const bool one = beta[0] == R(1) && (E == 1 || beta[E - 1] == R(0));
+  if (!one) scale_block_by<R, E>(rows, cols, beta, c, ldc);
 }
 
 // Staged C (single complex): a block of C copied with beta applied into a buffer with a fixed,

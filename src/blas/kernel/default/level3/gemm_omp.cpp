@@ -67,12 +67,12 @@ template <class T>
   }
 }
 
+// The decision when it is not settled by the first two tests, out of line.
 template <class T>
-inline void gemm_frame(const std::atomic<gemm_engine_fn<T>>& engine_ptr, const char* transa,
-                       const char* transb, const int* m, const int* n, const int* k,
-                       const T* alpha, const T* a, const int* lda, const T* b, const int* ldb,
-                       const T* beta, T* c, const int* ldc) {
-  const gemm_engine_fn<T> engine = engine_ptr.load(std::memory_order_relaxed);
+[[gnu::noinline]] void gemm_decide(gemm_engine_fn<T> engine, const char* transa,
+                                   const char* transb, const int* m, const int* n, const int* k,
+                                   const T* alpha, const T* a, const int* lda, const T* b,
+                                   const int* ldb, const T* beta, T* c, const int* ldc) {
   const int mm = *m, nn = *n;
   if (mm <= 0 || nn <= 0) return;
   if (zvx::serial_policy() == 1 ||
@@ -82,6 +82,24 @@ inline void gemm_frame(const std::atomic<gemm_engine_fn<T>>& engine_ptr, const c
     return;
   }
   gemm_threads<T>(engine, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+// A serial policy, or a problem at most 16 in every size once the policy is settled, goes
+// straight to the engine: a tail call with no frame of its own, since for the small products
+// the frame is a measurable share. The engine returns at once when m or n is at most 0.
+template <class T>
+inline void gemm_frame(const std::atomic<gemm_engine_fn<T>>& engine_ptr, const char* transa,
+                       const char* transb, const int* m, const int* n, const int* k,
+                       const T* alpha, const T* a, const int* lda, const T* b, const int* ldb,
+                       const T* beta, T* c, const int* ldc) {
+  const gemm_engine_fn<T> engine = engine_ptr.load(std::memory_order_relaxed);
+  const int policy = zvx::serial_decision.load(std::memory_order_relaxed);
+  if (policy == 1 || (policy == 0 && *m <= gemm_serial_limit && *n <= gemm_serial_limit &&
+                      *k <= gemm_serial_limit)) {
+    engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  gemm_decide<T>(engine, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace
