@@ -48,11 +48,11 @@ template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : g
 // accumulators take half of the vector registers (16 of 32 with AVX-512, 8 of 16 otherwise) and
 // every x vector, with its two signed forms, serves as many columns as the rest allow.
 constexpr int cgemv_t_columns_per_pass = vector_bytes == 64 ? 8 : 4;
-// Groups of four columns the lower symmetric multiply walks down the rows together: sixteen
+// Groups of four columns the symmetric multiply walks over the rows together: sixteen
 // columns stream side by side, as in the fastest gemv walks, where one group alone kept too few
 // lines in flight (order 2,000 from the last-level cache: one group 1.02 of the peer's time, two
 // 0.89, four 0.83; six run out of vector registers for the sums and multipliers, 1.1).
-constexpr int symv_lower_groups_per_walk = 4;
+constexpr int symv_groups_per_walk = 4;
 // How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
 // page, in rows of the element type. One request per column and pass starts the hardware
 // prefetcher on the next page early; a request per line measured slower, since it competes with
@@ -802,14 +802,16 @@ template <class T> void rest_finish(long m, T alpha, const T* sum, T* y) {
   for (long i = 0; i < m; ++i) y[i] = sfma(alpha, sum[i], y[i]);
 }
 
-// Lower symmetric multiply, G groups of four columns j.. j + 4G - 1 in one walk down the rows.
-// Group g runs over the rows from j + 4g + 4 on, exactly as it would alone: each row's update of
-// y takes the groups in order, each group's dots keep their lanes, and every group's diagonal
-// block and dots reach y after the walk, where no later group touches those rows. So the results
-// are those of the groups taken one after another, while the walk keeps 4G columns streaming at
-// once and reads and writes y once per row for all of them.
+// Symmetric multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, each
+// group over exactly the rows it would take alone: rows [j + 4g + 4, n) of group g in the lower
+// triangle, [0, j + 4g) in the upper. Every row's update of y takes the groups in order, each
+// group's dots keep their rows and lanes, and each group's diagonal block and dots reach y where
+// the groups before it have updated those rows and the groups after it have not (lower: after the
+// walk, since no later group reaches them; upper: before the later groups take the rows between
+// j and their diagonal). So the results are those of the groups taken one after another, while
+// the walk keeps 4G columns streaming at once and reads and writes y once a row for all of them.
 template <class T, int G>
-void symv_lower_groups(long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
   constexpr int C = 4 * G;
   V<T> vt[C], vs[C];
@@ -835,31 +837,24 @@ void symv_lower_groups(long j, long n, T alpha, const T* a, long lda, const T* x
     if (whole) st(y + i, yv);
     else st_range(y + i, yv, from, to);
   };
-  // Vectors where some group starts or the rows end: each group alone, in order.
-  auto ragged = [&](long i) {
-    for (int g = 0; g < G; ++g) {
-      const long lo = j + 4 * g + 4;
-      const long from = std::max(lo, i) - i, to = std::min<long>(w, n - i);
-      if (from < to) group_rows(g, i, from, to);
-    }
-  };
-  const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
-  long i = first - first % w;
-  for (; i < last && i < n; i += w) ragged(i);
-  for (; i + w <= n; i += w) {
-    const V<T> xv = ld(x + i);
-    V<T> yv = ld(y + i);
+  // Whole vectors of rows [i, end) that all groups take: one load and store of y for all.
+  auto joint_rows = [&](long i, long end) {
+    for (; i + w <= end; i += w) {
+      const V<T> xv = ld(x + i);
+      V<T> yv = ld(y + i);
 #pragma GCC unroll 16
-    for (int c = 0; c < C; ++c) {
-      V<T> ac = ld(col[c] + i);
-      in_register(ac);
-      yv = vfma(ac, vt[c], yv);
-      vs[c] = vfma(ac, xv, vs[c]);
+      for (int c = 0; c < C; ++c) {
+        V<T> ac = ld(col[c] + i);
+        in_register(ac);
+        yv = vfma(ac, vt[c], yv);
+        vs[c] = vfma(ac, xv, vs[c]);
+      }
+      st(y + i, yv);
     }
-    st(y + i, yv);
-  }
-  if (i < n) ragged(i);
-  for (int g = 0; g < G; ++g) {
+    return i;
+  };
+  // The dots reduced, then the diagonal block from the stored triangle, into y(j + 4g ..).
+  auto finish = [&](int g) {
     T s[4];
     if constexpr (w >= 4) {
       V<T> all[w] = {vs[4 * g], vs[4 * g + 1], vs[4 * g + 2], vs[4 * g + 3]};
@@ -868,17 +863,40 @@ void symv_lower_groups(long j, long n, T alpha, const T* a, long lda, const T* x
     } else {
       for (int c = 0; c < 4; ++c) s[c] = T{} + hsum<T>(vs[4 * g + c]);
     }
-    // The diagonal block, from the stored lower triangle.
     const long jg = j + 4 * g;
     for (int c = 0; c < 4; ++c) {
       T acc = t[4 * g + c] * a[(jg + c) + (jg + c) * lda];
       for (int r = 0; r < 4; ++r) {
         if (r == c) continue;
-        const T arc = r > c ? a[(jg + r) + (jg + c) * lda] : a[(jg + c) + (jg + r) * lda];
+        const T arc = (upper ? r < c : r > c) ? a[(jg + r) + (jg + c) * lda] : a[(jg + c) + (jg + r) * lda];
         acc = sfma(arc, t[4 * g + r], acc);
       }
       y[jg + c] += acc + alpha * s[c];
     }
+  };
+  if (upper) {
+    // Rows above the first group's diagonal together; then, group by group, the rows from there
+    // to the group's diagonal, and the group's block.
+    const long i = joint_rows(0, j);
+    for (int g = 0; g < G; ++g) {
+      const long hi = j + 4 * g;
+      for (long v = i; v < hi; v += w) group_rows(g, v, 0, std::min<long>(w, hi - v));
+      finish(g);
+    }
+  } else {
+    // Vectors where some group starts, or where the rows end, take the groups one by one.
+    auto ragged = [&](long i) {
+      for (int g = 0; g < G; ++g) {
+        const long from = std::max(j + 4 * g + 4, i) - i, to = std::min<long>(w, n - i);
+        if (from < to) group_rows(g, i, from, to);
+      }
+    };
+    const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
+    long i = first - first % w;
+    for (; i < last && i < n; i += w) ragged(i);
+    i = joint_rows(i, n);
+    if (i < n) ragged(i);
+    for (int g = 0; g < G; ++g) finish(g);
   }
 }
 
@@ -968,12 +986,15 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   };
   const long n4 = n & ~3L;
   if (upper) {
-    for (long j = 0; j < n4; j += 4) sweep(j, 4, 0, j);
-    for (long j = n4; j < n; ++j) sweep(j, 1, 0, j);
+    long j = 0;
+    for (; j + 4 * symv_groups_per_walk <= n4; j += 4 * symv_groups_per_walk)
+      symv_groups<T, symv_groups_per_walk>(true, j, n, alpha, a, lda, x, y);
+    for (; j < n4; j += 4) sweep(j, 4, 0, j);
+    for (j = n4; j < n; ++j) sweep(j, 1, 0, j);
   } else {
     long j = 0;
-    for (; j + 4 * symv_lower_groups_per_walk <= n4; j += 4 * symv_lower_groups_per_walk)
-      symv_lower_groups<T, symv_lower_groups_per_walk>(j, n, alpha, a, lda, x, y);
+    for (; j + 4 * symv_groups_per_walk <= n4; j += 4 * symv_groups_per_walk)
+      symv_groups<T, symv_groups_per_walk>(false, j, n, alpha, a, lda, x, y);
     for (; j < n4; j += 4) sweep(j, 4, j + 4, n);
     for (j = n4; j < n; ++j) sweep(j, 1, j + 1, n);
   }

@@ -285,8 +285,8 @@ TEST(Triangular, FullBandPackedAllTypes) {
 template <class T> void check_symmetric_multiply(storage_kind kind) {
   SCOPED_TRACE(info<T>::name);
   const bool herm = info<T>::cx;
-  // 16 to 20, 33, 38 and 70: the lower unit-stride sweep walks four groups of four columns at
-  // once, with the groups that don't fill a walk, and the columns after the groups, on their own.
+  // 16 to 20, 33, 38 and 70: the unit-stride sweeps walk four groups of four columns at once,
+  // with the groups that don't fill a walk, and the columns after the groups, on their own.
   for (int n : {0, 1, 3, 4, 5, 9, 16, 17, 20, 33, 38, 70})
     for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 4, n + 1} : std::vector<int>{0})
       for (char uplo : {'U', 'u', 'L', 'Z'})
