@@ -562,11 +562,10 @@ template <class T> void rest_sums(long m, long n, const T* a, long lda, const T*
 template <class T> void rest_finish(long m, T alpha, const T* sum, T* y);
 
 // The not transposed strips: rows are independent, so the kernel takes all strips of the call
-// at once and walks them chunk of columns by chunk of columns.
-template <class T>
-void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+// at once and walks them chunk of columns by chunk of columns, in blocks of R vectors of rows.
+template <class T, int R>
+void gemv_n_walk(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
-  constexpr int R = gemv_n_register_vectors_of<T>;
   constexpr long chunk = gemv_column_chunk_of<T>;
   static_assert(chunk % 2 == 0, "column pairs must not straddle chunks");
   // Sums of the rest rows (fewer than a strip), sized for the widest block rest_sums may touch.
@@ -593,6 +592,17 @@ void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x
     if (rest > 0) rest_sums<T>(rest, jn, ac + m, lda, xc, sum);
   }
   if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
+}
+
+// Columns that go on beyond the prefetch distance keep blocks of eight vectors: the shorter
+// single-precision block would issue four times the requests per line, which measured 15 to 25%
+// slower at orders 2,000 and 4,000.
+template <class T>
+void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  if (prefetch && m > gemv_prefetch_rows<T>)
+    gemv_n_walk<T, gemv_n_register_vectors>(m, rest, n, alpha, a, lda, x, y, prefetch);
+  else
+    gemv_n_walk<T, gemv_n_register_vectors_of<T>>(m, rest, n, alpha, a, lda, x, y, prefetch);
 }
 
 constexpr int bit_reverse(int k, int w) {

@@ -146,6 +146,30 @@ TEST(Gemv, KernelTableSizesAndSpecialValues) {
   EXPECT_TRUE(std::isnan(zy[n].real));
 }
 
+// Not transposed with unit increments: columns up to and beyond the prefetch distance walk in
+// blocks of different heights; 19 columns leave a short chunk after the first.
+template <class T> void check_gemv_long_columns() {
+  SCOPED_TRACE(info<T>::name);
+  for (int m : {1000, 1100, 2090}) {
+    SCOPED_TRACE(m);
+    const int n = 19, one = 1, lda = m + 1;
+    auto a = random_vector<T>((size_t)lda * n);
+    dense M(m, n);
+    for (int j = 0; j < n; ++j)
+      for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+    auto x = random_vector<T>(n), y = random_vector<T>(m);
+    const T alpha = random_value<T>(), beta = random_value<T>();
+    auto y1 = y;
+    l2<T>::gemv("N", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+    check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "gemv long columns");
+  }
+}
+
+TEST(Gemv, LongColumnsNotTransposed) {
+  check_gemv_long_columns<float>();
+  check_gemv_long_columns<double>();
+}
+
 template <class T> void check_ger() {
   SCOPED_TRACE(info<T>::name);
   using F = void (*)(const int*, const int*, const T*, const T*, const int*, const T*, const int*, T*, const int*);
