@@ -27,12 +27,6 @@ constexpr int reduction_unroll = 4;
 // Vectors of y held in registers across the columns of a not transposed gemv strip: 8 of the 16
 // (AVX2) or 32 (AVX-512) registers, leaving room for the columns and the broadcasts.
 constexpr int gemv_n_register_vectors = 8;
-// Single precision with 64-byte vectors holds two, 128 bytes of y: two lines of each column of the
-// chunk per pass, so that from the last-level cache the chunk's sixteen columns advance in short
-// steps side by side. Measured on 1,000 by 1,000, 5 to 6% faster than eight; with 32-byte
-// vectors neither two nor four beat eight.
-template <class T>
-constexpr int gemv_n_register_vectors_of = sizeof(T) == 4 && vector_bytes == 64 ? 2 : gemv_n_register_vectors;
 // Rows of the gemv strip: the tile whose partial results (transposed case) reach y one strip
 // after another; callers see its effect on rounding, so it is fixed.
 constexpr long strip_rows = 64;
@@ -59,6 +53,25 @@ constexpr int symv_groups_per_walk = 4;
 // the loads.
 constexpr long gemv_prefetch_bytes = 4096;
 template <class T> constexpr long gemv_prefetch_rows = gemv_prefetch_bytes / (long)sizeof(T);
+// Single precision, not transposed: columns a group takes down the whole height, with y read and
+// written through the first-level cache once per group and step. Four columns are four sequential
+// streams whatever the leading dimension; the sixteen-column chunks walked in short blocks, which
+// keep y in registers, put sixteen lines into one set of the first-level cache when the columns
+// are 4 KiB apart (order 1,024: 2.6 times the peer's time), and from memory fell 30 to 50% behind.
+// Measured at order 1,000 (last-level cache) the group walk is as fast as the chunks; two and
+// eight columns per group were slower.
+constexpr int sgemv_n_group = 4;
+// Bytes of each column a step of the group walk takes: two lines, two vectors with AVX-512.
+constexpr long sgemv_n_step_bytes = 128;
+// Matrices larger than this stream from memory, and the group walk asks for each column's lines
+// this far ahead into the second-level cache (order 4,096: 0.72 of the time without; in the
+// last-level cache the requests only compete with the loads, 5 to 15% slower). A little under the
+// last-level cache of the machines we tune for, which the other core shares.
+constexpr long sgemv_n_memory_bytes = 24L << 20;
+constexpr long sgemv_n_prefetch_bytes = 1024;
+// Columns after which the rest rows take their sums: sixteen columns of rest rows are a few
+// dozen lines, still in the first-level cache from the groups' walk.
+constexpr long sgemv_n_rest_block = 16;
 // Vectors longer than this many bytes take the one-pass iamax: the two-pass form reads the data
 // about one and a half times, which costs nothing in cache and half again from memory (the size
 // of the second-level cache).
@@ -594,15 +607,86 @@ void gemv_n_walk(long m, long rest, long n, T alpha, const T* a, long lda, const
   if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
 }
 
-// Columns that go on beyond the prefetch distance keep blocks of eight vectors: the shorter
-// single-precision block would issue four times the requests per line, which measured 15 to 25%
-// slower at orders 2,000 and 4,000.
+// G columns j .. j + G - 1 of the single-precision walk, over all strip rows. Each element of y
+// takes the columns' updates one after another, as a plain walk would.
+template <class T, int G>
+inline void sgemv_n_group_walk(long m, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr int S = std::max<int>(1, (int)(sgemv_n_step_bytes / vector_bytes));
+  constexpr long ahead = sgemv_n_prefetch_bytes / (long)sizeof(T);
+  const T* col[G];
+  V<T> t[G];
+  for (int k = 0; k < G; ++k) {
+    col[k] = a + k * lda;
+    t[k] = bc(x[k] * alpha);
+  }
+  long i = 0;
+  if (prefetch) {
+    for (; i + S * w <= m; i += S * w) {
+      V<T> acc[S];
+      for (int s = 0; s < S; ++s) acc[s] = ld(y + i + s * w);
+      for (int k = 0; k < G; ++k) {
+        for (long b = 0; b < S * w; b += 64 / (long)sizeof(T)) _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_T1);
+        for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
+      }
+      for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
+    }
+  } else {
+    for (; i + S * w <= m; i += S * w) {
+      V<T> acc[S];
+      for (int s = 0; s < S; ++s) acc[s] = ld(y + i + s * w);
+      for (int k = 0; k < G; ++k)
+        for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
+      for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
+    }
+  }
+  // Strip rows are a multiple of 64, so this runs only for steps wider than a strip.
+  for (; i + w <= m; i += w) {
+    V<T> acc = ld(y + i);
+    for (int k = 0; k < G; ++k) acc = vfma(ld(col[k] + i), t[k], acc);
+    st(y + i, acc);
+  }
+}
+
+// The rest rows (fewer than a strip) take their sums block by block of columns, right after the
+// block's groups have streamed the lines around them.
+template <class T>
+void sgemv_n_columns(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int G = sgemv_n_group;
+  constexpr long block = sgemv_n_rest_block;
+  static_assert(block % G == 0, "groups must not straddle blocks");
+  alignas(64) T sum[std::max<long>(strip_rows, 8 * W<T>)] = {};
+  const bool prefetch = (double)(m + rest) * (double)n * sizeof(T) > (double)sgemv_n_memory_bytes;
+  for (long jb = 0; jb < n; jb += block) {
+    const long jn = std::min(block, n - jb);
+    const T* ab = a + jb * lda;
+    const T* xb = x + jb;
+    long j = 0;
+    for (; j + G <= jn; j += G) sgemv_n_group_walk<T, G>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch);
+    switch (jn - j) {
+      case 3: sgemv_n_group_walk<T, 3>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      case 2: sgemv_n_group_walk<T, 2>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      case 1: sgemv_n_group_walk<T, 1>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      default: break;
+    }
+    if (rest > 0) rest_sums<T>(rest, jn, ab + m, lda, xb, sum);
+  }
+  if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
+}
+
+// Single precision: tall matrices that fit the last-level cache keep the chunk walk with its
+// prefetch a page ahead (order 2,000: 0.87 of the group walk's time, with or without the group
+// walk's requests); the rest take the group walk.
 template <class T>
 void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
-  if (prefetch && m > gemv_prefetch_rows<T>)
-    gemv_n_walk<T, gemv_n_register_vectors>(m, rest, n, alpha, a, lda, x, y, prefetch);
-  else
-    gemv_n_walk<T, gemv_n_register_vectors_of<T>>(m, rest, n, alpha, a, lda, x, y, prefetch);
+  if constexpr (sizeof(T) == 4) {
+    const bool in_cache = (double)(m + rest) * (double)n * sizeof(T) <= (double)sgemv_n_memory_bytes;
+    if (!(prefetch && in_cache && m > gemv_prefetch_rows<T>)) {
+      sgemv_n_columns<T>(m, rest, n, alpha, a, lda, x, y);
+      return;
+    }
+  }
+  gemv_n_walk<T, gemv_n_register_vectors>(m, rest, n, alpha, a, lda, x, y, prefetch);
 }
 
 constexpr int bit_reverse(int k, int w) {

@@ -170,6 +170,36 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
+// Single precision not transposed walks groups of four columns: leading dimensions of 4 KiB
+// multiples (every column in one cache set), column counts that leave one to three columns after
+// the groups and a short block for the rest rows, and a matrix of more than 24 MB, which the walk
+// reads with requests ahead.
+TEST(Gemv, SinglePrecisionColumnGroups) {
+  struct shape { int m, n, lda; };
+  for (auto [m, n, lda] : {shape{1000, 19, 1024}, shape{1024, 35, 1024}, shape{64, 17, 2048}, shape{130, 18, 4096},
+                           shape{63, 33, 1024}, shape{200, 32800, 200}}) {
+    SCOPED_TRACE(testing::Message() << m << " x " << n << " lda " << lda);
+    const int one = 1;
+    auto a = random_vector<float>((size_t)lda * n);
+    auto x = random_vector<float>(n), y = random_vector<float>(m);
+    const float alpha = random_value<float>(), beta = random_value<float>();
+    auto y1 = y;
+    sgemv("N", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+    for (int i = 0; i < m; ++i) {
+      long double want = 0, size = 0;
+      for (int j = 0; j < n; ++j) {
+        const long double p = (long double)a[i + (size_t)j * lda] * x[j];
+        want += p;
+        size += fabsl(p);
+      }
+      want = (long double)alpha * want + (long double)beta * y[i];
+      size = fabsl((long double)alpha) * size + fabsl((long double)beta * y[i]);
+      // Each of the n + 2 roundings of single precision is at most half an ulp of the running size.
+      ASSERT_LE(fabsl(y1[i] - want), (n + 2) * 6e-8L * size) << "row " << i;
+    }
+  }
+}
+
 template <class T> void check_ger() {
   SCOPED_TRACE(info<T>::name);
   using F = void (*)(const int*, const int*, const T*, const T*, const int*, const T*, const int*, T*, const int*);
