@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "blas/level12/kernels.h"
@@ -620,32 +621,23 @@ inline void sgemv_n_group_walk(long m, T alpha, const T* a, long lda, const T* x
     col[k] = a + k * lda;
     t[k] = bc(x[k] * alpha);
   }
-  long i = 0;
-  if (prefetch) {
-    for (; i + S * w <= m; i += S * w) {
+  // The strip rows are a multiple of 64, so whole steps cover them.
+  static_assert(strip_rows % (S * w) == 0, "a step must divide the strip");
+  auto walk = [&](auto with_requests) __attribute__((always_inline)) {
+    for (long i = 0; i < m; i += S * w) {
       V<T> acc[S];
       for (int s = 0; s < S; ++s) acc[s] = ld(y + i + s * w);
       for (int k = 0; k < G; ++k) {
-        for (long b = 0; b < S * w; b += 64 / (long)sizeof(T)) _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_T1);
+        if constexpr (decltype(with_requests)::value)
+          for (long b = 0; b < S * w; b += 64 / (long)sizeof(T))
+            _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_T1);
         for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
       }
       for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
     }
-  } else {
-    for (; i + S * w <= m; i += S * w) {
-      V<T> acc[S];
-      for (int s = 0; s < S; ++s) acc[s] = ld(y + i + s * w);
-      for (int k = 0; k < G; ++k)
-        for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
-      for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
-    }
-  }
-  // Strip rows are a multiple of 64, so this runs only for steps wider than a strip.
-  for (; i + w <= m; i += w) {
-    V<T> acc = ld(y + i);
-    for (int k = 0; k < G; ++k) acc = vfma(ld(col[k] + i), t[k], acc);
-    st(y + i, acc);
-  }
+  };
+  if (prefetch) walk(std::true_type{});
+  else walk(std::false_type{});
 }
 
 // The rest rows (fewer than a strip) take their sums block by block of columns, right after the
