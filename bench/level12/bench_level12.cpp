@@ -282,8 +282,9 @@ template <class T> void gemv_rows(context& c, const char* name, int n) {
 void level2_others(context& c) {
   auto& ob = zvx_bench::openblas(1);
   const int one = 1;
-  if (wanted("dsymv")) {
-    const int n = 2000;
+  // Order 1,024 too: columns 8 KiB apart, all in one set of the first-level cache.
+  for (const int n : {2000, 1024}) {
+    if (!wanted("dsymv")) break;
     auto a = random_data<double>((size_t)n * n);
     auto x = random_data<double>(n), y = random_data<double>(n);
     auto& y2 = y;
@@ -292,7 +293,7 @@ void level2_others(context& c) {
                             const double*, double*, const int*, fortran_len);
     auto peer = ob.get<symv_t>("dsymv_");
     for (const char* uplo : {"U", "L"})
-      row(c, std::string("dsymv ") + uplo, "2000", 8.0 * n * n / 2, 8.0 * n * n / 2, 2.0 * n * n, false,
+      row(c, std::string("dsymv ") + uplo, std::to_string(n), 8.0 * n * n / 2, 8.0 * n * n / 2, 2.0 * n * n, false,
           [&] { dsymv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
           [&] { peer(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
   }

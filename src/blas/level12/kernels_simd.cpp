@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 
@@ -48,6 +49,11 @@ constexpr int cgemv_t_columns_per_pass = vector_bytes == 64 ? 8 : 4;
 // lines in flight (order 2,000 from the last-level cache: one group 1.02 of the peer's time, two
 // 0.89, four 0.83; six run out of vector registers for the sums and multipliers, 1.1).
 constexpr int symv_groups_per_walk = 4;
+// Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
+// 64-byte lines), and the columns of a walk that one set may hold at once: half its ways, the
+// other half for the lines fetched ahead and for x and y.
+constexpr long l1_set_span_bytes = 4096;
+constexpr long symv_columns_per_set = 4;
 // How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
 // page, in rows of the element type. One request per column and pass starts the hardware
 // prefetcher on the next page early; a request per line measured slower, since it competes with
@@ -986,103 +992,46 @@ void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, cons
   }
 }
 
-// Symmetric multiply, four columns a pass: each element of the four columns outside the diagonal
-// block is read once and serves twice, for the update of y and for the four running dots.
+// Groups of four columns a symmetric multiply walk may take for a leading dimension: columns
+// whose distance is a multiple of the first-level cache's set span put their lines into few sets,
+// and a walk that streams more than symv_columns_per_set columns through one set loses the lines
+// the hardware fetched ahead before it reaches them (order 1,024, lda 8 KiB: 16 columns took 2.2
+// times the peer's time, 4 or 8 columns 1.05-1.1, as at order 1,000).
+template <class T> int symv_groups_for(long lda) {
+  const long stride = (lda * (long)sizeof(T)) % l1_set_span_bytes;
+  const long sets = stride == 0 ? 1 : l1_set_span_bytes / std::gcd(stride, l1_set_span_bytes);
+  int groups = symv_groups_per_walk;
+  while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
+  return groups;
+}
+
+// Symmetric multiply: groups of four columns walk the rows (symv_groups), each element outside
+// the diagonal blocks read once and serving twice, for the update of y and for the column's dot.
 template <class T>
 void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
-  constexpr int w = W<T>;
-  auto A = [&](long i, long j) { return a[i + j * lda]; };
-  // Rows of column group j..j+3 outside the diagonal block: [lo, hi).
-  auto sweep = [&](long j, int cols, long lo, long hi) {
-    T t[4] = {}, s[4] = {};
-    for (int c = 0; c < cols; ++c) t[c] = alpha * x[j + c];
-    const T* col[4];
-    for (int c = 0; c < 4; ++c) col[c] = a + (j + (c < cols ? c : 0)) * lda;
-    V<T> vs[4] = {};
-    V<T> vt[4];
-    for (int c = 0; c < 4; ++c) vt[c] = bc(t[c]);
-    auto one_row = [&](long r) {
-      T yr = y[r];
-      for (int c = 0; c < cols; ++c) {
-        yr = sfma(col[c][r], t[c], yr);
-        s[c] = sfma(col[c][r], x[r], s[c]);
-      }
-      y[r] = yr;
-    };
-    long i = lo;
-    if (cols == 4) {
-      // Rows [i + from, i + to) of one vector of the column; the other lanes read and add zeros.
-      auto rows_of_vector = [&](long i, long from, long to) {
-        const bool whole = from == 0 && to == w;
-        const V<T> xv = whole ? ld(x + i) : ld_range(x + i, from, to);
-        V<T> a0 = whole ? ld(col[0] + i) : ld_range(col[0] + i, from, to);
-        V<T> a1 = whole ? ld(col[1] + i) : ld_range(col[1] + i, from, to);
-        V<T> a2 = whole ? ld(col[2] + i) : ld_range(col[2] + i, from, to);
-        V<T> a3 = whole ? ld(col[3] + i) : ld_range(col[3] + i, from, to);
-        in_register(a0);
-        in_register(a1);
-        in_register(a2);
-        in_register(a3);
-        V<T> yv = whole ? ld(y + i) : ld_range(y + i, from, to);
-        yv = vfma(a0, vt[0], yv);
-        yv = vfma(a1, vt[1], yv);
-        yv = vfma(a2, vt[2], yv);
-        yv = vfma(a3, vt[3], yv);
-        if (whole) st(y + i, yv);
-        else st_range(y + i, yv, from, to);
-        vs[0] = vfma(a0, xv, vs[0]);
-        vs[1] = vfma(a1, xv, vs[1]);
-        vs[2] = vfma(a2, xv, vs[2]);
-        vs[3] = vfma(a3, xv, vs[3]);
-      };
-      // The lower sweep starts below the diagonal block, inside a vector of the column: its first
-      // rows take the lanes of that vector from the start row on, so that the vector loads after
-      // it stay on vector boundaries of the column, and the last rows take a partial vector too.
-      if (i < hi && i % w != 0) {
-        const long i0 = i - i % w, to = std::min<long>(w, hi - i0);
-        rows_of_vector(i0, i % w, to);
-        i = i0 + to;
-      }
-      for (; i + w <= hi; i += w) rows_of_vector(i, 0, w);
-      if (i < hi) {
-        rows_of_vector(i, 0, hi - i);
-        i = hi;
-      }
-      if constexpr (w >= 4) {
-        // The four dots reduced together: lanes 0 to 3 of the result.
-        V<T> all[w] = {vs[0], vs[1], vs[2], vs[3]};
-        const V<T> r = reduce_lanes<T>(all);
-        for (int c = 0; c < 4; ++c) s[c] += r[c];
-      } else {
-        for (int c = 0; c < 4; ++c) s[c] += hsum<T>(vs[c]);
-      }
-    }
-    for (; i < hi; ++i) one_row(i);
-    // The diagonal block, from the stored triangle.
-    for (int c = 0; c < cols; ++c) {
-      T acc = t[c] * A(j + c, j + c);
-      for (int r = 0; r < cols; ++r) {
-        if (r == c) continue;
-        const T arc = upper ? (r < c ? A(j + r, j + c) : A(j + c, j + r))
-                            : (r > c ? A(j + r, j + c) : A(j + c, j + r));
-        acc = sfma(arc, t[r], acc);
-      }
-      y[j + c] += acc + alpha * s[c];
-    }
-  };
+  // Whole groups of four columns in walks of as many groups as the leading dimension allows,
+  // then the groups left over one a walk, then the last columns alone.
   const long n4 = n & ~3L;
-  if (upper) {
-    long j = 0;
-    for (; j + 4 * symv_groups_per_walk <= n4; j += 4 * symv_groups_per_walk)
-      symv_groups<T, symv_groups_per_walk>(true, j, n, alpha, a, lda, x, y);
-    for (; j < n4; j += 4) sweep(j, 4, 0, j);
-    for (j = n4; j < n; ++j) sweep(j, 1, 0, j);
-  } else {
-    long j = 0;
-    for (; j + 4 * symv_groups_per_walk <= n4; j += 4 * symv_groups_per_walk)
-      symv_groups<T, symv_groups_per_walk>(false, j, n, alpha, a, lda, x, y);
-    for (; j < n4; j += 4) sweep(j, 4, j + 4, n);
-    for (j = n4; j < n; ++j) sweep(j, 1, j + 1, n);
+  long j = 0;
+  auto walks = [&]<int G>() {
+    for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G>(upper, j, n, alpha, a, lda, x, y);
+  };
+  switch (symv_groups_for<T>(lda)) {
+    case 4: walks.template operator()<4>(); break;
+    case 2: walks.template operator()<2>(); break;
+    default: break;
+  }
+  walks.template operator()<1>();
+  // The last n mod 4 columns alone, element by element.
+  for (; j < n; ++j) {
+    const T t = alpha * x[j];
+    const T* col = a + j * lda;
+    T s{};
+    for (long r = upper ? 0 : j + 1, end = upper ? j : n; r < end; ++r) {
+      y[r] = sfma(col[r], t, y[r]);
+      s = sfma(col[r], x[r], s);
+    }
+    y[j] += t * col[j] + alpha * s;
   }
 }
 

@@ -382,6 +382,54 @@ TEST(SymmetricMultiply, FullPackedBandAllTypes) {
   for (double v : y) EXPECT_EQ(v, 0);
 }
 
+// Leading dimensions whose columns share few sets of the first-level cache make the unit-stride
+// sweep walk fewer groups at once: 4 KiB multiples one group, 2 KiB off two, others four. Every
+// walk keeps each element's order of operations, so one matrix stored at each leading dimension
+// gives the same bits, and the long double product bounds all of them.
+template <class T> void check_symmetric_walks() {
+  SCOPED_TRACE(info<T>::name);
+  const int per_kib = 1024 / (int)sizeof(T);
+  const int ldas[] = {4 * per_kib + 8, 4 * per_kib, 8 * per_kib, 5 * per_kib, 4 * per_kib + 1};
+  for (int n : {37, 203})
+    for (char uplo : {'U', 'L'}) {
+      SCOPED_TRACE(::testing::Message() << "n " << n << " uplo " << uplo);
+      const bool upper = uplo == 'U';
+      dense M(n, n);
+      std::vector<T> packed((size_t)n * n);
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < n; ++i) {
+          const bool stored = upper ? i <= j : i >= j;
+          if (stored) packed[i + (size_t)j * n] = random_value<T>();
+        }
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < n; ++i) {
+          const bool stored = upper ? i <= j : i >= j;
+          M(i, j) = L(stored ? packed[i + (size_t)j * n] : packed[j + (size_t)i * n]);
+        }
+      auto x = random_vector<T>(n), y = random_vector<T>(n);
+      const T alpha = random_value<T>(), beta = random_value<T>();
+      const int one = 1;
+      std::vector<T> first;
+      for (int lda : ldas) {
+        SCOPED_TRACE(::testing::Message() << "lda " << lda);
+        std::vector<T> a((size_t)lda * n, nan_value<T>());
+        for (int j = 0; j < n; ++j)
+          for (int i = upper ? 0 : j; i <= (upper ? j : n - 1); ++i) a[i + (size_t)j * lda] = packed[i + (size_t)j * n];
+        auto y1 = y;
+        l2<T>::symv(&uplo, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+        check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "symv walk");
+        if (first.empty()) first = y1;
+        else
+          for (int i = 0; i < n; ++i) ASSERT_TRUE(same_bits(first[i], y1[i])) << "row " << i;
+      }
+    }
+}
+
+TEST(SymmetricMultiply, LeadingDimensionsOfSharedCacheSets) {
+  check_symmetric_walks<float>();
+  check_symmetric_walks<double>();
+}
+
 template <class T> void check_gbmv() {
   SCOPED_TRACE(info<T>::name);
   for (int m : {0, 1, 6, 20})
