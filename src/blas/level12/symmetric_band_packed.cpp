@@ -158,6 +158,7 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
   auto X = [&](long i) { return x0[i * incx]; };
   auto Y = [&](long i) { return y0[i * incy]; };
   auto cj = [&](T v) { return hermitian ? conj(v) : v; };
+  const bool unit = incx == 1 && (!two || incy == 1);
   for (long j = 0; j < n; ++j) {
     T& d = A.at(j, j);
     const bool skip = two ? (is_zero(X(j)) && is_zero(Y(j))) : is_zero(X(j));
@@ -165,17 +166,24 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
       if constexpr (is_complex<T>) if (hermitian) d.im = 0;
       continue;
     }
-    if constexpr (two) {
-      const T t1 = alpha * cj(Y(j)), t2 = cj(alpha * X(j));
-      for (long i = A.lo(j); i <= A.hi(j); ++i)
-        if (i != j) A.at(i, j) += X(i) * t1 + Y(i) * t2;
-      d += X(j) * t1 + Y(j) * t2;
+    const T t1 = two ? alpha * cj(Y(j)) : alpha * cj(X(j));
+    const T t2 = two ? cj(alpha * X(j)) : T{};
+    if (unit) {
+      // The rows of the column off the diagonal are contiguous in full and packed storage: one
+      // vector axpy per operand on each side of the diagonal.
+      auto axpy_rows = [&](long from, long to) {
+        if (to <= from) return;
+        T* col = &A.at(from, j);
+        kernels_for<T>().axpy(to - from, t1, x0 + from, col);
+        if constexpr (two) kernels_for<T>().axpy(to - from, t2, y0 + from, col);
+      };
+      axpy_rows(A.lo(j), j);
+      axpy_rows(j + 1, A.hi(j) + 1);
     } else {
-      const T t = alpha * cj(X(j));
       for (long i = A.lo(j); i <= A.hi(j); ++i)
-        if (i != j) A.at(i, j) += X(i) * t;
-      d += X(j) * t;
+        if (i != j) A.at(i, j) += two ? X(i) * t1 + Y(i) * t2 : X(i) * t1;
     }
+    d += two ? X(j) * t1 + Y(j) * t2 : X(j) * t1;
     if constexpr (is_complex<T>) if (hermitian) d.im = 0;
   }
 }

@@ -500,9 +500,11 @@ RF_CX(zvx_complex16, double, z)
 template <class T> void check_rank_updates() {
   for (const auto& f : rank_forms<T>()) {
     SCOPED_TRACE(f.name);
-    for (int n : {0, 1, 4, 13})
+    // 37 and 70: unit increments run vector axpys on each side of the diagonal, with whole
+    // vectors and tails; {1, 2} keeps one unit increment on the strided path.
+    for (int n : {0, 1, 4, 13, 37, 70})
       for (char uplo : {'U', 'l', 'W'})
-        for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {3, -2}}) {
+        for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {3, -2}, {1, 2}}) {
           const bool upper = uplo == 'U';
           const int lda = std::max(n, 1) + 1;
           dense M(n, n);
