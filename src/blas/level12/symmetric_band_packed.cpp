@@ -40,6 +40,18 @@ template <class T> struct band_store {
 
 template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
 
+// With unit increments the sweeps below run on the stored rows of a column, which are contiguous
+// in all three storages, through the vector kernels: y(0:n) += t * v(0:n), and the sum of
+// op(v(i)) * x(i) over 0:n, op conjugating when `conjugate`.
+template <class T> void column_axpy(long n, T t, const T* v, T* y) {
+  if (n > 0) kernels_for<T>().axpy(n, t, v, y);
+}
+template <class T> T column_dot(long n, const T* v, const T* x, bool conjugate) {
+  if (n <= 0) return T{};
+  if constexpr (is_complex<T>) return kernels_for<T>().dot(n, v, x, conjugate);
+  else return kernels_for<T>().dot(n, v, x);
+}
+
 // y := beta * y with zeros stored for beta 0; returns false when nothing more is to be done.
 template <class T> bool scale_y(long leny, T alpha, T beta, T* y0, long incy) {
   if (!is_one(beta)) {
@@ -60,6 +72,20 @@ void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T*
   auto X = [&](long i) { return x0[i * incx]; };
   auto Y = [&](long i) -> T& { return y0[i * incy]; };
   auto diag = [&](long j) { return hermitian ? from_real<T>(re(A.at(j, j))) : A.at(j, j); };
+  if (incx == 1 && incy == 1) {
+    for (long j = 0; j < n; ++j) {
+      const T t1 = alpha * x0[j];
+      const long lo = A.lo(j), hi = A.hi(j);
+      T t2 = column_dot(j - lo, &A.at(lo, j), x0 + lo, hermitian);
+      column_axpy(j - lo, t1, &A.at(lo, j), y0 + lo);
+      if (hi > j) {
+        t2 += column_dot(hi - j, &A.at(j + 1, j), x0 + j + 1, hermitian);
+        column_axpy(hi - j, t1, &A.at(j + 1, j), y0 + j + 1);
+      }
+      y0[j] += t1 * diag(j) + alpha * t2;
+    }
+    return;
+  }
   for (long j = 0; j < n; ++j) {
     const T t1 = alpha * X(j);
     T t2{};
@@ -80,6 +106,35 @@ void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T
   T* x0 = x + start_of((int)n, (int)incx);
   auto X = [&](long i) -> T& { return x0[i * incx]; };
   auto M = [&](long i, long j) { return a_op(A.at(i, j), o); };
+  if (incx == 1) {
+    // The stored rows of column j above the diagonal, [lo(j), j), and below it, (j, hi(j)].
+    auto above = [&](long j) { return &A.at(A.lo(j), j); };
+    auto below = [&](long j) { return &A.at(j + 1, j); };
+    const bool cj = o == op::c;
+    const bool forward = (o == op::n) != (upper == solve);  // columns from the first one
+    for (long step = 0; step < n; ++step) {
+      const long j = forward ? step : n - 1 - step;
+      const long lo = A.lo(j), up = j - lo, down = A.hi(j) - j;
+      if (o == op::n) {
+        if (is_zero(x0[j])) continue;
+        if (solve && nonunit) x0[j] = x0[j] / M(j, j);
+        const T t = solve ? -x0[j] : x0[j];
+        if (upper) column_axpy(up, t, above(j), x0 + lo);
+        else if (down > 0) column_axpy(down, t, below(j), x0 + j + 1);
+        if (!solve && nonunit) x0[j] = x0[j] * M(j, j);
+      } else {
+        const T dot = upper ? column_dot(up, above(j), x0 + lo, cj)
+                            : (down > 0 ? column_dot(down, below(j), x0 + j + 1, cj) : T{});
+        if (solve) {
+          const T t = x0[j] - dot;
+          x0[j] = nonunit ? t / M(j, j) : t;
+        } else {
+          x0[j] = (nonunit ? x0[j] * M(j, j) : x0[j]) + dot;
+        }
+      }
+    }
+    return;
+  }
   if (!solve) {
     if (o == op::n) {
       if (upper) {
@@ -198,9 +253,15 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
   T* y0 = y + start_of((int)leny, incy);
   if (!scale_y<T>(leny, alpha, beta, y0, incy) || m < 0 || n < 0) return;
   auto A = [&](long i, long j) { return a_op(a[(ku + i - j) + j * (long)lda], o); };
+  const bool unit = incx == 1 && incy == 1;
   for (long j = 0; j < n; ++j) {
     const long lo = std::max(0L, j - ku), hi = std::min<long>(m - 1, j + kl);
-    if (o == op::n) {
+    if (unit) {
+      if (hi < lo) continue;
+      const T* col = a + (ku + lo - j) + j * (long)lda;
+      if (o == op::n) column_axpy(hi - lo + 1, alpha * x0[j], col, y0 + lo);
+      else y0[j] += alpha * column_dot(hi - lo + 1, col, x0 + lo, o == op::c);
+    } else if (o == op::n) {
       const T t = alpha * x0[j * incx];
       for (long i = lo; i <= hi; ++i) y0[i * incy] += t * A(i, j);
     } else {
