@@ -70,6 +70,9 @@ std::string reason(const std::string& name, bool in_memory, double seconds) {
       name.find("ger") != std::string::npos)
     return "the matrix streams from the shared last-level cache, whose share depends on the other builds "
            "running at the time";
+  if (name.find("tbmv") != std::string::npos || name.find("gbmv") != std::string::npos)
+    return "columns of 33 to 65 stored elements: the call of the vector kernel for each column and its "
+           "short tail are a visible share of the work";
   if (seconds < 2e-6)
     return "a call of about a microsecond or less: entry, dispatch and tail handling are a visible share, "
            "and of the order of the timing noise";
@@ -328,6 +331,78 @@ void level2_others(context& c) {
   }
 }
 
+// The other level-2 families once each: the triangular multiply at a leading dimension of 8 KiB,
+// the rank-2 update, and the packed and band storages (32 diagonals on each side).
+void level2_storages(context& c) {
+  auto& ob = zvx_bench::openblas(1);
+  const int one = 1, n = 1000, k = 32, band_lda = 2 * k + 1;
+  auto a = random_data<double>((size_t)1024 * 1024);
+  for (int i = 0; i < 1024; ++i) a[i + (size_t)i * 1024] = 1024;  // well conditioned for the solves
+  auto x = random_data<double>(1024), y = random_data<double>(1024);
+  auto b = x;
+  using tr_t = void (*)(const char*, const char*, const char*, const int*, const double*, const int*, double*,
+                        const int*, fortran_len, fortran_len, fortran_len);
+  using tp_t = void (*)(const char*, const char*, const char*, const int*, const double*, double*, const int*,
+                        fortran_len, fortran_len, fortran_len);
+  using tb_t = void (*)(const char*, const char*, const char*, const int*, const int*, const double*, const int*,
+                        double*, const int*, fortran_len, fortran_len, fortran_len);
+  if (wanted("dtrmv")) {
+    const int m = 1024;
+    auto peer = ob.get<tr_t>("dtrmv_");
+    for (const char* form : {"UN", "LT"}) {
+      const char uplo[2] = {form[0], 0}, trans[2] = {form[1], 0};
+      row(c, std::string("dtrmv ") + form, "1024", 8.0 * m * m / 2, 8.0 * m * m / 2, 1.0 * m * m, false,
+          [&] { b = x; dtrmv(uplo, trans, "N", &m, a.data(), &m, b.data(), &one); },
+          [&] { b = x; peer(uplo, trans, "N", &m, a.data(), &m, b.data(), &one, 1, 1, 1); });
+    }
+  }
+  if (wanted("dsyr2")) {
+    using syr2_t = void (*)(const char*, const int*, const double*, const double*, const int*, const double*,
+                            const int*, double*, const int*, fortran_len);
+    auto peer = ob.get<syr2_t>("dsyr2_");
+    const double alpha = 1e-12;
+    row(c, "dsyr2 U", "1000", 8.0 * n * n / 2, 16.0 * n * n / 2, 2.0 * n * n, false,
+        [&] { dsyr2("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); },
+        [&] { peer("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n, 1); });
+  }
+  if (wanted("dspmv")) {
+    using spmv_t = void (*)(const char*, const int*, const double*, const double*, const double*, const int*,
+                            const double*, double*, const int*, fortran_len);
+    auto peer = ob.get<spmv_t>("dspmv_");
+    const double alpha = 0.5, beta = 1.0;
+    row(c, "dspmv U", "1000", 8.0 * n * n / 2, 8.0 * n * n / 2, 2.0 * n * n, false,
+        [&] { dspmv("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one); },
+        [&] { peer("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one, 1); });
+  }
+  if (wanted("dtpsv")) {
+    std::vector<double> ap((size_t)n * (n + 1) / 2, 1e-3);
+    for (int j = 0, at = 0; j < n; at += ++j) ap[at + j] = n;  // the diagonal of the packed upper triangle
+    auto peer = ob.get<tp_t>("dtpsv_");
+    row(c, "dtpsv UN", "1000", 8.0 * n * n / 2, 8.0 * n * n / 2, 1.0 * n * n, false,
+        [&] { b = x; dtpsv("U", "N", "N", &n, ap.data(), b.data(), &one); },
+        [&] { b = x; peer("U", "N", "N", &n, ap.data(), b.data(), &one, 1, 1, 1); });
+  }
+  if (wanted("dtbmv")) {
+    auto peer = ob.get<tb_t>("dtbmv_");
+    const int kk = k, lda = k + 1;
+    row(c, "dtbmv UT", "1000", 8.0 * n * lda, 8.0 * n * lda, 2.0 * n * lda, false,
+        [&] { b = x; dtbmv("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one); },
+        [&] { b = x; peer("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one, 1, 1, 1); });
+  }
+  if (wanted("dgbmv")) {
+    using gbmv_t = void (*)(const char*, const int*, const int*, const int*, const int*, const double*,
+                            const double*, const int*, const double*, const int*, const double*, double*,
+                            const int*, fortran_len);
+    auto peer = ob.get<gbmv_t>("dgbmv_");
+    const int kk = k;
+    const double alpha = 0.5, beta = 1.0;
+    for (const char* tr : {"N", "T"})
+      row(c, std::string("dgbmv ") + tr, "1000", 8.0 * n * band_lda, 8.0 * n * band_lda, 2.0 * n * band_lda, false,
+          [&] { dgbmv(tr, &n, &n, &kk, &kk, &alpha, a.data(), &band_lda, x.data(), &one, &beta, y.data(), &one); },
+          [&] { peer(tr, &n, &n, &kk, &kk, &alpha, a.data(), &band_lda, x.data(), &one, &beta, y.data(), &one, 1); });
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -376,6 +451,7 @@ int main(int argc, char** argv) {
   gemv_rows<float>(c, "sgemv", 1024);  // columns 4 KiB apart: every column in one cache set
   gemv_rows<zvx_complex16>(c, "zgemv", 1000);
   level2_others(c);
+  level2_storages(c);
   t.notes.push_back("\nMedians of alternating samples of per-thread CPU time (the machine has 2 cores shared with other "
                     "builds, so wall-clock samples include time spent waiting for a core); ratios still move by several "
                     "percent between runs, more for calls under a microsecond. Rows whose data exceed the last-level "
