@@ -1476,6 +1476,13 @@ void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
   cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
 }
 
+// c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
+// them, and it does so differently in different instantiations (once with fused multiply-subtract,
+// once without), which would make the walks of one or more groups differ in the last bit.
+template <class R> inline cplx<R> cmadd(cplx<R> a, cplx<R> b, cplx<R> c) {
+  return {sfma(a.re, b.re, sfma(-a.im, b.im, c.re)), sfma(a.re, b.im, sfma(a.im, b.re, c.im))};
+}
+
 // Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, with the
 // row ranges, the order of the groups and the placement of the diagonal blocks of symv_groups, so
 // that every walk gives the bits of the groups taken one after another. Vectors hold h = W/2
@@ -1497,7 +1504,7 @@ void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
   const R* xr = &x->re;
   R* yr = &y->re;
   for (int c = 0; c < C; ++c) {
-    t[c] = alpha * x[j + c];
+    t[c] = cmadd<R>(alpha, x[j + c], {});
     tr[c] = bc(t[c].re);
     ti[c] = bc(t[c].im);
     p[c] = q[c] = V<R>{};
@@ -1572,16 +1579,17 @@ void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
     const long jg = j + 4 * g;
     for (int c = 0; c < 4; ++c) {
       const cplx<R>* tg = t + 4 * g;
-      cplx<R> acc = tg[c] * a[(jg + c) + (jg + c) * lda].re;
+      const R diagonal = a[(jg + c) + (jg + c) * lda].re;
+      cplx<R> acc = {tg[c].re * diagonal, tg[c].im * diagonal};
       for (int r = 0; r < 4; ++r) {
         if (r == c) continue;
         // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
         const bool stored = upper ? c < r : c > r;
         cplx<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
         if (!stored) acr.im = -acr.im;
-        acc += acr * tg[r];
+        acc = cmadd<R>(acr, tg[r], acc);
       }
-      y[jg + c] += acc + alpha * cplx<R>{parts[2 * c], parts[2 * c + 1]};
+      y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, acc);
     }
   };
   if (upper) {
@@ -1627,7 +1635,7 @@ void hemv_column(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
                  cplx<R>* y) {
   constexpr int w = W<R>;
   const V<R> sign = alternating_sign<R>();
-  const cplx<R> t = alpha * x[j];
+  const cplx<R> t = cmadd<R>(alpha, x[j], {});
   const V<R> tr = bc(t.re), ti = bc(t.im);
   const long lo = upper ? 0 : j + 1, len = 2 * ((upper ? j : n) - lo);
   const R* col = &a[lo + j * lda].re;
@@ -1651,7 +1659,8 @@ void hemv_column(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
   if (i < len) step(i, len - i);
   const auto [p0, p1] = pair_sums<R>(p);
   const auto [q0, q1] = pair_sums<R>(q);
-  y[j] += t * a[j + j * lda].re + alpha * cplx<R>{p0 + p1, q0 - q1};
+  const R diagonal = a[j + j * lda].re;
+  y[j] = y[j] + cmadd<R>(alpha, {p0 + p1, q0 - q1}, {t.re * diagonal, t.im * diagonal});
 }
 
 // Hermitian multiply: groups of four columns walk the rows (hemv_groups), each element outside the
