@@ -300,6 +300,20 @@ void level2_others(context& c) {
           [&] { dsymv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
           [&] { peer(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
   }
+  if (wanted("zhemv")) {
+    const int n = 1000;
+    auto a = random_data<zvx_complex16>((size_t)n * n);
+    auto x = random_data<zvx_complex16>(n), y = random_data<zvx_complex16>(n);
+    auto& y2 = y;
+    const zvx_complex16 alpha = {0.5, 0.25}, beta = {1.0, 0.0};
+    using hemv_t = void (*)(const char*, const int*, const zvx_complex16*, const zvx_complex16*, const int*,
+                            const zvx_complex16*, const int*, const zvx_complex16*, zvx_complex16*, const int*, fortran_len);
+    auto peer = ob.get<hemv_t>("zhemv_");
+    for (const char* uplo : {"U", "L"})
+      row(c, std::string("zhemv ") + uplo, std::to_string(n), 16.0 * n * n / 2, 16.0 * n * n / 2, 8.0 * n * n, false,
+          [&] { zhemv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
+          [&] { peer(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
+  }
   if (wanted("dtrsv")) {
     const int n = 2000;
     auto a = random_data<double>((size_t)n * n);

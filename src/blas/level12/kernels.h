@@ -45,6 +45,8 @@ struct complex_kernels {
   // The rows left after the strips, not transposed, unit increments: y(i) += alpha * sum.
   void (*gemv_rest_n)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
                       cplx<R>* y);
+  // Hermitian multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
+  void (*hemv)(bool upper, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y);
 };
 
 struct kernel_set {

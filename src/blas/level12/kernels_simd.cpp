@@ -54,6 +54,8 @@ constexpr int symv_groups_per_walk = 4;
 // other half for the lines fetched ahead and for x and y.
 constexpr long l1_set_span_bytes = 4096;
 constexpr long symv_columns_per_set = 4;
+// Groups of four columns the Hermitian multiply walks together: (placeholder, measured below).
+constexpr int hemv_groups_per_walk = 2;
 // How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
 // page, in rows of the element type. One request per column and pass starts the hardware
 // prefetcher on the next page early; a request per line measured slower, since it competes with
@@ -1474,6 +1476,211 @@ void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
   cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
 }
 
+// c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
+// them, and it does so differently in different instantiations (once with fused multiply-subtract,
+// once without), which would make the walks of one or more groups differ in the last bit.
+template <class R> inline cplx<R> cmadd(cplx<R> a, cplx<R> b, cplx<R> c) {
+  return {sfma(a.re, b.re, sfma(-a.im, b.im, c.re)), sfma(a.re, b.im, sfma(a.im, b.re, c.im))};
+}
+
+// Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, with the
+// row ranges, the order of the groups and the placement of the diagonal blocks of symv_groups, so
+// that every walk gives the bits of the groups taken one after another. Vectors hold h = W/2
+// complex elements as interleaved pairs and start at multiples of h from row 0. Per column and
+// vector of rows four FMAs and no exchange: y takes A times re(t) in one sum and A times im(t) in
+// another, whose parts are exchanged and signed once per group; the column's dot takes A times x
+// (p) and A times x with its parts exchanged (q), once per vector of rows. Conjugated A, the dot is
+// re = sum p(even) + p(odd), im = sum q(even) - q(odd).
+template <class R, int G>
+void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+                 cplx<R>* y) {
+  constexpr int w = W<R>;
+  constexpr int h = w / 2;
+  constexpr int C = 4 * G;
+  const V<R> sign = alternating_sign<R>();  // (-1, +1, ...)
+  V<R> tr[C], ti[C], p[C], q[C];
+  cplx<R> t[C];
+  const R* col[C];
+  const R* xr = &x->re;
+  R* yr = &y->re;
+  for (int c = 0; c < C; ++c) {
+    t[c] = cmadd<R>(alpha, x[j + c], {});
+    tr[c] = bc(t[c].re);
+    ti[c] = bc(t[c].im);
+    p[c] = q[c] = V<R>{};
+    col[c] = &a[(j + c) * lda].re;
+  }
+  // Group g's part of the vector of rows at i, elements [from, to), with its own load and store
+  // of y.
+  auto group_rows = [&](int g, long i, long from, long to) {
+    const bool whole = from == 0 && to == h;
+    const V<R> xv = whole ? ld(xr + 2 * i) : ld_range(xr + 2 * i, 2 * from, 2 * to);
+    const V<R> xs = swap_pairs<R>(xv);
+    V<R> yv = whole ? ld(yr + 2 * i) : ld_range(yr + 2 * i, 2 * from, 2 * to);
+    V<R> yi = {};
+    for (int c = 4 * g; c < 4 * g + 4; ++c) {
+      V<R> av = whole ? ld(col[c] + 2 * i) : ld_range(col[c] + 2 * i, 2 * from, 2 * to);
+      in_register(av);
+      yv = vfma(av, tr[c], yv);
+      yi = vfma(av, ti[c], yi);
+      p[c] = vfma(av, xv, p[c]);
+      q[c] = vfma(av, xs, q[c]);
+    }
+    yv = vfma(swap_pairs<R>(yi), sign, yv);
+    if (whole) st(yr + 2 * i, yv);
+    else st_range(yr + 2 * i, yv, 2 * from, 2 * to);
+  };
+  // Whole vectors of rows [i, end) that all groups take: one load and store of y for all.
+  auto joint_rows = [&](long i, long end) {
+    for (; i + h <= end; i += h) {
+      V<R> xv = ld(xr + 2 * i);
+      in_register(xv);
+      const V<R> xs = swap_pairs<R>(xv);
+      V<R> yv = ld(yr + 2 * i);
+#pragma GCC unroll 4
+      for (int g = 0; g < G; ++g) {
+        V<R> yi = {};
+#pragma GCC unroll 4
+        for (int c = 4 * g; c < 4 * g + 4; ++c) {
+          V<R> av = ld(col[c] + 2 * i);
+          in_register(av);
+          yv = vfma(av, tr[c], yv);
+          yi = vfma(av, ti[c], yi);
+          p[c] = vfma(av, xv, p[c]);
+          q[c] = vfma(av, xs, q[c]);
+        }
+        yv = vfma(swap_pairs<R>(yi), sign, yv);
+      }
+      st(yr + 2 * i, yv);
+    }
+    return i;
+  };
+  // The dots reduced, then the diagonal block from the stored triangle (the real part of the
+  // diagonal, the mirrored elements conjugated), into y(j + 4g ..).
+  auto finish = [&](int g) {
+    const V<R> q_sign = -sign;  // (+1, -1, ...): the imaginary part is q(even) - q(odd)
+    V<R> sums[8];
+    for (int c = 0; c < 4; ++c) {
+      sums[2 * c] = p[4 * g + c];
+      sums[2 * c + 1] = q[4 * g + c] * q_sign;
+    }
+    R parts[8];
+    if constexpr (w >= 8) {
+      V<R> all[w] = {};
+      for (int k = 0; k < 8; ++k) all[k] = sums[k];
+      const V<R> r = reduce_lanes<R>(all);
+      for (int k = 0; k < 8; ++k) parts[k] = r[k];
+    } else {
+      for (int k = 0; k < 8; k += w) {
+        const V<R> r = reduce_lanes<R>(sums + k);
+        for (int l = 0; l < w; ++l) parts[k + l] = r[l];
+      }
+    }
+    const long jg = j + 4 * g;
+    for (int c = 0; c < 4; ++c) {
+      const cplx<R>* tg = t + 4 * g;
+      const R diagonal = a[(jg + c) + (jg + c) * lda].re;
+      cplx<R> acc = {tg[c].re * diagonal, tg[c].im * diagonal};
+      for (int r = 0; r < 4; ++r) {
+        if (r == c) continue;
+        // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
+        const bool stored = upper ? c < r : c > r;
+        cplx<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
+        if (!stored) acr.im = -acr.im;
+        acc = cmadd<R>(acr, tg[r], acc);
+      }
+      y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, acc);
+    }
+  };
+  if (upper) {
+    // Rows above the first group's diagonal together; then, group by group, the rows from there
+    // to the group's diagonal, and the group's block.
+    const long i = joint_rows(0, j);
+    for (int g = 0; g < G; ++g) {
+      const long hi = j + 4 * g;
+      for (long v = i; v < hi; v += h) group_rows(g, v, 0, std::min<long>(h, hi - v));
+      finish(g);
+    }
+  } else {
+    // Vectors where some group starts, or where the rows end, take the groups one by one.
+    auto ragged = [&](long i) {
+      for (int g = 0; g < G; ++g) {
+        const long from = std::max(j + 4 * g + 4, i) - i, to = std::min<long>(h, n - i);
+        if (from < to) group_rows(g, i, from, to);
+      }
+    };
+    const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
+    long i = first - first % h;
+    for (; i < last && i < n; i += h) ragged(i);
+    i = joint_rows(i, n);
+    if (i < n) ragged(i);
+    for (int g = 0; g < G; ++g) finish(g);
+  }
+}
+
+// Groups of four columns a Hermitian multiply walk may take for a leading dimension, by the rule
+// of symv_groups_for, with at most hemv_groups_per_walk.
+template <class R> int hemv_groups_for(long lda) {
+  const long stride = (lda * (long)sizeof(cplx<R>)) % l1_set_span_bytes;
+  const long sets = stride == 0 ? 1 : l1_set_span_bytes / std::gcd(stride, l1_set_span_bytes);
+  int groups = hemv_groups_per_walk;
+  while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
+  return groups;
+}
+
+// One column of a Hermitian multiply on its own (the columns after the groups of four): the rows
+// outside the diagonal in whole vectors from the first, then a partial one.
+template <class R>
+void hemv_column(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
+                 cplx<R>* y) {
+  constexpr int w = W<R>;
+  const V<R> sign = alternating_sign<R>();
+  const cplx<R> t = cmadd<R>(alpha, x[j], {});
+  const V<R> tr = bc(t.re), ti = bc(t.im);
+  const long lo = upper ? 0 : j + 1, len = 2 * ((upper ? j : n) - lo);
+  const R* col = &a[lo + j * lda].re;
+  const R* xr = &x[lo].re;
+  R* yr = &y[lo].re;
+  V<R> p = {}, q = {};
+  auto step = [&](long i, long count) {
+    const bool whole = count == w;
+    const V<R> xv = whole ? ld(xr + i) : ld_part(xr + i, count);
+    V<R> av = whole ? ld(col + i) : ld_part(col + i, count);
+    in_register(av);
+    const V<R> yv = vfma(av, tr, whole ? ld(yr + i) : ld_part(yr + i, count));
+    const V<R> out = vfma(swap_pairs<R>(av * ti), sign, yv);
+    if (whole) st(yr + i, out);
+    else st_part(yr + i, out, count);
+    p = vfma(av, xv, p);
+    q = vfma(av, swap_pairs<R>(xv), q);
+  };
+  long i = 0;
+  for (; i + w <= len; i += w) step(i, w);
+  if (i < len) step(i, len - i);
+  const auto [p0, p1] = pair_sums<R>(p);
+  const auto [q0, q1] = pair_sums<R>(q);
+  const R diagonal = a[j + j * lda].re;
+  y[j] = y[j] + cmadd<R>(alpha, {p0 + p1, q0 - q1}, {t.re * diagonal, t.im * diagonal});
+}
+
+// Hermitian multiply: groups of four columns walk the rows (hemv_groups), each element outside the
+// diagonal blocks read once and serving twice, for the update of y and for the column's dot.
+template <class R>
+void hemv(bool upper, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+  const long n4 = n & ~3L;
+  long j = 0;
+  auto walks = [&]<int G>() {
+    for (; j + 4 * G <= n4; j += 4 * G) hemv_groups<R, G>(upper, j, n, alpha, a, lda, x, y);
+  };
+  switch (hemv_groups_for<R>(lda)) {
+    case 4: if constexpr (hemv_groups_per_walk >= 4) walks.template operator()<4>(); break;
+    case 2: if constexpr (hemv_groups_per_walk >= 2) walks.template operator()<2>(); break;
+    default: break;
+  }
+  walks.template operator()<1>();
+  for (; j < n; ++j) hemv_column<R>(upper, j, n, alpha, a, lda, x, y);
+}
+
 #if ZVX_ISA_LEVEL == 2
 // Kernels of the AVX-512 table that run the 32-byte kernels of the AVX2/FMA build, where those
 // measured faster on processors that split 64-byte operations into two 32-byte halves. There a
@@ -1515,8 +1722,10 @@ constexpr kernel_set table = {
      iamax<float>, gemv_n<float>, ZVX_SGEMV_T, symv<float>},
     {axpy<double>, dot<double>, scal<double>, copy<double>, swap<double>, asum<double>, sumsq_d,
      iamax<double>, gemv_n<double>, ZVX_DGEMV_T, symv<double>},
-    {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, cgemv_rest_n<float>},
-    {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, ZVX_ZGEMV_N, cgemv_t<double>, cgemv_rest_n<double>},
+    {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, cgemv_rest_n<float>,
+     hemv<float>},
+    {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, ZVX_ZGEMV_N, cgemv_t<double>, cgemv_rest_n<double>,
+     hemv<double>},
 };
 #undef ZVX_SGEMV_T
 #undef ZVX_DGEMV_T

@@ -286,12 +286,15 @@ namespace {
 template <class T, bool herm>
 void symv_entry(const char* uplo, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y, int incy) {
   const bool upper = is_char(uplo, 'U');
-  if constexpr (!is_complex<T>) {
-    // Unit increments: the four-column vector sweep, after the common frame.
-    if (incx == 1 && incy == 1 && n > 0 && !(is_zero(alpha) && is_one(beta))) {
+  // Unit increments: the four-column vector sweep, after the common frame.
+  if (incx == 1 && incy == 1 && n > 0 && !(is_zero(alpha) && is_one(beta))) {
+    if constexpr (is_complex<T>) {
+      static_assert(herm, "the complex full-storage entries are Hermitian");
+      if (scale_y<T>(n, alpha, beta, y, 1)) kernels_for<T>().hemv(upper, n, alpha, a, lda, x, y);
+    } else {
       if (scale_y<T>(n, alpha, beta, y, 1)) kernels_for<T>().symv(upper, n, alpha, a, lda, x, y);
-      return;
     }
+    return;
   }
   sym_multiply<T, herm>(full_store<T>{const_cast<T*>(a), lda, n, upper}, n, alpha, x, incx, beta, y, incy);
 }

@@ -430,6 +430,62 @@ TEST(SymmetricMultiply, LeadingDimensionsOfSharedCacheSets) {
   check_symmetric_walks<double>();
 }
 
+// Hermitian full storage with unit increments, at orders around the vector widths and the groups
+// of four columns (the columns after the groups take a loop of their own), each stored at leading
+// dimensions that make the sweep walk different numbers of groups at once: the order itself, 4 KiB
+// multiples, 2 KiB off them and one more than the order. The unstored triangle and the imaginary
+// part of the diagonal hold NaN, which must not reach y. Every walk keeps each element's order of
+// operations, so all leading dimensions give the same bits.
+template <class T> void check_hermitian_vector_sweep() {
+  SCOPED_TRACE(info<T>::name);
+  using Rt = R_t<T>;
+  const Rt nan = std::numeric_limits<Rt>::quiet_NaN();
+  const int per_kib = 1024 / (int)sizeof(T);
+  for (int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 17, 31, 32, 33, 64, 67, 203})
+    for (char uplo : {'U', 'L'}) {
+      SCOPED_TRACE(::testing::Message() << "n " << n << " uplo " << uplo);
+      const bool upper = uplo == 'U';
+      const int page = 4 * per_kib * ((n + 4 * per_kib - 1) / (4 * per_kib));
+      const int ldas[] = {n, page, page + 2 * per_kib, n + 1};
+      dense M(n, n);
+      std::vector<T> stored((size_t)n * n);
+      for (int j = 0; j < n; ++j)
+        for (int i = upper ? 0 : j; i <= (upper ? j : n - 1); ++i) {
+          T v = random_value<T>();
+          if (i == j) v.imag = nan;
+          stored[i + (size_t)j * n] = v;
+        }
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < n; ++i) {
+          const bool in = upper ? i <= j : i >= j;
+          if (i == j) M(i, j) = lc(stored[i + (size_t)j * n].real, 0);
+          else if (in) M(i, j) = L(stored[i + (size_t)j * n]);
+          else M(i, j) = std::conj(L(stored[j + (size_t)i * n]));
+        }
+      auto x = random_vector<T>(n), y = random_vector<T>(n);
+      const T alpha = random_value<T>(), beta = random_value<T>();
+      const int one = 1;
+      std::vector<T> first;
+      for (int lda : ldas) {
+        SCOPED_TRACE(::testing::Message() << "lda " << lda);
+        std::vector<T> a((size_t)lda * n, nan_value<T>());
+        for (int j = 0; j < n; ++j)
+          for (int i = upper ? 0 : j; i <= (upper ? j : n - 1); ++i) a[i + (size_t)j * lda] = stored[i + (size_t)j * n];
+        auto y1 = y;
+        l2<T>::symv(&uplo, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+        check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "hemv sweep");
+        if (first.empty()) first = y1;
+        else
+          for (int i = 0; i < n; ++i) ASSERT_TRUE(same_bits(first[i], y1[i])) << "row " << i;
+      }
+    }
+}
+
+TEST(SymmetricMultiply, HermitianVectorSweep) {
+  check_hermitian_vector_sweep<zvx_complex8>();
+  check_hermitian_vector_sweep<zvx_complex16>();
+}
+
 template <class T> void check_gbmv() {
   SCOPED_TRACE(info<T>::name);
   for (int m : {0, 1, 6, 20})
