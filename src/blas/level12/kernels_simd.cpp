@@ -1001,12 +1001,15 @@ void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, cons
 // and a walk that streams more than symv_columns_per_set columns through one set loses the lines
 // the hardware fetched ahead before it reaches them (order 1,024, lda 8 KiB: 16 columns took 2.2
 // times the peer's time, 4 or 8 columns 1.05-1.1, as at order 1,000).
-template <class T> int symv_groups_for(long lda) {
-  const long stride = (lda * (long)sizeof(T)) % l1_set_span_bytes;
+int walk_groups_for(long column_bytes, int most) {
+  const long stride = column_bytes % l1_set_span_bytes;
   const long sets = stride == 0 ? 1 : l1_set_span_bytes / std::gcd(stride, l1_set_span_bytes);
-  int groups = symv_groups_per_walk;
+  int groups = most;
   while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
   return groups;
+}
+template <class T> int symv_groups_for(long lda) {
+  return walk_groups_for(lda * (long)sizeof(T), symv_groups_per_walk);
 }
 
 // Symmetric multiply: groups of four columns walk the rows (symv_groups), each element outside
@@ -1623,11 +1626,7 @@ void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
 // Groups of four columns a Hermitian multiply walk may take for a leading dimension, by the rule
 // of symv_groups_for, with at most hemv_groups_per_walk.
 template <class R> int hemv_groups_for(long lda) {
-  const long stride = (lda * (long)sizeof(cplx<R>)) % l1_set_span_bytes;
-  const long sets = stride == 0 ? 1 : l1_set_span_bytes / std::gcd(stride, l1_set_span_bytes);
-  int groups = hemv_groups_per_walk;
-  while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
-  return groups;
+  return walk_groups_for(lda * (long)sizeof(cplx<R>), hemv_groups_per_walk);
 }
 
 // One column of a Hermitian multiply on its own (the columns after the groups of four): the rows
