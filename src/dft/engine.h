@@ -1,0 +1,86 @@
+// The line engine of the DFT: transforms one contiguous line of any length. It knows nothing of
+// strides, batches, threads, descriptors or scaling policy; the descriptor layer calls it with flag
+// 8 (no scaling) and scales on its own. It has its own contexts, its own allocator and its own
+// negative status codes, which the descriptor layer maps (0 -> 0, -9 -> 1, anything else -> 7).
+//
+// Everything a line needs that depends on its length (roots of unity, factor lists, permutations,
+// chirp spectra) is built by create; the compute entries do no trigonometry and, given scratch of
+// the queried size, no allocation.
+#pragma once
+#include <cstddef>
+
+#include "zvx_common.h"
+
+namespace zvx::dft {
+
+// Status values of the engine.
+enum engine_status : int {
+  engine_ok = 0,
+  engine_bad_length = -6,   // length below 1
+  engine_null = -8,         // null context or data pointer
+  engine_no_memory = -9,
+  engine_bad_order = -15,   // power-of-two order outside 0..30
+  engine_bad_flag = -16,    // scaling flag not 1, 2, 4 or 8
+  engine_bad_type = -17,    // context of another type than the entry serves
+};
+
+// Context types: the first word of every context. An entry refuses a context of another type.
+enum context_type : int {
+  context_complex_single = 13,
+  context_complex_single_scrambled = 0x434D414A,
+  context_complex_double = 16,
+  context_complex_double_scrambled = 0x434D414B,
+  context_real_single = 15,
+  context_real_double = 18,
+};
+
+// Scaling flags at creation: 8 none, 1 forward by 1/n, 2 inverse by 1/n, 4 both by 1/sqrt(n).
+enum scale_flag : int {
+  scale_forward_by_n = 1,
+  scale_inverse_by_n = 2,
+  scale_both_by_sqrt_n = 4,
+  scale_none = 8,
+};
+
+// A context of any type; its layout belongs to the engine. The first member is the type.
+struct PrimitiveDftContext;
+
+// Creates a context of `type` for lines of `length` elements. On failure *context is left as it
+// was and everything built so far is released.
+int primitive_dft_create(PrimitiveDftContext** context, int type, int length, int flag, int hint);
+// Scratch bytes a compute call on this context needs (0: none). The caller's scratch is aligned
+// up to 32 bytes by the entries, so a caller gives `bytes` + 32.
+int primitive_dft_buffer_size(const PrimitiveDftContext* context, int* bytes);
+// Releases a context; null is accepted.
+int primitive_dft_free(PrimitiveDftContext* context);
+// The context's type, or 0 for null.
+int primitive_dft_type(const PrimitiveDftContext* context);
+
+// Complex entries, one pair per context type: forward is exp(-2 pi i jk/n), inverse exp(+...),
+// unscaled unless the context's flag says otherwise. `in` and `out` may be the same address.
+// Scratch null: allocated for the call (status -9 when that fails). A scrambled context of a length
+// on the mixed-radix route above the reorder limit leaves the forward output in digit-reversed order
+// and its inverse entry takes that order; every other context works in natural order.
+int primitive_dft_forward_c(const zvx_complex8* in, zvx_complex8* out, PrimitiveDftContext* context,
+                            void* scratch);
+int primitive_dft_inverse_c(const zvx_complex8* in, zvx_complex8* out, PrimitiveDftContext* context,
+                            void* scratch);
+int primitive_dft_forward_c_scrambled(const zvx_complex8* in, zvx_complex8* out,
+                                      PrimitiveDftContext* context, void* scratch);
+int primitive_dft_inverse_c_scrambled(const zvx_complex8* in, zvx_complex8* out,
+                                      PrimitiveDftContext* context, void* scratch);
+int primitive_dft_forward_z(const zvx_complex16* in, zvx_complex16* out,
+                            PrimitiveDftContext* context, void* scratch);
+int primitive_dft_inverse_z(const zvx_complex16* in, zvx_complex16* out,
+                            PrimitiveDftContext* context, void* scratch);
+int primitive_dft_forward_z_scrambled(const zvx_complex16* in, zvx_complex16* out,
+                                      PrimitiveDftContext* context, void* scratch);
+int primitive_dft_inverse_z_scrambled(const zvx_complex16* in, zvx_complex16* out,
+                                      PrimitiveDftContext* context, void* scratch);
+
+// The engine's allocator: 32-byte aligned, zero-filled blocks; a size below 1 gives null; free
+// accepts null.
+void* engine_allocate(long bytes);
+void engine_free(void* block);
+
+}  // namespace zvx::dft
