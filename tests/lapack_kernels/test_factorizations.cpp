@@ -26,16 +26,17 @@ using AllTypes = ::testing::Types<float, double, zvx_complex8, zvx_complex16>;
 TYPED_TEST_SUITE(Potrf, AllTypes);
 
 // A Hermitian positive definite matrix: B^H B + n I, stored whole with a leading dimension
-// beyond n; the diagonal's imaginary parts hold garbage that must not be read.
+// beyond n; the diagonal's imaginary parts hold garbage that must not be read. The whole matrix
+// is multiplied by `scale`.
 template <class T>
-std::vector<T> hpd(int n, int lda, std::mt19937& g, std::vector<lc>& dense) {
+std::vector<T> hpd(int n, int lda, std::mt19937& g, std::vector<lc>& dense, long double scale = 1) {
   const auto b = random_vector<T>(static_cast<size_t>(n) * n, g);
   dense.assign(static_cast<size_t>(n) * n, 0);
   for (int j = 0; j < n; ++j)
     for (int i = 0; i < n; ++i) {
       lc s = i == j ? lc(n) : lc(0);
       for (int l = 0; l < n; ++l) s += std::conj(widen(b[l + i * n])) * widen(b[l + j * n]);
-      dense[i + j * n] = s;
+      dense[i + j * n] = s * scale;
     }
   auto a = random_vector<T>(static_cast<size_t>(lda) * n, g);
   for (int j = 0; j < n; ++j)
@@ -49,14 +50,19 @@ std::vector<T> hpd(int n, int lda, std::mt19937& g, std::vector<lc>& dense) {
   return a;
 }
 
+// Scaled near the ends of the exponent range too (1e300 and 1e-300 in double, 1e35 and 1e-35 in
+// single): the factor's elements are square roots of the matrix's, so nothing the factorization
+// forms leaves the range.
 TYPED_TEST(Potrf, FactorsReproduceTheMatrix) {
   using T = TypeParam;
   std::mt19937 g(11);
+  const long double big = (std::is_same_v<T, double> || std::is_same_v<T, zvx_complex16>) ? 1e300L : 1e35L;
+  for (long double scale : {1.0L, big, 1 / big})
   for (bool lower : {true, false})
     for (int n : {1, 2, 5, 17}) {
       const int lda = n + 2;
       std::vector<lc> dense;
-      auto a = hpd<T>(n, lda, g, dense);
+      auto a = hpd<T>(n, lda, g, dense, scale);
       const auto before = a;
       int info = 77;
       potrf(lower, n, a.data(), lda, &info);
@@ -71,9 +77,9 @@ TYPED_TEST(Potrf, FactorsReproduceTheMatrix) {
         for (int i = 0; i < n; ++i) {
           lc s = 0;
           for (int l = 0; l <= std::min(i, j); ++l) s += f(i, l) * std::conj(f(j, l));
-          worst = std::max(worst, std::abs(s - dense[i + j * n]) / (n * n));
+          worst = std::max(worst, std::abs(s - dense[i + j * n]) / (n * n * scale));
         }
-      EXPECT_LT(worst, 50 * eps<T>()) << (lower ? "lower" : "upper") << " n=" << n;
+      EXPECT_LT(worst, 50 * eps<T>()) << (lower ? "lower" : "upper") << " n=" << n << " scale " << (double)scale;
       for (int j = 0; j < n; ++j)
         for (int i = 0; i < lda; ++i) {
           const bool stored = i < n && (lower ? i >= j : i <= j);

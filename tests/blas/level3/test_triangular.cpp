@@ -14,14 +14,13 @@ using AllTypes = ::testing::Types<float, double, zvx_complex8, zvx_complex16>;
 TYPED_TEST_SUITE(Triangular, AllTypes);
 
 // A well-conditioned triangle: diagonal 1 to 2 in magnitude, the rest small enough that the
-// solve stays tame at any order.
+// solve stays tame at any order; every stored element then multiplied by `scale`.
 template <class T>
 matrix<T> triangle(int order, char uplo, char diag, std::mt19937& g, std::vector<lc>& opa,
-                   char trans) {
+                   char trans, long double scale = 1) {
   matrix<T> a(order, order, 1);
   a.randomise(g);
   const bool upper = uplo == 'U', unit = diag == 'U';
-  const long double scale = 1.0L / std::max(order, 1);
   for (int j = 0; j < order; ++j)
     for (int i = 0; i < order; ++i) {
       const bool stored = upper ? i <= j : i >= j;
@@ -29,9 +28,9 @@ matrix<T> triangle(int order, char uplo, char diag, std::mt19937& g, std::vector
         a.at(i, j) = nan_value<T>();
       } else if (i == j) {
         const lc v = widen(a.at(i, j));
-        a.at(i, j) = narrow<T>(v + (v.real() >= 0 ? lc(1) : lc(-1)));
+        a.at(i, j) = narrow<T>((v + (v.real() >= 0 ? lc(1) : lc(-1))) * scale);
       } else {
-        a.at(i, j) = narrow<T>(widen(a.at(i, j)) * scale);
+        a.at(i, j) = narrow<T>(widen(a.at(i, j)) * (scale / std::max(order, 1)));
       }
     }
   // op(A) in full, with zeros outside the triangle and 1 on a unit diagonal.
@@ -51,12 +50,12 @@ matrix<T> triangle(int order, char uplo, char diag, std::mt19937& g, std::vector
 
 template <class T>
 void tri_case(bool solve, char side, char uplo, char trans, char diag, int m, int n, T alpha,
-              unsigned seed) {
+              unsigned seed, long double scale = 1) {
   std::mt19937 g(seed);
   const bool left = side == 'L';
   const int order = left ? m : n;
   std::vector<lc> opa;
-  const matrix<T> a = triangle<T>(order, uplo, diag, g, opa, trans);
+  const matrix<T> a = triangle<T>(order, uplo, diag, g, opa, trans, scale);
   matrix<T> b(m, n, 2);
   b.randomise(g);
   const matrix<T> before = b;
@@ -136,6 +135,29 @@ TYPED_TEST(Triangular, LadderBoundaries) {
         tri_case<T>(solve, side, side == 'L' ? 'L' : 'U', 'N', 'N', m, n, make<T>(1), seed++);
         tri_case<T>(solve, side, side == 'L' ? 'U' : 'L', 'T', 'U', m, n, make<T>(2), seed++);
       }
+}
+
+// Triangles scaled near the ends of the exponent range: the complex reciprocal of a diagonal
+// element must not square its parts in the working precision (1e300 squared overflows a double,
+// 1e-300 squared underflows). The residual check runs in long double, so it sees the scaled
+// operator exactly. A unit diagonal with large off-diagonal elements makes the solution itself
+// overflow, so the unit cases take the small scale only.
+TYPED_TEST(Triangular, SolveKeepsTheRangeOfScaledDiagonals) {
+  using T = TypeParam;
+  const bool dbl = sizeof(R<T>) == 8;
+  const long double big = dbl ? 1e300L : 1e35L, small = dbl ? 1e-300L : 1e-35L;
+  unsigned seed = 5000;
+  for (long double scale : {big, small})
+    for (char side : {'L', 'R'})
+      for (char uplo : {'U', 'L'})
+        for (char trans : {'N', 'T', 'C'})
+          for (char diag : {'N', 'U'}) {
+            if (diag == 'U' && scale > 1) continue;
+            // 9 stays inside one diagonal block; 70 crosses blocks, so the products of the
+            // solved rows with the scaled off-diagonal blocks run through the GEMM engines.
+            for (auto [m, n] : {std::pair{9, 4}, {70, 5}, {5, 70}})
+              tri_case<T>(true, side, uplo, trans, diag, m, n, make<T>(0.5, -0.25), seed++, scale);
+          }
 }
 
 TEST(TriangularLarge, SolvePastTheTopBlock) {

@@ -59,13 +59,16 @@ template <class T> inline bool is_one(T a) {
   if constexpr (is_complex<T>) return a.real == 1 && a.imag == 0;
   else return a == 1;
 }
-// 1 / a with the division done once; complex: the conjugate over |a|^2 (no scaling: the
-// triangular kernels follow IEEE arithmetic for zeros and trust ordinary magnitudes).
+// 1 / a with the division done once; complex: the conjugate times the reciprocal of |a|^2, which
+// is formed in extended precision so that it neither overflows nor underflows for any finite
+// element (a double square reaches 1e600 where its diagonal is 1e300). Zeros follow IEEE
+// arithmetic: the reciprocal of 0 is infinite and the product with it NaN or infinite.
 template <class T> inline T reciprocal(T a) {
   if constexpr (is_complex<T>) {
     using R = real_t<T>;
-    const R d = a.real * a.real + a.imag * a.imag;
-    return {a.real / d, -a.imag / d};
+    const long double inv =
+        1.0L / ((long double)a.real * a.real + (long double)a.imag * a.imag);
+    return {R(a.real * inv), R(-a.imag * inv)};
   } else {
     return T(1) / a;
   }
