@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include "blas/kernel/default/level3/op_scalar.h"
+#include "blas/level3/op_scalar.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 #include "zvx_lapack.h"

@@ -4,7 +4,7 @@
 // which is where the speed is for these sizes.
 #include <cmath>
 
-#include "blas/kernel/default/level3/op_scalar.h"
+#include "blas/level3/op_scalar.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 #include "zvx_lapack.h"

@@ -1,6 +1,6 @@
 // Threaded frames of cherk and zherk (rank_frame.h): alpha and beta real, beta applied to the
 // triangle in the frame.
-#include "blas/kernel/default/level3/rank_frame.h"
+#include "blas/level3/rank_frame.h"
 
 using namespace zvx::l3ops;
 

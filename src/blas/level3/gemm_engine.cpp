@@ -1,8 +1,8 @@
 // The serial engines' pointers and their resolvers (see gemm_engine.h). The pointers are
 // constant-initialised to the resolvers, so no code runs when the library loads.
-#include "blas/kernel/default/level3/gemm_engine.h"
+#include "blas/level3/gemm_engine.h"
 
-#include "blas/kernel/default/level3/gemm_isa.h"
+#include "blas/level3/gemm_isa.h"
 #include "service/cpu_features.h"
 
 namespace zvx {

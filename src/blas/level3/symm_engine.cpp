@@ -9,8 +9,8 @@
 // contribution. hemm scales C in a pass of its own first and then adds with beta 1.
 #include <algorithm>
 
-#include "blas/kernel/default/level3/operations.h"
-#include "blas/kernel/default/level3/operations_tuning.h"
+#include "blas/level3/operations.h"
+#include "blas/level3/operations_tuning.h"
 
 namespace zvx::l3ops {
 namespace {

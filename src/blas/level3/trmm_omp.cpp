@@ -1,7 +1,7 @@
 // Threaded frames of strmm, dtrmm, ctrmm, ztrmm: B = alpha * op(A) * B or alpha * B * op(A). The triangular A stays whole in
 // every piece, so the columns of B (left side) or its rows (right side) are independent and need
 // no balancing; alpha is applied by the engine. With no rows the call stays serial.
-#include "blas/kernel/default/level3/frames.h"
+#include "blas/level3/frames.h"
 #include "service/service.h"
 
 namespace {

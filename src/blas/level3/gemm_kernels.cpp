@@ -22,10 +22,10 @@
 #include <cstdint>
 #include <utility>
 
-#include "blas/kernel/default/level3/gemm_isa.h"
-#include "blas/kernel/default/level3/gemm_simd.h"
-#include "blas/kernel/default/level3/gemm_transpose.h"
-#include "blas/kernel/default/level3/gemm_tuning.h"
+#include "blas/level3/gemm_isa.h"
+#include "blas/level3/gemm_simd.h"
+#include "blas/level3/gemm_transpose.h"
+#include "blas/level3/gemm_tuning.h"
 #include "zvx_service.h"
 
 namespace ZVX_ISA_NS {

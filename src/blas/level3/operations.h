@@ -8,8 +8,8 @@
 // small triangular kernels (trmm, trsm). They keep all state on the calling thread's stack, so the
 // threaded frames run them concurrently on disjoint parts of the output.
 #pragma once
-#include "blas/kernel/default/level3/gemm_engine.h"
-#include "blas/kernel/default/level3/op_scalar.h"
+#include "blas/level3/gemm_engine.h"
+#include "blas/level3/op_scalar.h"
 #include "zvx_blas3.h"
 #include "zvx_service.h"
 

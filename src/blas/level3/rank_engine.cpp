@@ -15,9 +15,9 @@
 // Hermitian diagonals come out real: their imaginary parts are set to 0.
 #include <algorithm>
 
-#include "blas/kernel/default/level3/operations.h"
-#include "blas/kernel/default/level3/operations_tuning.h"
-#include "blas/kernel/default/level3/triangular_kernels.h"
+#include "blas/level3/operations.h"
+#include "blas/level3/operations_tuning.h"
+#include "blas/level3/triangular_kernels.h"
 #include "service/cpu_features.h"
 
 namespace zvx::l3ops {

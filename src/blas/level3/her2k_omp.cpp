@@ -1,6 +1,6 @@
 // Threaded frames of cher2k and zher2k (rank_frame.h): beta real and applied in the frame; the
 // second gemm call of each rectangle takes the conjugate of alpha.
-#include "blas/kernel/default/level3/rank_frame.h"
+#include "blas/level3/rank_frame.h"
 
 using namespace zvx::l3ops;
 

@@ -1,6 +1,6 @@
 // Threaded frames of chemm and zhemm: the frame of symm (symm_omp.cpp) around the Hermitian
 // engines. Alpha 0 needs both parts 0.
-#include "blas/kernel/default/level3/frames.h"
+#include "blas/level3/frames.h"
 #include "service/service.h"
 
 using namespace zvx::l3ops;

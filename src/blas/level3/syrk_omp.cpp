@@ -1,5 +1,5 @@
 // Threaded frames of ssyrk, dsyrk, csyrk, zsyrk (rank_frame.h).
-#include "blas/kernel/default/level3/rank_frame.h"
+#include "blas/level3/rank_frame.h"
 
 using namespace zvx::l3ops;
 

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-#include "blas/kernel/default/level3/operations.h"
+#include "blas/level3/operations.h"
 #include "service/service.h"
 
 namespace {

@@ -14,9 +14,9 @@
 // a non-unit diagonal give infinities and NaNs by IEEE arithmetic, without a report.
 #include <algorithm>
 
-#include "blas/kernel/default/level3/operations.h"
-#include "blas/kernel/default/level3/operations_tuning.h"
-#include "blas/kernel/default/level3/triangular_kernels.h"
+#include "blas/level3/operations.h"
+#include "blas/level3/operations_tuning.h"
+#include "blas/level3/triangular_kernels.h"
 #include "service/cpu_features.h"
 
 namespace zvx::l3ops {

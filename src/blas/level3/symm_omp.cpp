@@ -1,7 +1,7 @@
 // Threaded frames of ssymm, dsymm, csymm, zsymm. The split goes by side alone: columns of B and C
 // for the left side, rows for the right, so that A, the symmetric operand, stays whole in every
 // piece and each thread reuses it through its own cache.
-#include "blas/kernel/default/level3/frames.h"
+#include "blas/level3/frames.h"
 #include "service/service.h"
 
 namespace zvx::l3ops {

@@ -16,7 +16,7 @@
 
 #include <algorithm>
 
-#include "blas/kernel/default/level3/gemm_engine.h"
+#include "blas/level3/gemm_engine.h"
 #include "service/service.h"
 #include "zvx_blas3.h"
 

@@ -5,7 +5,7 @@
 // each over all threads again. herk and her2k apply their real beta to the triangle here, before
 // any threading, and use beta 1 from then on.
 #pragma once
-#include "blas/kernel/default/level3/frames.h"
+#include "blas/level3/frames.h"
 #include "service/service.h"
 
 namespace zvx::l3ops {

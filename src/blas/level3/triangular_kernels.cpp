@@ -3,13 +3,13 @@
 // Each copies its triangle of op(A) into a local dense block (the diagonal as its reciprocal,
 // computed once, for the solve; 1 for a unit diagonal, which is never read) so that every inner
 // loop runs down a contiguous column.
-#include "blas/kernel/default/level3/triangular_kernels.h"
+#include "blas/level3/triangular_kernels.h"
 
 #include <algorithm>
 #include <utility>
 
 #if ZVX_ISA_LEVEL >= 1
-#include "blas/kernel/default/level3/gemm_simd.h"
+#include "blas/level3/gemm_simd.h"
 #endif
 
 namespace zvx::l3ops::ZVX_ISA_NS {

@@ -1,7 +1,7 @@
 // Threaded frames of strsm, dtrsm, ctrsm, ztrsm: op(A) * X = alpha * B or X * op(A) = alpha * B. The triangular A stays whole in
 // every piece, so the columns of B (left side) or its rows (right side) are independent and need
 // no balancing; alpha is applied by the engine. A call with no rows and more than 16 columns still goes through the region.
-#include "blas/kernel/default/level3/frames.h"
+#include "blas/level3/frames.h"
 #include "service/service.h"
 
 namespace {

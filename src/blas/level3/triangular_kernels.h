@@ -2,8 +2,8 @@
 // instruction set (their substitution loops vectorize along a column of the local triangle or of
 // B, so the width of the vectors matters), and what the engine and the kernels share.
 #pragma once
-#include "blas/kernel/default/level3/op_scalar.h"
-#include "blas/kernel/default/level3/operations_tuning.h"
+#include "blas/level3/op_scalar.h"
+#include "blas/level3/operations_tuning.h"
 
 namespace zvx::l3ops {
 

@@ -1,6 +1,6 @@
 // Threaded frames of ssyr2k, dsyr2k, csyr2k, zsyr2k (rank_frame.h): two gemm calls per
 // rectangle, A against B with the routine's beta, then B against A with beta 1.
-#include "blas/kernel/default/level3/rank_frame.h"
+#include "blas/level3/rank_frame.h"
 
 using namespace zvx::l3ops;
 
