@@ -3,14 +3,15 @@
 #include <cmath>
 #include <utility>
 
-#include "blas/level3/op_scalar.h"
+#include "common/options.h"
+#include "common/scalar.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 #include "zvx_lapack.h"
 
 namespace {
 
-using namespace zvx::l3ops;
+using namespace zvx;
 
 // Orders up to this are written out: below it the frames of the matrix-vector product and the
 // rank-1 update cost more than the work.
@@ -92,7 +93,7 @@ inline void larfx_general(bool left, int m, int n, const zvx_complex8* v, zvx_co
 template <class T>
 void larfx(const char* side, int m, int n, const T* v, T tau, T* c, int ldc, T* work) {
   if (is_zero(tau)) return;
-  const bool left = lsame(side, "L") & 1;
+  const bool left = is_left(side);
   const int order = left ? m : n;
   const int other = left ? n : m;
   if (order == 1) {

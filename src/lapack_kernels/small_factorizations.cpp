@@ -4,14 +4,15 @@
 // which is where the speed is for these sizes.
 #include <cmath>
 
-#include "blas/level3/op_scalar.h"
+#include "common/options.h"
+#include "common/scalar.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 #include "zvx_lapack.h"
 
 namespace {
 
-using namespace zvx::l3ops;
+using namespace zvx;
 
 // The typed level-1 and level-2 entries the factorizations call.
 inline float dot_self(int n, const float* x, int inc) { return sdot(&n, x, &inc, x, &inc); }

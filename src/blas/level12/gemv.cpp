@@ -63,19 +63,13 @@ void gemv_rest_n_strided(long rows, long n, T alpha, const T* a, long lda, const
   }
 }
 
-template <class T> op gemv_op(const char* trans) {
-  if (is_char(trans, 'N')) return op::n;
-  if constexpr (is_complex<T>) return is_char(trans, 'T') ? op::t : op::c;
-  return op::t;
-}
-
 }  // namespace
 
 template <class T>
 void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T* x, int incx,
           T beta, T* y, int incy) {
   if (m == 0 || n == 0 || (is_zero(alpha) && is_one(beta))) return;
-  const op o = gemv_op<T>(trans);
+  const op o = read_op<T>(trans);
   const long leny = o == op::n ? m : n, lenx = o == op::n ? n : m;
   T* y0 = y + start_of((int)leny, incy);
   const T* x0 = x + start_of((int)lenx, incx);
@@ -134,8 +128,8 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
 
 template void gemv<float>(const char*, int, int, float, const float*, int, const float*, int, float, float*, int);
 template void gemv<double>(const char*, int, int, double, const double*, int, const double*, int, double, double*, int);
-template void gemv<cplx<float>>(const char*, int, int, cplx<float>, const cplx<float>*, int, const cplx<float>*, int, cplx<float>, cplx<float>*, int);
-template void gemv<cplx<double>>(const char*, int, int, cplx<double>, const cplx<double>*, int, const cplx<double>*, int, cplx<double>, cplx<double>*, int);
+template void gemv<complex_t<float>>(const char*, int, int, complex_t<float>, const complex_t<float>*, int, const complex_t<float>*, int, complex_t<float>, complex_t<float>*, int);
+template void gemv<complex_t<double>>(const char*, int, int, complex_t<double>, const complex_t<double>*, int, const complex_t<double>*, int, complex_t<double>, complex_t<double>*, int);
 
 namespace {
 
@@ -152,7 +146,7 @@ void ger(bool conjugate, int m, int n, T alpha, const T* x, int incx, const T* y
     if (is_zero(yj)) continue;
     const T t = alpha * (conjugate ? conj(yj) : yj);
     if constexpr (is_complex<T>) {
-      if (zero_bits(t.re) && zero_bits(t.im)) continue;
+      if (zero_bits(t.real) && zero_bits(t.imag)) continue;
     } else {
       if (zero_bits(t)) continue;
     }
@@ -165,9 +159,10 @@ void ger(bool conjugate, int m, int n, T alpha, const T* x, int incx, const T* y
 }  // namespace
 }  // namespace zvx::blas12
 
+using namespace zvx;
 using namespace zvx::blas12;
-using c8 = cplx<float>;
-using c16 = cplx<double>;
+using c8 = zvx_complex8;
+using c16 = zvx_complex16;
 #define CC8(p) reinterpret_cast<const c8*>(p)
 #define CC16(p) reinterpret_cast<const c16*>(p)
 

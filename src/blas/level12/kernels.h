@@ -32,21 +32,21 @@ struct real_kernels {
 
 template <class R>  // float or double: complex kernels on interleaved pairs
 struct complex_kernels {
-  void (*axpy)(long n, cplx<R> alpha, const cplx<R>* x, cplx<R>* y);
-  cplx<R> (*dot)(long n, const cplx<R>* x, const cplx<R>* y, bool conjugate_x);
-  void (*scal)(long n, cplx<R> alpha, cplx<R>* x);
-  long (*iamax)(long n, const cplx<R>* x);  // by |re| + |im|; x[0] not NaN
+  void (*axpy)(long n, complex_t<R> alpha, const complex_t<R>* x, complex_t<R>* y);
+  complex_t<R> (*dot)(long n, const complex_t<R>* x, const complex_t<R>* y, bool conjugate_x);
+  void (*scal)(long n, complex_t<R> alpha, complex_t<R>* x);
+  long (*iamax)(long n, const complex_t<R>* x);  // by |re| + |im|; x[0] not NaN
   // y(0:m) += A * (alpha * x), one column per pass; unit x and y.
-  void (*gemv_n)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-                 cplx<R>* y);
+  void (*gemv_n)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y);
   // y(0:n) += alpha * op(A)' * x with op conjugating when `conjugate_a`; unit x and y.
-  void (*gemv_t)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-                 cplx<R>* y, bool conjugate_a);
+  void (*gemv_t)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y, bool conjugate_a);
   // The rows left after the strips, not transposed, unit increments: y(i) += alpha * sum.
-  void (*gemv_rest_n)(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-                      cplx<R>* y);
+  void (*gemv_rest_n)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                      complex_t<R>* y);
   // Hermitian multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
-  void (*hemv)(bool upper, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y);
+  void (*hemv)(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y);
 };
 
 struct kernel_set {
@@ -66,7 +66,7 @@ const kernel_set& kernels();
 template <class T> inline const auto& kernels_for() {
   if constexpr (std::is_same_v<T, float>) return kernels().s;
   else if constexpr (std::is_same_v<T, double>) return kernels().d;
-  else if constexpr (std::is_same_v<T, cplx<float>>) return kernels().c;
+  else if constexpr (std::is_same_v<T, complex_t<float>>) return kernels().c;
   else return kernels().z;
 }
 

@@ -1067,16 +1067,16 @@ template <class R> inline half_vector<R> half_bc(R a) {
 }
 
 // caxpy for vectors beyond the caches, on 32-byte vectors, with the arithmetic of caxpy.
-template <class R> void caxpy_from_memory(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>* yc) {
+template <class R> void caxpy_from_memory(long n, complex_t<R> alpha, const complex_t<R>* xc, complex_t<R>* yc) {
   using H = half_vector<R>;
   constexpr int hw = 32 / sizeof(R);
-  const R* x = &xc->re;
-  R* y = &yc->re;
+  const R* x = &xc->real;
+  R* y = &yc->real;
   const long len = 2 * n;
-  const V<R> ai_wide = bc(alpha.im) * alternating_sign<R>();
+  const V<R> ai_wide = bc(alpha.imag) * alternating_sign<R>();
   H ai;
   memcpy(&ai, &ai_wide, sizeof ai);
-  const H ar = half_bc<R>(alpha.re);
+  const H ar = half_bc<R>(alpha.real);
   long i = 0;
   for (; i + 4 * hw <= len; i += 4 * hw) {
     H xv[4];
@@ -1085,21 +1085,21 @@ template <class R> void caxpy_from_memory(long n, cplx<R> alpha, const cplx<R>* 
       half_st<R>(y + i + k * hw, half_fma(ai, half_swap_pairs(xv[k]), half_fma(ar, xv[k], half_ld<R>(y + i + k * hw))));
   }
   for (long k = i / 2; k < n; ++k) {
-    const cplx<R> xk = xc[k];
-    yc[k] = {sfma(-alpha.im, xk.im, sfma(alpha.re, xk.re, yc[k].re)), sfma(alpha.im, xk.re, sfma(alpha.re, xk.im, yc[k].im))};
+    const complex_t<R> xk = xc[k];
+    yc[k] = {sfma(-alpha.imag, xk.imag, sfma(alpha.real, xk.real, yc[k].real)), sfma(alpha.imag, xk.real, sfma(alpha.real, xk.imag, yc[k].imag))};
   }
 }
 #endif
 
-template <class R> void caxpy(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>* yc) {
+template <class R> void caxpy(long n, complex_t<R> alpha, const complex_t<R>* xc, complex_t<R>* yc) {
 #if ZVX_ISA_LEVEL == 2
-  if (n * (long)sizeof(cplx<R>) > caxpy_half_vector_bytes) return caxpy_from_memory<R>(n, alpha, xc, yc);
+  if (n * (long)sizeof(complex_t<R>) > caxpy_half_vector_bytes) return caxpy_from_memory<R>(n, alpha, xc, yc);
 #endif
   constexpr int w = W<R>;
-  const R* x = &xc->re;
-  R* y = &yc->re;
+  const R* x = &xc->real;
+  R* y = &yc->real;
   const long len = 2 * n;
-  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * alternating_sign<R>();
   // Whole elements up to a vector boundary of y, so that the stores after them don't straddle
   // two lines.
   long i = elements_to_boundary(y, len);
@@ -1127,11 +1127,11 @@ template <class R> void caxpy(long n, cplx<R> alpha, const cplx<R>* xc, cplx<R>*
   }
 }
 
-template <class R> void cscal(long n, cplx<R> alpha, cplx<R>* xc) {
+template <class R> void cscal(long n, complex_t<R> alpha, complex_t<R>* xc) {
   constexpr int w = W<R>;
-  R* x = &xc->re;
+  R* x = &xc->real;
   const long len = 2 * n;
-  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * alternating_sign<R>();
   long i = 0;
   for (; i + w <= len; i += w) {
     V<R> v = ld(x + i);
@@ -1154,20 +1154,20 @@ template <class R> inline std::pair<R, R> pair_sums(V<R> v) {
   }
   return {v[0], v[1]};
 }
-template <class R> inline cplx<R> combine(V<R> p, V<R> q, bool conjugate_x) {
+template <class R> inline complex_t<R> combine(V<R> p, V<R> q, bool conjugate_x) {
   const auto [p0, p1] = pair_sums<R>(p);
   const auto [q0, q1] = pair_sums<R>(q);
-  return conjugate_x ? cplx<R>{p0 + p1, q0 - q1} : cplx<R>{p0 - p1, q0 + q1};
+  return conjugate_x ? complex_t<R>{p0 + p1, q0 - q1} : complex_t<R>{p0 - p1, q0 + q1};
 }
 
 // Four vectors a pass with their own sums: eight independent chains cover the FMA latency, and the
 // four exchanges a pass match the FMA rate on the one shuffle port. The first whole elements up to
 // a vector boundary of x come first, so that no load after them straddles two lines when y shares
 // the alignment of x (as equal allocations do).
-template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bool conjugate_x) {
+template <class R> complex_t<R> cdot(long n, const complex_t<R>* xc, const complex_t<R>* yc, bool conjugate_x) {
   constexpr int w = W<R>;
-  const R* x = &xc->re;
-  const R* y = &yc->re;
+  const R* x = &xc->real;
+  const R* y = &yc->real;
   const long len = 2 * n;
   V<R> p[4] = {}, q[4] = {};
   long i = elements_to_boundary(x, len);
@@ -1200,10 +1200,10 @@ template <class R> cplx<R> cdot(long n, const cplx<R>* xc, const cplx<R>* yc, bo
 
 // One pass for long complex vectors, as iamax_one_pass on the pair measures: both lanes of a pair
 // hold the same value, so a lane index halved is the element.
-template <class R> long ciamax_one_pass(long n, const cplx<R>* xc) {
+template <class R> long ciamax_one_pass(long n, const complex_t<R>* xc) {
   constexpr int w = W<R>;
   using I = VI<R>;
-  const R* x = &xc->re;
+  const R* x = &xc->real;
   const long len = 2 * n;
   V<R> m[2];
   I idx[2], cur[2];
@@ -1245,10 +1245,10 @@ template <class R> long ciamax_one_pass(long n, const cplx<R>* xc) {
 }
 
 // |re| + |im| lands in both lanes of a pair; then the two passes of the real form, on pairs.
-template <class R> long ciamax(long n, const cplx<R>* xc) {
-  if (n * (long)sizeof(cplx<R>) > iamax_one_pass_bytes && 2 * n < (1L << 31)) return ciamax_one_pass<R>(n, xc);
+template <class R> long ciamax(long n, const complex_t<R>* xc) {
+  if (n * (long)sizeof(complex_t<R>) > iamax_one_pass_bytes && 2 * n < (1L << 31)) return ciamax_one_pass<R>(n, xc);
   constexpr int w = W<R>;
-  const R* x = &xc->re;
+  const R* x = &xc->real;
   const long len = 2 * n;
   auto measure = [](V<R> v) {
     const V<R> a = vabs<R>(v);
@@ -1276,14 +1276,14 @@ template <class R> long ciamax(long n, const cplx<R>* xc) {
 
 // y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns.
 template <class R, int B>
-inline void cgemv_n_block(long n, const cplx<R>* t, const cplx<R>* a, long lda, R* y) {
+inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
   const V<R> sign = alternating_sign<R>();
   V<R> acc[B];
   for (int b = 0; b < B; ++b) acc[b] = ld(y + b * w);
   for (long j = 0; j < n; ++j) {
-    const V<R> tr = bc(t[j].re), ti = bc(t[j].im) * sign;
-    const R* col = &a[j * lda].re;
+    const V<R> tr = bc(t[j].real), ti = bc(t[j].imag) * sign;
+    const R* col = &a[j * lda].real;
     for (int b = 0; b < B; ++b) {
       V<R> v = ld(col + b * w);
       in_register(v);
@@ -1294,21 +1294,21 @@ inline void cgemv_n_block(long n, const cplx<R>* t, const cplx<R>* a, long lda, 
 }
 
 template <class R>
-void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
   constexpr int w = W<R>;
   constexpr int B = gemv_n_register_vectors;
   const long len = 2 * m;
-  R* yr = &y->re;
-  cplx<R> t[gemv_column_chunk];
+  R* yr = &y->real;
+  complex_t<R> t[gemv_column_chunk];
   for (long jc = 0; jc < n; jc += gemv_column_chunk) {
     const long jn = std::min(gemv_column_chunk, n - jc);
     for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
-    const cplx<R>* ac = a + jc * lda;
+    const complex_t<R>* ac = a + jc * lda;
     long i = 0;
     for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B>(jn, t, ac + i / 2, lda, yr + i);
     for (; i + w <= len; i += w) cgemv_n_block<R, 1>(jn, t, ac + i / 2, lda, yr + i);
     for (long k = i / 2; k < m; ++k) {
-      cplx<R> s = y[k];
+      complex_t<R> s = y[k];
       for (long j = 0; j < jn; ++j) s += ac[k + j * lda] * t[j];
       y[k] = s;
     }
@@ -1318,13 +1318,13 @@ void cgemv_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
 // Rows after the strips, not transposed: sums over the columns of A(i, j) x(j) for up to eight
 // vectors of rows, the last one partial, then y(i) += alpha * sum.
 template <class R, int NV>
-inline void cgemv_rest_block(long len, long n, cplx<R> alpha, const R* a, long lda, const cplx<R>* x, R* y) {
+inline void cgemv_rest_block(long len, long n, complex_t<R> alpha, const R* a, long lda, const complex_t<R>* x, R* y) {
   constexpr int w = W<R>;
   const long last = len - (NV - 1) * w;
   const V<R> sign = alternating_sign<R>();
   V<R> s[NV] = {};
   for (long j = 0; j < n; ++j) {
-    const V<R> tr = bc(x[j].re), ti = bc(x[j].im) * sign;
+    const V<R> tr = bc(x[j].real), ti = bc(x[j].imag) * sign;
     const R* col = a + 2 * j * lda;
     for (int v = 0; v < NV; ++v) {
       V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
@@ -1332,7 +1332,7 @@ inline void cgemv_rest_block(long len, long n, cplx<R> alpha, const R* a, long l
       s[v] = vfma(ti, swap_pairs<R>(c), vfma(tr, c, s[v]));
     }
   }
-  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * sign;
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * sign;
   for (int v = 0; v < NV; ++v) {
     const long cnt = v < NV - 1 ? w : last;
     const V<R> yv = ld_part(y + v * w, cnt);
@@ -1341,13 +1341,13 @@ inline void cgemv_rest_block(long len, long n, cplx<R> alpha, const R* a, long l
 }
 
 template <class R>
-void cgemv_rest_n(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
   constexpr int w = W<R>;
   const long len = 2 * m;
   for (long i = 0; i < len; i += 8 * w) {
     const long part = std::min<long>(8 * w, len - i);
-    const R* ai = &a->re + i;
-    R* yi = &y->re + i;
+    const R* ai = &a->real + i;
+    R* yi = &y->real + i;
     switch ((part + w - 1) / w) {
       case 1: cgemv_rest_block<R, 1>(part, n, alpha, ai, lda, x, yi); break;
       case 2: cgemv_rest_block<R, 2>(part, n, alpha, ai, lda, x, yi); break;
@@ -1421,19 +1421,19 @@ __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_str
 // the order of the strips, the rows after the last full strip being a last, short strip; y stays
 // in registers across the strips.
 template <class R, int C>
-__attribute__((noinline)) void cgemv_t_columns(long m, cplx<R> alpha, const cplx<R>* a, long lda,
-                                               const cplx<R>* x, cplx<R>* y, bool conjugate_a) {
+__attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const complex_t<R>* a, long lda,
+                                               const complex_t<R>* x, complex_t<R>* y, bool conjugate_a) {
   constexpr int w = W<R>;
   constexpr int bases = (C + 3) / 4;
   constexpr int groups = (2 * C + w - 1) / w;
   constexpr int last_lanes = 2 * C - (groups - 1) * w;  // lanes of y in the last vector
   using seq = std::make_index_sequence<groups>;
-  const V<R> ar = bc(alpha.re), ai = bc(alpha.im) * alternating_sign<R>();
-  R* yr = &y->re;
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * alternating_sign<R>();
+  R* yr = &y->real;
   V<R> yv[groups];
   for (int g = 0; g < groups; ++g) yv[g] = g + 1 < groups || last_lanes == w ? ld(yr + g * w) : ld_part(yr + g * w, last_lanes);
-  const R* xr = &x->re;
-  const long ld1 = lda * (long)sizeof(cplx<R>), ld3 = 3 * ld1;
+  const R* xr = &x->real;
+  const long ld1 = lda * (long)sizeof(complex_t<R>), ld3 = 3 * ld1;
   const char* base[bases];
   for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   auto add = [&](const std::array<V<R>, groups>& s) {
@@ -1444,12 +1444,12 @@ __attribute__((noinline)) void cgemv_t_columns(long m, cplx<R> alpha, const cplx
   };
   long i0 = 0;
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
-    if (m - i0 > gemv_prefetch_rows<cplx<R>>)
+    if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
         __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
     add(cgemv_t_strip<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, seq{}));
-    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(cplx<R>);
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(complex_t<R>);
   }
   if (i0 < m) add(cgemv_t_strip<R, C, true>(base, ld1, ld3, xr + 2 * i0, m - i0, conjugate_a, seq{}));
   for (int g = 0; g < groups; ++g)
@@ -1459,7 +1459,7 @@ __attribute__((noinline)) void cgemv_t_columns(long m, cplx<R> alpha, const cplx
 
 // Columns left after the full passes: groups of half as many, a quarter, ..., 1 as they fit.
 template <class R, int C>
-inline void cgemv_t_tail(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y,
+inline void cgemv_t_tail(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
                          bool conjugate_a) {
   if constexpr (C >= 1) {
     if (n >= C) {
@@ -1473,7 +1473,7 @@ inline void cgemv_t_tail(long m, long n, cplx<R> alpha, const cplx<R>* a, long l
 }
 
 template <class R>
-void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y,
+void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
              bool conjugate_a) {
   constexpr int cols = cgemv_t_columns_per_pass;
   long j = 0;
@@ -1484,8 +1484,8 @@ void cgemv_t(long m, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cp
 // c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
 // them, and it does so differently in different instantiations (once with fused multiply-subtract,
 // once without), which would make the walks of one or more groups differ in the last bit.
-template <class R> inline cplx<R> cmadd(cplx<R> a, cplx<R> b, cplx<R> c) {
-  return {sfma(a.re, b.re, sfma(-a.im, b.im, c.re)), sfma(a.re, b.im, sfma(a.im, b.re, c.im))};
+template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, complex_t<R> c) {
+  return {sfma(a.real, b.real, sfma(-a.imag, b.imag, c.real)), sfma(a.real, b.imag, sfma(a.imag, b.real, c.imag))};
 }
 
 // Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, with the
@@ -1497,23 +1497,23 @@ template <class R> inline cplx<R> cmadd(cplx<R> a, cplx<R> b, cplx<R> c) {
 // (p) and A times x with its parts exchanged (q), once per vector of rows. Conjugated A, the dot is
 // re = sum p(even) + p(odd), im = sum q(even) - q(odd).
 template <class R, int G>
-void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-                 cplx<R>* y) {
+void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y) {
   constexpr int w = W<R>;
   constexpr int h = w / 2;
   constexpr int C = 4 * G;
   const V<R> sign = alternating_sign<R>();  // (-1, +1, ...)
   V<R> tr[C], ti[C], p[C], q[C];
-  cplx<R> t[C];
+  complex_t<R> t[C];
   const R* col[C];
-  const R* xr = &x->re;
-  R* yr = &y->re;
+  const R* xr = &x->real;
+  R* yr = &y->real;
   for (int c = 0; c < C; ++c) {
     t[c] = cmadd<R>(alpha, x[j + c], {});
-    tr[c] = bc(t[c].re);
-    ti[c] = bc(t[c].im);
+    tr[c] = bc(t[c].real);
+    ti[c] = bc(t[c].imag);
     p[c] = q[c] = V<R>{};
-    col[c] = &a[(j + c) * lda].re;
+    col[c] = &a[(j + c) * lda].real;
   }
   // Group g's part of the vector of rows at i, elements [from, to), with its own load and store
   // of y.
@@ -1583,15 +1583,15 @@ void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
     }
     const long jg = j + 4 * g;
     for (int c = 0; c < 4; ++c) {
-      const cplx<R>* tg = t + 4 * g;
-      const R diagonal = a[(jg + c) + (jg + c) * lda].re;
-      cplx<R> acc = {tg[c].re * diagonal, tg[c].im * diagonal};
+      const complex_t<R>* tg = t + 4 * g;
+      const R diagonal = a[(jg + c) + (jg + c) * lda].real;
+      complex_t<R> acc = {tg[c].real * diagonal, tg[c].imag * diagonal};
       for (int r = 0; r < 4; ++r) {
         if (r == c) continue;
         // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
         const bool stored = upper ? c < r : c > r;
-        cplx<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
-        if (!stored) acr.im = -acr.im;
+        complex_t<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
+        if (!stored) acr.imag = -acr.imag;
         acc = cmadd<R>(acr, tg[r], acc);
       }
       y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, acc);
@@ -1626,22 +1626,22 @@ void hemv_groups(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
 // Groups of four columns a Hermitian multiply walk may take for a leading dimension, by the rule
 // of symv_groups_for, with at most hemv_groups_per_walk.
 template <class R> int hemv_groups_for(long lda) {
-  return walk_groups_for(lda * (long)sizeof(cplx<R>), hemv_groups_per_walk);
+  return walk_groups_for(lda * (long)sizeof(complex_t<R>), hemv_groups_per_walk);
 }
 
 // One column of a Hermitian multiply on its own (the columns after the groups of four): the rows
 // outside the diagonal in whole vectors from the first, then a partial one.
 template <class R>
-void hemv_column(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x,
-                 cplx<R>* y) {
+void hemv_column(bool upper, long j, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y) {
   constexpr int w = W<R>;
   const V<R> sign = alternating_sign<R>();
-  const cplx<R> t = cmadd<R>(alpha, x[j], {});
-  const V<R> tr = bc(t.re), ti = bc(t.im);
+  const complex_t<R> t = cmadd<R>(alpha, x[j], {});
+  const V<R> tr = bc(t.real), ti = bc(t.imag);
   const long lo = upper ? 0 : j + 1, len = 2 * ((upper ? j : n) - lo);
-  const R* col = &a[lo + j * lda].re;
-  const R* xr = &x[lo].re;
-  R* yr = &y[lo].re;
+  const R* col = &a[lo + j * lda].real;
+  const R* xr = &x[lo].real;
+  R* yr = &y[lo].real;
   V<R> p = {}, q = {};
   auto step = [&](long i, long count) {
     const bool whole = count == w;
@@ -1660,14 +1660,14 @@ void hemv_column(bool upper, long j, long n, cplx<R> alpha, const cplx<R>* a, lo
   if (i < len) step(i, len - i);
   const auto [p0, p1] = pair_sums<R>(p);
   const auto [q0, q1] = pair_sums<R>(q);
-  const R diagonal = a[j + j * lda].re;
-  y[j] = y[j] + cmadd<R>(alpha, {p0 + p1, q0 - q1}, {t.re * diagonal, t.im * diagonal});
+  const R diagonal = a[j + j * lda].real;
+  y[j] = y[j] + cmadd<R>(alpha, {p0 + p1, q0 - q1}, {t.real * diagonal, t.imag * diagonal});
 }
 
 // Hermitian multiply: groups of four columns walk the rows (hemv_groups), each element outside the
 // diagonal blocks read once and serving twice, for the update of y and for the column's dot.
 template <class R>
-void hemv(bool upper, long n, cplx<R> alpha, const cplx<R>* a, long lda, const cplx<R>* x, cplx<R>* y) {
+void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
   const long n4 = n & ~3L;
   long j = 0;
   auto walks = [&]<int G>() {
@@ -1705,8 +1705,8 @@ void dgemv_t_by_size(long m, long n, double alpha, const double* a, long lda, co
     gemv_t<double>(m, n, alpha, a, lda, x, y, prefetch);
 }
 // Double complex not transposed: measured 5-15% faster at order 1,000.
-void zgemv_n_narrow(long m, long n, cplx<double> alpha, const cplx<double>* a, long lda, const cplx<double>* x,
-                    cplx<double>* y) {
+void zgemv_n_narrow(long m, long n, complex_t<double> alpha, const complex_t<double>* a, long lda, const complex_t<double>* x,
+                    complex_t<double>* y) {
   isa_avx2::kernel_table()->z.gemv_n(m, n, alpha, a, lda, x, y);
 }
 #define ZVX_SGEMV_T sgemv_t_narrow

@@ -16,7 +16,7 @@ template <class T> const auto& K() { return kernels_for<T>(); }
 template <class T> void axpy(int n, T alpha, const T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if constexpr (is_complex<T>) {
-    if (zero_bits(alpha.re) && zero_bits(alpha.im)) return;
+    if (zero_bits(alpha.real) && zero_bits(alpha.imag)) return;
   } else {
     // -0 counts as 0: the test reads the bits without the sign.
     if (zero_bits(alpha)) return;
@@ -71,7 +71,7 @@ template <class T> void complex_scal(int n, T alpha, T* x, int incx) {
 template <class T> void real_scal_of_complex(int n, real_t<T> alpha, T* x, int incx) {
   if (n < 1) return;
   if (incx == 1 || incx == -1) {
-    K<real_t<T>>().scal(2L * n, alpha, &x->re);
+    K<real_t<T>>().scal(2L * n, alpha, &x->real);
     return;
   }
   long ix = start_of(n, incx);
@@ -81,7 +81,7 @@ template <class T> void real_scal_of_complex(int n, real_t<T> alpha, T* x, int i
 template <class T> void copy(int n, const T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if (incx == 1 && incy == 1) {
-    if constexpr (is_complex<T>) K<real_t<T>>().copy(2L * n, &x->re, &y->re);
+    if constexpr (is_complex<T>) K<real_t<T>>().copy(2L * n, &x->real, &y->real);
     else K<T>().copy(n, x, y);
     return;
   }
@@ -92,7 +92,7 @@ template <class T> void copy(int n, const T* x, int incx, T* y, int incy) {
 template <class T> void swap(int n, T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if (incx == 1 && incy == 1) {
-    if constexpr (is_complex<T>) K<real_t<T>>().swap(2L * n, &x->re, &y->re);
+    if constexpr (is_complex<T>) K<real_t<T>>().swap(2L * n, &x->real, &y->real);
     else K<T>().swap(n, x, y);
     return;
   }
@@ -130,11 +130,11 @@ template <class T> real_t<T> nrm2(int n, const T* x, int incx) {
     return nrm2_of<T>(n, x, incx);
   } else {
     using R = real_t<T>;
-    if (incx == 1 || incx == -1) return nrm2_of<R>(2L * n, &x->re, 1);
+    if (incx == 1 || incx == -1) return nrm2_of<R>(2L * n, &x->real, 1);
     long double s = 0;
     long ix = start_of(n, incx);
     for (int i = 0; i < n; ++i, ix += incx)
-      s += (long double)x[ix].re * x[ix].re + (long double)x[ix].im * x[ix].im;
+      s += (long double)x[ix].real * x[ix].real + (long double)x[ix].imag * x[ix].imag;
     return (R)std::sqrt(s);
   }
 }
@@ -143,7 +143,7 @@ template <class T> real_t<T> asum(int n, const T* x, int incx) {
   using R = real_t<T>;
   if (n < 1) return 0;
   if (incx == 1 || incx == -1) {
-    if constexpr (is_complex<T>) return K<R>().asum(2L * n, &x->re);
+    if constexpr (is_complex<T>) return K<R>().asum(2L * n, &x->real);
     else return K<T>().asum(n, x);
   }
   R s = 0;
@@ -228,9 +228,9 @@ template <class R> void rotg(R* a, R* b, R* c, R* s) {
   *b = z;
 }
 
-template <class R> R cabs(cplx<R> v) { return std::hypot(v.re, v.im); }
+template <class C> real_t<C> cabs(C v) { return std::hypot(v.real, v.imag); }
 
-template <class R> void complex_rotg(cplx<R>* ca, const cplx<R>* cb, R* c, cplx<R>* s) {
+template <class R> void complex_rotg(complex_t<R>* ca, const complex_t<R>* cb, R* c, complex_t<R>* s) {
   const R aa = cabs(*ca);
   if (aa == 0) {
     *c = 0;
@@ -239,9 +239,9 @@ template <class R> void complex_rotg(cplx<R>* ca, const cplx<R>* cb, R* c, cplx<
     return;
   }
   const R scale = aa + cabs(*cb);
-  const cplx<R> as = (R(1) / scale) * *ca, bs = (R(1) / scale) * *cb;
-  const R norm = scale * std::sqrt(as.re * as.re + as.im * as.im + bs.re * bs.re + bs.im * bs.im);
-  const cplx<R> alpha = (R(1) / aa) * *ca;
+  const complex_t<R> as = (R(1) / scale) * *ca, bs = (R(1) / scale) * *cb;
+  const R norm = scale * std::sqrt(as.real * as.real + as.imag * as.imag + bs.real * bs.real + bs.imag * bs.imag);
+  const complex_t<R> alpha = (R(1) / aa) * *ca;
   *c = aa / norm;
   *s = (R(1) / norm) * (alpha * conj(*cb));
   *ca = norm * alpha;
@@ -377,9 +377,10 @@ template <class R> void rot3_step(R& x, R& y, R& z, R t, R v2, R v3) {
 }  // namespace
 }  // namespace zvx::blas12
 
+using namespace zvx;
 using namespace zvx::blas12;
-using c8 = cplx<float>;
-using c16 = cplx<double>;
+using c8 = zvx_complex8;
+using c16 = zvx_complex16;
 #define C8(p) reinterpret_cast<c8*>(p)
 #define C16(p) reinterpret_cast<c16*>(p)
 #define CC8(p) reinterpret_cast<const c8*>(p)

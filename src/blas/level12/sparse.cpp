@@ -41,9 +41,10 @@ template <class T> void roti(int nz, T* x, const int* indx, T* y, T c, T s) {
 }  // namespace
 }  // namespace zvx::blas12
 
+using namespace zvx;
 using namespace zvx::blas12;
-using c8 = cplx<float>;
-using c16 = cplx<double>;
+using c8 = zvx_complex8;
+using c16 = zvx_complex16;
 template <class T, class C> T* P(C* p) { return reinterpret_cast<T*>(const_cast<std::remove_const_t<C>*>(p)); }
 
 #define SPARSE_FAMILY(p, T, CT)                                                                          \

@@ -218,7 +218,7 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
     T& d = A.at(j, j);
     const bool skip = two ? (is_zero(X(j)) && is_zero(Y(j))) : is_zero(X(j));
     if (skip) {
-      if constexpr (is_complex<T>) if (hermitian) d.im = 0;
+      if constexpr (is_complex<T>) if (hermitian) d.imag = 0;
       continue;
     }
     const T t1 = two ? alpha * cj(Y(j)) : alpha * cj(X(j));
@@ -239,7 +239,7 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
         if (i != j) A.at(i, j) += two ? X(i) * t1 + Y(i) * t2 : X(i) * t1;
     }
     d += two ? X(j) * t1 + Y(j) * t2 : X(j) * t1;
-    if constexpr (is_complex<T>) if (hermitian) d.im = 0;
+    if constexpr (is_complex<T>) if (hermitian) d.imag = 0;
   }
 }
 
@@ -247,7 +247,7 @@ template <class T>
 void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x,
           int incx, T beta, T* y, int incy) {
   if (m == 0 || n == 0 || (is_zero(alpha) && is_one(beta))) return;
-  const op o = tri_op<T>(trans);
+  const op o = read_triangular_op<T>(trans);
   const long leny = o == op::n ? m : n, lenx = o == op::n ? n : m;
   const T* x0 = x + start_of((int)lenx, incx);
   T* y0 = y + start_of((int)leny, incy);
@@ -275,9 +275,10 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
 }  // namespace
 }  // namespace zvx::blas12
 
+using namespace zvx;
 using namespace zvx::blas12;
-using c8 = cplx<float>;
-using c16 = cplx<double>;
+using c8 = zvx_complex8;
+using c16 = zvx_complex16;
 template <class T, class C> T* P(C* p) { return reinterpret_cast<T*>(const_cast<std::remove_const_t<C>*>(p)); }
 template <class T, class C> T V(const C* p) { return *reinterpret_cast<const T*>(p); }
 
@@ -285,7 +286,7 @@ template <class T, class C> T V(const C* p) { return *reinterpret_cast<const T*>
 namespace {
 template <class T, bool herm>
 void symv_entry(const char* uplo, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y, int incy) {
-  const bool upper = is_char(uplo, 'U');
+  const bool upper = is_letter(uplo, 'U');
   // Unit increments: the four-column vector sweep, after the common frame.
   if (incx == 1 && incy == 1 && n > 0 && !(is_zero(alpha) && is_one(beta))) {
     if constexpr (is_complex<T>) {
@@ -313,7 +314,7 @@ SYMV(zhemv, c16, zvx_complex16, true)
 #define SPMV(name, T, CT, herm)                                                                      \
   ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* ap, const CT* x,     \
                        const int* incx, const CT* beta, CT* y, const int* incy) {                     \
-    sym_multiply<T, herm>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n, V<T>(alpha), P<T>(x), \
+    sym_multiply<T, herm>(packed_store<T>{P<T>(ap), *n, is_letter(uplo, 'U')}, *n, V<T>(alpha), P<T>(x), \
                           *incx, V<T>(beta), P<T>(y), *incy);                                        \
   }
 SPMV(sspmv, float, float, false)
@@ -325,7 +326,7 @@ SPMV(zhpmv, c16, zvx_complex16, true)
   ZVX_EXPORT void name(const char* uplo, const int* n, const int* k, const CT* alpha, const CT* a,     \
                        const int* lda, const CT* x, const int* incx, const CT* beta, CT* y,           \
                        const int* incy) {                                                            \
-    sym_multiply<T, herm>(band_store<T>{P<T>(a), *lda, *n, *k, is_char(uplo, 'U')}, *n, V<T>(alpha),  \
+    sym_multiply<T, herm>(band_store<T>{P<T>(a), *lda, *n, *k, is_letter(uplo, 'U')}, *n, V<T>(alpha),  \
                           P<T>(x), *incx, V<T>(beta), P<T>(y), *incy);                               \
   }
 SBMV(ssbmv, float, float, false)
@@ -349,7 +350,7 @@ GBMV(zgbmv, c16, zvx_complex16)
 #define SYR(name, T, CT, AT, herm)                                                                   \
   ZVX_EXPORT void name(const char* uplo, const int* n, const AT* alpha, const CT* x, const int* incx,  \
                        CT* a, const int* lda) {                                                      \
-    rank_update<T, herm, false>(full_store<T>{P<T>(a), *lda, *n, is_char(uplo, 'U')}, *n,            \
+    rank_update<T, herm, false>(full_store<T>{P<T>(a), *lda, *n, is_letter(uplo, 'U')}, *n,            \
                                 from_real<T>(*alpha), P<T>(x), *incx, nullptr, 0);                   \
   }
 SYR(ssyr, float, float, float, false)
@@ -360,7 +361,7 @@ SYR(zher, c16, zvx_complex16, double, true)
 #define SPR(name, T, CT, AT, herm)                                                                   \
   ZVX_EXPORT void name(const char* uplo, const int* n, const AT* alpha, const CT* x, const int* incx,  \
                        CT* ap) {                                                                     \
-    rank_update<T, herm, false>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n,               \
+    rank_update<T, herm, false>(packed_store<T>{P<T>(ap), *n, is_letter(uplo, 'U')}, *n,               \
                                 from_real<T>(*alpha), P<T>(x), *incx, nullptr, 0);                   \
   }
 SPR(sspr, float, float, float, false)
@@ -371,7 +372,7 @@ SPR(zhpr, c16, zvx_complex16, double, true)
 #define SYR2(name, T, CT, herm)                                                                      \
   ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* x, const int* incx,  \
                        const CT* y, const int* incy, CT* a, const int* lda) {                        \
-    rank_update<T, herm, true>(full_store<T>{P<T>(a), *lda, *n, is_char(uplo, 'U')}, *n, V<T>(alpha), \
+    rank_update<T, herm, true>(full_store<T>{P<T>(a), *lda, *n, is_letter(uplo, 'U')}, *n, V<T>(alpha), \
                                P<T>(x), *incx, P<T>(y), *incy);                                      \
   }
 SYR2(ssyr2, float, float, false)
@@ -382,7 +383,7 @@ SYR2(zher2, c16, zvx_complex16, true)
 #define SPR2(name, T, CT, herm)                                                                      \
   ZVX_EXPORT void name(const char* uplo, const int* n, const CT* alpha, const CT* x, const int* incx,  \
                        const CT* y, const int* incy, CT* ap) {                                       \
-    rank_update<T, herm, true>(packed_store<T>{P<T>(ap), *n, is_char(uplo, 'U')}, *n, V<T>(alpha),    \
+    rank_update<T, herm, true>(packed_store<T>{P<T>(ap), *n, is_letter(uplo, 'U')}, *n, V<T>(alpha),    \
                                P<T>(x), *incx, P<T>(y), *incy);                                      \
   }
 SPR2(sspr2, float, float, false)
@@ -395,14 +396,14 @@ SPR2(zhpr2, c16, zvx_complex16, true)
 ZVX_EXPORT void cspr(const char* uplo, const int* n, const zvx_complex8* alpha, const zvx_complex8* x,
                      const int* incx, zvx_complex8* ap) {
   int info = 0;
-  if (!lsame(uplo, "U") && !lsame(uplo, "L")) info = 1;
+  if (!is_upper(uplo) && !is_letter(uplo, 'L')) info = 1;
   else if (*n < 0) info = 2;
   else if (*incx == 0) info = 5;
   if (info != 0) {
     xerbla("CSPR  ", &info, 6);
     return;
   }
-  rank_update<c8, false, false>(packed_store<c8>{P<c8>(ap), *n, lsame(uplo, "U") != 0}, *n, V<c8>(alpha),
+  rank_update<c8, false, false>(packed_store<c8>{P<c8>(ap), *n, is_upper(uplo)}, *n, V<c8>(alpha),
                                 P<c8>(x), *incx, nullptr, 0);
 }
 
@@ -410,8 +411,8 @@ ZVX_EXPORT void cspr(const char* uplo, const int* n, const zvx_complex8* alpha, 
 #define TB(name, T, CT, solve)                                                                       \
   ZVX_EXPORT void name(const char* uplo, const char* trans, const char* diag, const int* n,           \
                        const int* k, const CT* a, const int* lda, CT* x, const int* incx) {           \
-    const bool upper = is_char(uplo, 'U');                                                           \
-    tri_sweep<T>(solve, upper, tri_op<T>(trans), is_char(diag, 'N'),                                 \
+    const bool upper = is_letter(uplo, 'U');                                                           \
+    tri_sweep<T>(solve, upper, read_triangular_op<T>(trans), is_letter(diag, 'N'),                                 \
                  band_store<T>{P<T>(a), *lda, *n, *k, upper}, *n, P<T>(x), *incx);                   \
   }
 TB(stbmv, float, float, false)
@@ -426,8 +427,8 @@ TB(ztbsv, c16, zvx_complex16, true)
 #define TP(name, T, CT, solve)                                                                       \
   ZVX_EXPORT void name(const char* uplo, const char* trans, const char* diag, const int* n,           \
                        const CT* ap, CT* x, const int* incx) {                                        \
-    const bool upper = is_char(uplo, 'U');                                                           \
-    tri_sweep<T>(solve, upper, tri_op<T>(trans), is_char(diag, 'N'),                                 \
+    const bool upper = is_letter(uplo, 'U');                                                           \
+    tri_sweep<T>(solve, upper, read_triangular_op<T>(trans), is_letter(diag, 'N'),                                 \
                  packed_store<T>{P<T>(ap), *n, upper}, *n, P<T>(x), *incx);                          \
   }
 TP(stpmv, float, float, false)

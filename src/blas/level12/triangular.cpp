@@ -117,9 +117,9 @@ template <class T> const char* panel_trans(op o) { return o == op::n ? "N" : o =
 template <class T>
 void trmv(const char* uplo, const char* trans, const char* diag, int n, const T* a, int lda, T* x, int incx) {
   if (n <= 0) return;
-  const bool upper = is_char(uplo, 'U');
-  const op o = tri_op<T>(trans);
-  const bool nonunit = is_char(diag, 'N');
+  const bool upper = is_letter(uplo, 'U');
+  const op o = read_triangular_op<T>(trans);
+  const bool nonunit = is_letter(diag, 'N');
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1);
@@ -155,9 +155,9 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
 template <class T>
 void trsv(const char* uplo, const char* trans, const char* diag, int n, const T* a, int lda, T* x, int incx) {
   if (n <= 0) return;
-  const bool upper = is_char(uplo, 'U');
-  const op o = tri_op<T>(trans);
-  const bool nonunit = is_char(diag, 'N');
+  const bool upper = is_letter(uplo, 'U');
+  const op o = read_triangular_op<T>(trans);
+  const bool nonunit = is_letter(diag, 'N');
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1), minus_one = from_real<T>(-1);
@@ -200,9 +200,10 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
 }  // namespace
 }  // namespace zvx::blas12
 
+using namespace zvx;
 using namespace zvx::blas12;
-using c8 = cplx<float>;
-using c16 = cplx<double>;
+using c8 = zvx_complex8;
+using c16 = zvx_complex16;
 
 #define TRX(name, fn, T, CT)                                                                         \
   ZVX_EXPORT void name(const char* uplo, const char* trans, const char* diag, const int* n,         \

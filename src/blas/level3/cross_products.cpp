@@ -15,6 +15,7 @@
 
 namespace {
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 // Alignment of the scratch block: a cache line pair, so each piece's matrix starts on a line.

@@ -26,6 +26,7 @@
 #include "blas/level3/gemm_simd.h"
 #include "blas/level3/gemm_transpose.h"
 #include "blas/level3/gemm_tuning.h"
+#include "common/options.h"
 #include "zvx_service.h"
 
 namespace ZVX_ISA_NS {
@@ -38,11 +39,7 @@ using index_t = std::ptrdiff_t;
 // transpose without conjugation; anything else is the conjugate transpose.
 enum op_kind : int { op_n = 0, op_t = 1, op_c = 2 };
 
-inline int fold_op(const char* t, bool complex) {
-  if (*t == 'N' || *t == 'n') return op_n;
-  if (!complex || *t == 'T' || *t == 't') return op_t;
-  return op_c;
-}
+inline int fold_op(const char* t, bool complex) { return static_cast<int>(zvx::read_op(t, complex)); }
 
 // How the finished sums of a tile reach C: added (alpha was folded into packed A, or alpha is
 // 1), subtracted (alpha is -1), or multiplied by alpha first.

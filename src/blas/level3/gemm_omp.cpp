@@ -14,6 +14,8 @@
 // is capped at the last row (column) so that its pointers stay inside the arrays.
 #include <omp.h>
 
+#include "common/options.h"
+
 #include <algorithm>
 
 #include "blas/level3/gemm_engine.h"
@@ -26,7 +28,6 @@ using zvx::gemm_engine_fn;
 
 constexpr int gemm_serial_limit = 16;
 
-inline bool no_transpose(const char* t) { return *t == 'N' || *t == 'n'; }
 
 // The threaded part of the frame, out of line so that the serial calls do not pay for its
 // frame.
@@ -44,7 +45,7 @@ template <class T>
   }
   if (mm > nn) {
     const int chunk = mm / nt;
-    const bool rows_of_a = no_transpose(transa);  // the rows of op(A) are rows of a
+    const bool rows_of_a = zvx::is_no_transpose(transa);  // the rows of op(A) are rows of a
 #pragma omp parallel for schedule(static, 1)
     for (int i = 0; i < nt; ++i) {
       int off = i * chunk;
@@ -55,7 +56,7 @@ template <class T>
     }
   } else {
     const int chunk = nn / nt;
-    const bool cols_of_b = no_transpose(transb);  // the columns of op(B) are columns of b
+    const bool cols_of_b = zvx::is_no_transpose(transb);  // the columns of op(B) are columns of b
 #pragma omp parallel for schedule(static, 1)
     for (int i = 0; i < nt; ++i) {
       int off = i * chunk;

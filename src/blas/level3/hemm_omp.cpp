@@ -3,6 +3,7 @@
 #include "blas/level3/frames.h"
 #include "service/service.h"
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_HEMM(p, T)                                                                           \

@@ -2,6 +2,7 @@
 // second gemm call of each rectangle takes the conjugate of alpha.
 #include "blas/level3/rank_frame.h"
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_HER2K(p, T, R)                                                                      \

@@ -2,6 +2,7 @@
 // triangle in the frame.
 #include "blas/level3/rank_frame.h"
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_HERK(p, T, R)                                                                       \

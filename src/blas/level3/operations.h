@@ -9,7 +9,8 @@
 // threaded frames run them concurrently on disjoint parts of the output.
 #pragma once
 #include "blas/level3/gemm_engine.h"
-#include "blas/level3/op_scalar.h"
+#include "common/options.h"
+#include "common/scalar.h"
 #include "zvx_blas3.h"
 #include "zvx_service.h"
 
@@ -98,8 +99,5 @@ inline void gemm_threaded(const char* ta, const char* tb, const int* m, const in
 // Below this order in every dimension a frame runs the serial engine: a fork costs more.
 constexpr int frame_serial_limit = 16;
 
-inline bool is_left(const char* side) { return *side == 'L' || *side == 'l'; }
-inline bool is_upper(const char* uplo) { return *uplo == 'U' || *uplo == 'u'; }
-inline bool is_no_transpose(const char* t) { return *t == 'N' || *t == 'n'; }
 
 }  // namespace zvx::l3ops

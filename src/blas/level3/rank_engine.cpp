@@ -82,11 +82,11 @@ void rank_update(const char* uplo, const char* trans, int n, int k, T alpha, con
   constexpr bool two = kind >= 2;
   if (n == 0) return;
   if ((is_zero(alpha) || k == 0) && is_one(beta)) return;
-  const bool upper = lsame(uplo, "U") & 1;
+  const bool upper = is_upper(uplo);
   const long la = lda, lb = ldb, lc = ldc;
   scale_triangle<herm>(upper, n, beta, c, lc);
   if (is_zero(alpha) || k == 0) return;
-  const bool notrans = lsame(trans, "N") & 1;
+  const bool notrans = is_letter(trans, 'N');
   const char* ta = notrans ? "N" : (herm ? "C" : "T");
   const char* tb = notrans ? (herm ? "C" : "T") : "N";
   const T one = from_real<T>(1), zero{};

@@ -68,8 +68,8 @@ void symm_like(const char* side, const char* uplo, int m, int n, T alpha, const 
     if (!is_one(beta)) scale_block(m, n, beta, c, ldc);
     beta = one;
   }
-  const bool left = lsame(side, "L") & 1;
-  const bool upper = lsame(uplo, "U") & 1;
+  const bool left = is_left(side);
+  const bool upper = is_upper(uplo);
   const long la = lda, lb = ldb, lc = ldc;
   const char* mirror = herm ? "C" : "T";
   constexpr int bsmax = tuning::symm_block<T>;

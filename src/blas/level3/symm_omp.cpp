@@ -61,6 +61,7 @@ template void symm_frame<zvx_complex16>(multiply_engine<zvx_complex16>, const ch
 
 }  // namespace zvx::l3ops
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_SYMM(p, T)                                                                           \

@@ -2,6 +2,7 @@
 // rectangle, A against B with the routine's beta, then B against A with beta 1.
 #include "blas/level3/rank_frame.h"
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_SYR2K(p, T)                                                                         \

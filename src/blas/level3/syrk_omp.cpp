@@ -1,6 +1,7 @@
 // Threaded frames of ssyrk, dsyrk, csyrk, zsyrk (rank_frame.h).
 #include "blas/level3/rank_frame.h"
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 #define ZVX_SYRK(p, T)                                                                          \

@@ -114,20 +114,12 @@ void tri_level(const tri_shape& s, int rows, int cols, T alpha, const T* a, long
 template <class T>
 tri_shape read_shape(const char* side, const char* uplo, const char* transa, const char* diag) {
   tri_shape s;
-  s.left = lsame(side, "L") & 1;
-  const bool upper = lsame(uplo, "U") & 1;
-  if (lsame(transa, "N") & 1) {
-    s.op = tri_op::n;
-    s.gemm_op = "N";
-  } else if (!is_complex<T> || (lsame(transa, "T") & 1)) {
-    s.op = tri_op::t;
-    s.gemm_op = "T";
-  } else {
-    s.op = tri_op::c;
-    s.gemm_op = "C";
-  }
-  s.lower = (s.op == tri_op::n) != upper;
-  s.unit = !(lsame(diag, "N") & 1);
+  s.left = is_left(side);
+  const bool upper = is_upper(uplo);
+  s.a_op = read_op<T>(transa);
+  s.gemm_op = s.a_op == op::n ? "N" : s.a_op == op::t ? "T" : "C";
+  s.lower = (s.a_op == op::n) != upper;
+  s.unit = !is_nonunit(diag);
   return s;
 }
 

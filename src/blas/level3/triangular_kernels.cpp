@@ -41,14 +41,14 @@ void copy_block(const tri_shape& s, int bs, const T* a, long lda, T* t) {
     const int i0 = s.lower ? j + 1 : 0, i1 = s.lower ? bs : j;
     for (int i = i0; i < i1; ++i) {
       T v = *op_at(s, a, lda, i, j);
-      if (s.op == tri_op::c) v = conj(v);
+      if (s.a_op == op::c) v = conj(v);
       t[i + j * ld] = v;
     }
     if (s.unit) {
       t[j + j * ld] = from_real<T>(1);
     } else {
       T v = a[j + j * lda];
-      if (s.op == tri_op::c) v = conj(v);
+      if (s.a_op == op::c) v = conj(v);
       t[j + j * ld] = solve ? reciprocal(v) : v;
     }
   }

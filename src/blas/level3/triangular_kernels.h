@@ -2,17 +2,16 @@
 // instruction set (their substitution loops vectorize along a column of the local triangle or of
 // B, so the width of the vectors matters), and what the engine and the kernels share.
 #pragma once
-#include "blas/level3/op_scalar.h"
+#include "common/options.h"
+#include "common/scalar.h"
 #include "blas/level3/operations_tuning.h"
 
 namespace zvx::l3ops {
 
-enum class tri_op { n, t, c };
-
 struct tri_shape {
   bool left;     // op(A) acts from the left
   bool lower;    // op(A) is lower triangular (A lower without transpose, or upper with one)
-  tri_op op;     // how A is read
+  op a_op;       // how A is read
   bool unit;     // unit diagonal, never read
   const char* gemm_op;  // op of A for the GEMM engine: "N", "T" or "C"
 };
@@ -20,7 +19,7 @@ struct tri_shape {
 // Pointer to the stored element behind op(A)(r, c).
 template <class T>
 inline const T* op_at(const tri_shape& s, const T* a, long lda, int r, int c) {
-  return s.op == tri_op::n ? a + r + c * lda : a + c + r * lda;
+  return s.a_op == op::n ? a + r + c * lda : a + c + r * lda;
 }
 
 // Per instruction set: trsm_kernel solves op(A) X = B (left) or X op(A) = B (right) in place on

@@ -6,6 +6,7 @@
 
 namespace {
 
+using namespace zvx;
 using namespace zvx::l3ops;
 
 template <class T>
