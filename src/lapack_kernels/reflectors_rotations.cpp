@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "blas/level12/level12.h"
 #include "common/options.h"
 #include "common/scalar.h"
 #include "service/service.h"
@@ -67,26 +68,27 @@ constexpr larfx_case<T> larfx_table(int order) {
 
 inline void larfx_general(bool left, int m, int n, const double* v, double tau, double* c,
                           int ldc, double* work) {
-  const double one = 1, zero = 0, mtau = -tau;
-  const int inc = 1;
+  using zvx::blas12::gemv;
+  using zvx::blas12::entry::ger;
   if (left) {
-    dgemv("Transpose", &m, &n, &one, c, &ldc, v, &inc, &zero, work, &inc);
-    dger(&m, &n, &mtau, v, &inc, work, &inc, c, &ldc);
+    gemv<double>("Transpose", m, n, 1.0, c, ldc, v, 1, 0.0, work, 1);
+    ger(m, n, -tau, v, 1, work, 1, c, ldc);
   } else {
-    dgemv("No transpose", &m, &n, &one, c, &ldc, v, &inc, &zero, work, &inc);
-    dger(&m, &n, &mtau, work, &inc, v, &inc, c, &ldc);
+    gemv<double>("No transpose", m, n, 1.0, c, ldc, v, 1, 0.0, work, 1);
+    ger(m, n, -tau, work, 1, v, 1, c, ldc);
   }
 }
 inline void larfx_general(bool left, int m, int n, const zvx_complex8* v, zvx_complex8 tau,
                           zvx_complex8* c, int ldc, zvx_complex8* work) {
+  using zvx::blas12::gemv;
+  using zvx::blas12::entry::gerc;
   const zvx_complex8 one{1, 0}, zero{0, 0}, mtau = -tau;
-  const int inc = 1;
   if (left) {
-    cgemv("Conjugate transpose", &m, &n, &one, c, &ldc, v, &inc, &zero, work, &inc);
-    cgerc(&m, &n, &mtau, v, &inc, work, &inc, c, &ldc);
+    gemv<zvx_complex8>("Conjugate transpose", m, n, one, c, ldc, v, 1, zero, work, 1);
+    gerc(m, n, mtau, v, 1, work, 1, c, ldc);
   } else {
-    cgemv("No transpose", &m, &n, &one, c, &ldc, v, &inc, &zero, work, &inc);
-    cgerc(&m, &n, &mtau, work, &inc, v, &inc, c, &ldc);
+    gemv<zvx_complex8>("No transpose", m, n, one, c, ldc, v, 1, zero, work, 1);
+    gerc(m, n, mtau, work, 1, v, 1, c, ldc);
   }
 }
 

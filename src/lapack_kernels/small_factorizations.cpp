@@ -7,50 +7,27 @@
 #include "common/options.h"
 #include "common/scalar.h"
 #include "service/service.h"
-#include "zvx_blas12.h"
+#include "blas/level12/level12.h"
 #include "zvx_lapack.h"
 
 namespace {
 
 using namespace zvx;
 
-// The typed level-1 and level-2 entries the factorizations call.
-inline float dot_self(int n, const float* x, int inc) { return sdot(&n, x, &inc, x, &inc); }
-inline double dot_self(int n, const double* x, int inc) { return ddot(&n, x, &inc, x, &inc); }
-inline float dot_self(int n, const zvx_complex8* x, int inc) {
-  zvx_complex8 r;
-  cdotc(&r, &n, x, &inc, x, &inc);
-  return r.real;
+// The level-1 and level-2 bodies the factorizations call, typed.
+namespace entry = zvx::blas12::entry;
+inline float dot_self(int n, const float* x, int inc) { return entry::dot(n, x, inc, x, inc); }
+inline double dot_self(int n, const double* x, int inc) { return entry::dot(n, x, inc, x, inc); }
+inline float dot_self(int n, const zvx_complex8* x, int inc) { return entry::dotc(n, x, inc, x, inc).real; }
+inline double dot_self(int n, const zvx_complex16* x, int inc) { return entry::dotc(n, x, inc, x, inc).real; }
+// y -= op(A) x.
+template <class T>
+inline void gemv_minus(const char* t, int m, int n, const T* a, int lda, const T* x, int incx, T* y,
+                       int incy) {
+  zvx::blas12::gemv<T>(t, m, n, from_real<T>(-1), a, lda, x, incx, from_real<T>(1), y, incy);
 }
-inline double dot_self(int n, const zvx_complex16* x, int inc) {
-  zvx_complex16 r;
-  zdotc(&r, &n, x, &inc, x, &inc);
-  return r.real;
-}
-inline void gemv_minus(const char* t, int m, int n, const float* a, int lda, const float* x,
-                       int incx, float* y, int incy) {
-  const float mone = -1, one = 1;
-  sgemv(t, &m, &n, &mone, a, &lda, x, &incx, &one, y, &incy);
-}
-inline void gemv_minus(const char* t, int m, int n, const double* a, int lda, const double* x,
-                       int incx, double* y, int incy) {
-  const double mone = -1, one = 1;
-  dgemv(t, &m, &n, &mone, a, &lda, x, &incx, &one, y, &incy);
-}
-inline void gemv_minus(const char* t, int m, int n, const zvx_complex8* a, int lda,
-                       const zvx_complex8* x, int incx, zvx_complex8* y, int incy) {
-  const zvx_complex8 mone{-1, 0}, one{1, 0};
-  cgemv(t, &m, &n, &mone, a, &lda, x, &incx, &one, y, &incy);
-}
-inline void gemv_minus(const char* t, int m, int n, const zvx_complex16* a, int lda,
-                       const zvx_complex16* x, int incx, zvx_complex16* y, int incy) {
-  const zvx_complex16 mone{-1, 0}, one{1, 0};
-  zgemv(t, &m, &n, &mone, a, &lda, x, &incx, &one, y, &incy);
-}
-inline void scale_real(int n, float s, float* x, int inc) { sscal(&n, &s, x, &inc); }
-inline void scale_real(int n, double s, double* x, int inc) { dscal(&n, &s, x, &inc); }
-inline void scale_real(int n, float s, zvx_complex8* x, int inc) { csscal(&n, &s, x, &inc); }
-inline void scale_real(int n, double s, zvx_complex16* x, int inc) { zdscal(&n, &s, x, &inc); }
+template <class T>
+inline void scale_real(int n, real_t<T> s, T* x, int inc) { entry::scal(n, s, x, inc); }
 
 // Conjugates n elements in place by negating the imaginary parts (the real part is rewritten
 // unchanged), so that a transposed product of the level-2 entry becomes a conjugated one.
@@ -119,17 +96,13 @@ void potrf_upper(int n, T* a, int lda, int* info) {
   }
 }
 
-inline int iamax(int n, const float* x, int inc) { return isamax(&n, x, &inc); }
-inline int iamax(int n, const double* x, int inc) { return idamax(&n, x, &inc); }
-inline void swap(int n, float* x, int incx, float* y, int incy) { sswap(&n, x, &incx, y, &incy); }
-inline void swap(int n, double* x, int incx, double* y, int incy) { dswap(&n, x, &incx, y, &incy); }
-inline void syr(const char* uplo, int n, float alpha, const float* x, float* a, int lda) {
-  const int one = 1;
-  ssyr(uplo, &n, &alpha, x, &one, a, &lda);
-}
-inline void syr(const char* uplo, int n, double alpha, const double* x, double* a, int lda) {
-  const int one = 1;
-  dsyr(uplo, &n, &alpha, x, &one, a, &lda);
+inline int iamax(int n, const float* x, int inc) { return entry::iamax(n, x, inc); }
+inline int iamax(int n, const double* x, int inc) { return entry::iamax(n, x, inc); }
+inline void swap(int n, float* x, int incx, float* y, int incy) { entry::swap(n, x, incx, y, incy); }
+inline void swap(int n, double* x, int incx, double* y, int incy) { entry::swap(n, x, incx, y, incy); }
+template <class T>
+inline void syr(const char* uplo, int n, T alpha, const T* x, T* a, int lda) {
+  entry::syr(uplo, n, alpha, x, 1, a, lda);
 }
 
 // (1 + sqrt(17)) / 8, the growth bound of the pivot choice, as each precision stores it.
@@ -195,8 +168,7 @@ void sytrf_lower(const char* uplo, int n, T* a0, int lda, int* ipiv, int* info) 
           const T r1 = T(1) / A(k, k);
           syr(uplo, n - k, -r1, P(k + 1, k), P(k + 1, k + 1), lda);
           const int len = n - k, one = 1;
-          if constexpr (std::is_same_v<T, double>) dscal(&len, &r1, P(k + 1, k), &one);
-          else sscal(&len, &r1, P(k + 1, k), &one);
+          entry::scal(len, r1, P(k + 1, k), one);
         }
       } else if (k < n - 1) {
         T d21 = A(k + 1, k);
@@ -278,8 +250,7 @@ void sytrf_upper(const char* uplo, int n, T* a0, int lda, int* ipiv, int* info) 
         const T r1 = T(1) / A(k, k);
         syr(uplo, k - 1, -r1, P(1, k), a0, lda);
         const int len = k - 1, one = 1;
-        if constexpr (std::is_same_v<T, double>) dscal(&len, &r1, P(1, k), &one);
-        else sscal(&len, &r1, P(1, k), &one);
+        entry::scal(len, r1, P(1, k), one);
       } else if (k > 2) {
         T d12 = A(k - 1, k);
         const T d22 = A(k - 1, k - 1) / d12;

@@ -189,7 +189,7 @@ void memory_detach() {
 
 }  // namespace zvx
 
-ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
+void* zvx::scratch_allocate(unsigned int size, int alignment) {
   if (size == 0) return nullptr;
   if (cache_disabled() || size > kLargestCached) return heap_alloc(size);
 
@@ -262,7 +262,7 @@ ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
   return rec->aligned[slot];
 }
 
-ZVX_EXPORT void zvx_deallocate(void* ptr) {
+void zvx::scratch_free(void* ptr) {
   if (ptr == nullptr) return;
   if (cache_disabled()) {
     heap_free(ptr);
@@ -280,6 +280,11 @@ ZVX_EXPORT void zvx_deallocate(void* ptr) {
   // block of another thread's cache released here stays with that thread until freebuffers.
   if (!is_cached_block(ptr)) heap_free(ptr);
 }
+
+ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
+  return zvx::scratch_allocate(size, alignment);
+}
+ZVX_EXPORT void zvx_deallocate(void* ptr) { zvx::scratch_free(ptr); }
 
 ZVX_EXPORT void freebuffers(void) {
   if (cache_disabled()) return;

@@ -27,6 +27,11 @@ inline int serial_policy() {
   return decision != -1 ? decision : decide_serial_policy();
 }
 
+// The scratch memory of the library's kernels, the bodies of zvx_allocate and zvx_deallocate: a
+// block must be released on the thread that took it.
+void* scratch_allocate(unsigned int size, int alignment);
+void scratch_free(void* ptr);
+
 // Writes text to the error console (one write for the piece).
 void console_piece(const char* text);
 

@@ -157,6 +157,18 @@ void ger(bool conjugate, int m, int n, T alpha, const T* x, int incx, const T* y
 }
 
 }  // namespace
+
+namespace entry {
+void ger(int m, int n, double alpha, const double* x, int incx, const double* y, int incy,
+         double* a, int lda) {
+  blas12::ger<double>(false, m, n, alpha, x, incx, y, incy, a, lda);
+}
+void gerc(int m, int n, zvx_complex8 alpha, const zvx_complex8* x, int incx,
+          const zvx_complex8* y, int incy, zvx_complex8* a, int lda) {
+  blas12::ger<zvx_complex8>(true, m, n, alpha, x, incx, y, incy, a, lda);
+}
+}  // namespace entry
+
 }  // namespace zvx::blas12
 
 using namespace zvx;
@@ -183,13 +195,13 @@ ZVX_EXPORT void sger(const int* m, const int* n, const float* alpha, const float
   ger<float>(false, *m, *n, *alpha, x, *incx, y, *incy, a, *lda);
 }
 ZVX_EXPORT void dger(const int* m, const int* n, const double* alpha, const double* x, const int* incx, const double* y, const int* incy, double* a, const int* lda) {
-  ger<double>(false, *m, *n, *alpha, x, *incx, y, *incy, a, *lda);
+  entry::ger(*m, *n, *alpha, x, *incx, y, *incy, a, *lda);
 }
 ZVX_EXPORT void cgeru(const int* m, const int* n, const zvx_complex8* alpha, const zvx_complex8* x, const int* incx, const zvx_complex8* y, const int* incy, zvx_complex8* a, const int* lda) {
   ger<c8>(false, *m, *n, *CC8(alpha), CC8(x), *incx, CC8(y), *incy, reinterpret_cast<c8*>(a), *lda);
 }
 ZVX_EXPORT void cgerc(const int* m, const int* n, const zvx_complex8* alpha, const zvx_complex8* x, const int* incx, const zvx_complex8* y, const int* incy, zvx_complex8* a, const int* lda) {
-  ger<c8>(true, *m, *n, *CC8(alpha), CC8(x), *incx, CC8(y), *incy, reinterpret_cast<c8*>(a), *lda);
+  entry::gerc(*m, *n, *alpha, x, *incx, y, *incy, a, *lda);
 }
 ZVX_EXPORT void zgeru(const int* m, const int* n, const zvx_complex16* alpha, const zvx_complex16* x, const int* incx, const zvx_complex16* y, const int* incy, zvx_complex16* a, const int* lda) {
   ger<c16>(false, *m, *n, *CC16(alpha), CC16(x), *incx, CC16(y), *incy, reinterpret_cast<c16*>(a), *lda);

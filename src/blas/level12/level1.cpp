@@ -5,6 +5,7 @@
 #include <cfloat>
 
 #include "blas/level12/kernels.h"
+#include "blas/level12/level12.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 
@@ -375,6 +376,40 @@ template <class R> void rot3_step(R& x, R& y, R& z, R t, R v2, R v3) {
 }
 
 }  // namespace
+
+namespace entry {
+double dot(int n, const double* x, int incx, const double* y, int incy) {
+  if (n < 1) return 0;
+  if (incx == incy && (incx == 1 || incx == -1)) return K<double>().dot(n, x, y);
+  return dot_general<double, double>(n, x, incx, y, incy);
+}
+// Up to 8 elements the products are summed in extended precision; above, equal unit increments
+// take the vector path, whose sums are single precision. The two sides round differently.
+float dot(int n, const float* x, int incx, const float* y, int incy) {
+  if (n < 1) return 0;
+  if (n > 8 && incx == incy && (incx == 1 || incx == -1)) return K<float>().dot(n, x, y);
+  return dot_general<float, long double>(n, x, incx, y, incy);
+}
+zvx_complex8 dotc(int n, const zvx_complex8* x, int incx, const zvx_complex8* y, int incy) {
+  return complex_dot<zvx_complex8>(true, n, x, incx, y, incy);
+}
+zvx_complex16 dotc(int n, const zvx_complex16* x, int incx, const zvx_complex16* y, int incy) {
+  return complex_dot<zvx_complex16>(true, n, x, incx, y, incy);
+}
+void scal(int n, float alpha, float* x, int incx) { blas12::scal<float>(n, alpha, x, incx); }
+void scal(int n, double alpha, double* x, int incx) { blas12::scal<double>(n, alpha, x, incx); }
+void scal(int n, float alpha, zvx_complex8* x, int incx) {
+  real_scal_of_complex<zvx_complex8>(n, alpha, x, incx);
+}
+void scal(int n, double alpha, zvx_complex16* x, int incx) {
+  real_scal_of_complex<zvx_complex16>(n, alpha, x, incx);
+}
+int iamax(int n, const float* x, int incx) { return blas12::iamax<float>(n, x, incx); }
+int iamax(int n, const double* x, int incx) { return blas12::iamax<double>(n, x, incx); }
+void swap(int n, float* x, int incx, float* y, int incy) { blas12::swap<float>(n, x, incx, y, incy); }
+void swap(int n, double* x, int incx, double* y, int incy) { blas12::swap<double>(n, x, incx, y, incy); }
+}  // namespace entry
+
 }  // namespace zvx::blas12
 
 using namespace zvx;
@@ -392,35 +427,29 @@ ZVX_EXPORT void daxpy(const int* n, const double* alpha, const double* x, const 
 ZVX_EXPORT void caxpy(const int* n, const zvx_complex8* alpha, const zvx_complex8* x, const int* incx, zvx_complex8* y, const int* incy) { axpy<c8>(*n, *CC8(alpha), CC8(x), *incx, C8(y), *incy); }
 ZVX_EXPORT void zaxpy(const int* n, const zvx_complex16* alpha, const zvx_complex16* x, const int* incx, zvx_complex16* y, const int* incy) { axpy<c16>(*n, *CC16(alpha), CC16(x), *incx, C16(y), *incy); }
 
-ZVX_EXPORT void sscal(const int* n, const float* alpha, float* x, const int* incx) { scal<float>(*n, *alpha, x, *incx); }
-ZVX_EXPORT void dscal(const int* n, const double* alpha, double* x, const int* incx) { scal<double>(*n, *alpha, x, *incx); }
+ZVX_EXPORT void sscal(const int* n, const float* alpha, float* x, const int* incx) { entry::scal(*n, *alpha, x, *incx); }
+ZVX_EXPORT void dscal(const int* n, const double* alpha, double* x, const int* incx) { entry::scal(*n, *alpha, x, *incx); }
 ZVX_EXPORT void cscal(const int* n, const zvx_complex8* alpha, zvx_complex8* x, const int* incx) { complex_scal<c8>(*n, *CC8(alpha), C8(x), *incx); }
 ZVX_EXPORT void zscal(const int* n, const zvx_complex16* alpha, zvx_complex16* x, const int* incx) { complex_scal<c16>(*n, *CC16(alpha), C16(x), *incx); }
-ZVX_EXPORT void csscal(const int* n, const float* alpha, zvx_complex8* x, const int* incx) { real_scal_of_complex<c8>(*n, *alpha, C8(x), *incx); }
-ZVX_EXPORT void zdscal(const int* n, const double* alpha, zvx_complex16* x, const int* incx) { real_scal_of_complex<c16>(*n, *alpha, C16(x), *incx); }
+ZVX_EXPORT void csscal(const int* n, const float* alpha, zvx_complex8* x, const int* incx) { entry::scal(*n, *alpha, x, *incx); }
+ZVX_EXPORT void zdscal(const int* n, const double* alpha, zvx_complex16* x, const int* incx) { entry::scal(*n, *alpha, x, *incx); }
 
 ZVX_EXPORT void scopy(const int* n, const float* x, const int* incx, float* y, const int* incy) { copy<float>(*n, x, *incx, y, *incy); }
 ZVX_EXPORT void dcopy(const int* n, const double* x, const int* incx, double* y, const int* incy) { copy<double>(*n, x, *incx, y, *incy); }
 ZVX_EXPORT void ccopy(const int* n, const zvx_complex8* x, const int* incx, zvx_complex8* y, const int* incy) { copy<c8>(*n, CC8(x), *incx, C8(y), *incy); }
 ZVX_EXPORT void zcopy(const int* n, const zvx_complex16* x, const int* incx, zvx_complex16* y, const int* incy) { copy<c16>(*n, CC16(x), *incx, C16(y), *incy); }
 
-ZVX_EXPORT void sswap(const int* n, float* x, const int* incx, float* y, const int* incy) { swap<float>(*n, x, *incx, y, *incy); }
-ZVX_EXPORT void dswap(const int* n, double* x, const int* incx, double* y, const int* incy) { swap<double>(*n, x, *incx, y, *incy); }
+ZVX_EXPORT void sswap(const int* n, float* x, const int* incx, float* y, const int* incy) { entry::swap(*n, x, *incx, y, *incy); }
+ZVX_EXPORT void dswap(const int* n, double* x, const int* incx, double* y, const int* incy) { entry::swap(*n, x, *incx, y, *incy); }
 ZVX_EXPORT void cswap(const int* n, zvx_complex8* x, const int* incx, zvx_complex8* y, const int* incy) { swap<c8>(*n, C8(x), *incx, C8(y), *incy); }
 ZVX_EXPORT void zswap(const int* n, zvx_complex16* x, const int* incx, zvx_complex16* y, const int* incy) { swap<c16>(*n, C16(x), *incx, C16(y), *incy); }
 
 // ---- dot products -------------------------------------------------------------------------------
 ZVX_EXPORT double ddot(const int* n, const double* x, const int* incx, const double* y, const int* incy) {
-  if (*n < 1) return 0;
-  if (*incx == *incy && (*incx == 1 || *incx == -1)) return K<double>().dot(*n, x, y);
-  return dot_general<double, double>(*n, x, *incx, y, *incy);
+  return entry::dot(*n, x, *incx, y, *incy);
 }
-// Up to 8 elements the products are summed in extended precision; above, equal unit increments
-// take the vector path, whose sums are single precision. The two sides round differently.
 ZVX_EXPORT float sdot(const int* n, const float* x, const int* incx, const float* y, const int* incy) {
-  if (*n < 1) return 0;
-  if (*n > 8 && *incx == *incy && (*incx == 1 || *incx == -1)) return K<float>().dot(*n, x, y);
-  return dot_general<float, long double>(*n, x, *incx, y, *incy);
+  return entry::dot(*n, x, *incx, y, *incy);
 }
 ZVX_EXPORT double dsdot(const int* n, const float* x, const int* incx, const float* y, const int* incy) {
   if (*n < 1) return 0;
@@ -436,9 +465,9 @@ ZVX_EXPORT float sdsdot(const int* n, const float* sb, const float* x, const int
   for (int i = 0; i < *n; ++i, ix += *incx, iy += *incy) s += (long double)x[ix] * y[iy];
   return (float)s;
 }
-ZVX_EXPORT void cdotc(zvx_complex8* result, const int* n, const zvx_complex8* x, const int* incx, const zvx_complex8* y, const int* incy) { *C8(result) = complex_dot<c8>(true, *n, CC8(x), *incx, CC8(y), *incy); }
+ZVX_EXPORT void cdotc(zvx_complex8* result, const int* n, const zvx_complex8* x, const int* incx, const zvx_complex8* y, const int* incy) { *result = entry::dotc(*n, x, *incx, y, *incy); }
 ZVX_EXPORT void cdotu(zvx_complex8* result, const int* n, const zvx_complex8* x, const int* incx, const zvx_complex8* y, const int* incy) { *C8(result) = complex_dot<c8>(false, *n, CC8(x), *incx, CC8(y), *incy); }
-ZVX_EXPORT void zdotc(zvx_complex16* result, const int* n, const zvx_complex16* x, const int* incx, const zvx_complex16* y, const int* incy) { *C16(result) = complex_dot<c16>(true, *n, CC16(x), *incx, CC16(y), *incy); }
+ZVX_EXPORT void zdotc(zvx_complex16* result, const int* n, const zvx_complex16* x, const int* incx, const zvx_complex16* y, const int* incy) { *result = entry::dotc(*n, x, *incx, y, *incy); }
 ZVX_EXPORT void zdotu(zvx_complex16* result, const int* n, const zvx_complex16* x, const int* incx, const zvx_complex16* y, const int* incy) { *C16(result) = complex_dot<c16>(false, *n, CC16(x), *incx, CC16(y), *incy); }
 
 // ---- norms, sums, extreme positions -----------------------------------------------------------
@@ -452,8 +481,8 @@ ZVX_EXPORT double dasum(const int* n, const double* x, const int* incx) { return
 ZVX_EXPORT float scasum(const int* n, const zvx_complex8* x, const int* incx) { return asum<c8>(*n, CC8(x), *incx); }
 ZVX_EXPORT double dzasum(const int* n, const zvx_complex16* x, const int* incx) { return asum<c16>(*n, CC16(x), *incx); }
 
-ZVX_EXPORT int isamax(const int* n, const float* x, const int* incx) { return iamax<float>(*n, x, *incx); }
-ZVX_EXPORT int idamax(const int* n, const double* x, const int* incx) { return iamax<double>(*n, x, *incx); }
+ZVX_EXPORT int isamax(const int* n, const float* x, const int* incx) { return entry::iamax(*n, x, *incx); }
+ZVX_EXPORT int idamax(const int* n, const double* x, const int* incx) { return entry::iamax(*n, x, *incx); }
 ZVX_EXPORT int icamax(const int* n, const zvx_complex8* x, const int* incx) { return iamax<c8>(*n, CC8(x), *incx); }
 ZVX_EXPORT int izamax(const int* n, const zvx_complex16* x, const int* incx) { return iamax<c16>(*n, CC16(x), *incx); }
 ZVX_EXPORT int isamin(const int* n, const float* x, const int* incx) { return iamin<float>(*n, x, *incx); }

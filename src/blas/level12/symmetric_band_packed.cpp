@@ -353,8 +353,24 @@ GBMV(zgbmv, c16, zvx_complex16)
     rank_update<T, herm, false>(full_store<T>{P<T>(a), *lda, *n, is_letter(uplo, 'U')}, *n,            \
                                 from_real<T>(*alpha), P<T>(x), *incx, nullptr, 0);                   \
   }
-SYR(ssyr, float, float, float, false)
-SYR(dsyr, double, double, double, false)
+namespace zvx::blas12::entry {
+void syr(const char* uplo, int n, float alpha, const float* x, int incx, float* a, int lda) {
+  rank_update<float, false, false>(full_store<float>{a, lda, n, is_upper(uplo)}, n, alpha, x, incx,
+                                   nullptr, 0);
+}
+void syr(const char* uplo, int n, double alpha, const double* x, int incx, double* a, int lda) {
+  rank_update<double, false, false>(full_store<double>{a, lda, n, is_upper(uplo)}, n, alpha, x,
+                                    incx, nullptr, 0);
+}
+}  // namespace zvx::blas12::entry
+ZVX_EXPORT void ssyr(const char* uplo, const int* n, const float* alpha, const float* x,
+                     const int* incx, float* a, const int* lda) {
+  entry::syr(uplo, *n, *alpha, x, *incx, a, *lda);
+}
+ZVX_EXPORT void dsyr(const char* uplo, const int* n, const double* alpha, const double* x,
+                     const int* incx, double* a, const int* lda) {
+  entry::syr(uplo, *n, *alpha, x, *incx, a, *lda);
+}
 SYR(cher, c8, zvx_complex8, float, true)
 SYR(zher, c16, zvx_complex16, double, true)
 

@@ -24,7 +24,7 @@ constexpr int cross_scratch_alignment = 128;
 template <class T>
 void cross_product(const int* k, const int* n, const T* a, const T* b, T* c) {
   const int kk = *k, nn = *n;
-  const int serial = in_serial();
+  const int serial = zvx::serial_policy();
   const int p = serial == 1 ? 2 : omp_get_max_threads() + 1;
   const int chunk = kk / p;
   const long nn2 = static_cast<long>(nn) * nn;
@@ -32,7 +32,7 @@ void cross_product(const int* k, const int* n, const T* a, const T* b, T* c) {
     return i == p - 1 ? kk - (p - 1) * chunk : std::min(chunk, kk - i * chunk);
   };
   T* scratch = static_cast<T*>(
-      zvx_allocate(static_cast<unsigned>(nn2 * p * sizeof(T)), cross_scratch_alignment));
+      zvx::scratch_allocate(static_cast<unsigned>(nn2 * p * sizeof(T)), cross_scratch_alignment));
   if (scratch == nullptr && nn2 > 0) {
     // No scratch: the same pieces go straight into C, each added to the sum so far.
     for (int i = 0; i < p; ++i)
@@ -55,7 +55,7 @@ void cross_product(const int* k, const int* n, const T* a, const T* b, T* c) {
     const T* s = scratch + i * nn2;
     for (long e = 0; e < nn2; ++e) c[e] += s[e];
   }
-  zvx_deallocate(scratch);
+  zvx::scratch_free(scratch);
 }
 
 }  // namespace

@@ -43,4 +43,17 @@ ZVX_GEMM_ENGINE_CALL(c, zvx_complex8)
 ZVX_GEMM_ENGINE_CALL(z, zvx_complex16)
 #undef ZVX_GEMM_ENGINE_CALL
 
+// The threaded GEMM frame of each type (gemm_omp.cpp), the body of the published entries: the
+// level-3 operations call it for their large rectangles, so that no other library's gemm can
+// stand in for it.
+#define ZVX_GEMM_THREADED(T)                                                                    \
+  void gemm_threaded(const char* transa, const char* transb, const int* m, const int* n,       \
+                     const int* k, const T* alpha, const T* a, const int* lda, const T* b,     \
+                     const int* ldb, const T* beta, T* c, const int* ldc);
+ZVX_GEMM_THREADED(float)
+ZVX_GEMM_THREADED(double)
+ZVX_GEMM_THREADED(zvx_complex8)
+ZVX_GEMM_THREADED(zvx_complex16)
+#undef ZVX_GEMM_THREADED
+
 }  // namespace zvx

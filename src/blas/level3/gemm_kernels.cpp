@@ -27,7 +27,7 @@
 #include "blas/level3/gemm_transpose.h"
 #include "blas/level3/gemm_tuning.h"
 #include "common/options.h"
-#include "zvx_service.h"
+#include "service/service.h"
 
 namespace ZVX_ISA_NS {
 namespace {
@@ -773,15 +773,15 @@ template <class R, int E>
                               int lda, const R* b, int ldb, const R* beta, R* c, int ldc,
                               bool alpha_folded) {
   using Z = scratch_sizes<R, E>;
-  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
-  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
+  R* pa = static_cast<R*>(zvx::scratch_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
+  R* pb = static_cast<R*>(zvx::scratch_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
   if (pa && pb)
     driver<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, pa, pb, nullptr,
                  alpha_folded);
   else
     direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-  zvx_deallocate(pb);
-  zvx_deallocate(pa);
+  zvx::scratch_free(pb);
+  zvx::scratch_free(pa);
 }
 
 // Short, wide products: a C of few rows (below one row tile) fills the row tiles poorly, a row
@@ -819,9 +819,9 @@ template <class R, int E>
   // its columns start on cache lines, as staged C's do.
   const int chunk = std::min(n, t.mb);
   const index_t lds = (chunk + line - 1) / line * line;
-  R* pa = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
-  R* pb = static_cast<R*>(zvx_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
-  R* s = static_cast<R*>(zvx_allocate(static_cast<unsigned>(lds * m * E * sizeof(R)), 128));
+  R* pa = static_cast<R*>(zvx::scratch_allocate(static_cast<unsigned>(Z::a * sizeof(R)), 128));
+  R* pb = static_cast<R*>(zvx::scratch_allocate(static_cast<unsigned>(Z::b * sizeof(R)), 128));
+  R* s = static_cast<R*>(zvx::scratch_allocate(static_cast<unsigned>(lds * m * E * sizeof(R)), 128));
   if (pa && pb && s) {
     const bool one = beta[0] == R(1) && (E == 1 || beta[E - 1] == R(0));
     const bool zero = beta[0] == R(0) && (E == 1 || beta[E - 1] == R(0));
@@ -859,9 +859,9 @@ template <class R, int E>
   } else {
     direct<R, E>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   }
-  zvx_deallocate(s);
-  zvx_deallocate(pb);
-  zvx_deallocate(pa);
+  zvx::scratch_free(s);
+  zvx::scratch_free(pb);
+  zvx::scratch_free(pa);
 }
 
 // The wrapper of the real engines and of double complex: the direct tiles for small problems,
@@ -926,7 +926,7 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
   constexpr index_t piece_a = (Z::a + 63) / 64 * 64;
   constexpr index_t piece_b = (Z::b + 63) / 64 * 64;
   constexpr index_t total = piece_a + piece_b + Z::stage;
-  float* block = static_cast<float*>(zvx_allocate(static_cast<unsigned>(total * sizeof(float)), 128));
+  float* block = static_cast<float*>(zvx::scratch_allocate(static_cast<unsigned>(total * sizeof(float)), 128));
   // Staging pays for itself over several depth steps; a rank-k update whose whole depth is one
   // step would only copy C twice, outside the kernels that can overlap its memory traffic with
   // their products, and updates C in place.
@@ -936,7 +936,7 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
                      block + piece_a, staged ? block + piece_a + piece_b : nullptr, true);
   else
     direct<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-  zvx_deallocate(block);
+  zvx::scratch_free(block);
 }
 
 }  // namespace

@@ -105,34 +105,42 @@ inline void gemm_frame(const std::atomic<gemm_engine_fn<T>>& engine_ptr, const c
 
 }  // namespace
 
-ZVX_EXPORT void sgemm(const char* transa, const char* transb, const int* m, const int* n,
-                      const int* k, const float* alpha, const float* a, const int* lda,
-                      const float* b, const int* ldb, const float* beta, float* c,
-                      const int* ldc) {
-  gemm_frame<float>(zvx::gemm_engine_s_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
-                    c, ldc);
+namespace zvx {
+void gemm_threaded(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                   const float* alpha, const float* a, const int* lda, const float* b,
+                   const int* ldb, const float* beta, float* c, const int* ldc) {
+  gemm_frame<float>(gemm_engine_s_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
-
-ZVX_EXPORT void dgemm(const char* transa, const char* transb, const int* m, const int* n,
-                      const int* k, const double* alpha, const double* a, const int* lda,
-                      const double* b, const int* ldb, const double* beta, double* c,
-                      const int* ldc) {
-  gemm_frame<double>(zvx::gemm_engine_d_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
-                     c, ldc);
+void gemm_threaded(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                   const double* alpha, const double* a, const int* lda, const double* b,
+                   const int* ldb, const double* beta, double* c, const int* ldc) {
+  gemm_frame<double>(gemm_engine_d_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c,
+                     ldc);
 }
-
-ZVX_EXPORT void cgemm(const char* transa, const char* transb, const int* m, const int* n,
-                      const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
-                      const int* lda, const zvx_complex8* b, const int* ldb,
-                      const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
-  gemm_frame<zvx_complex8>(zvx::gemm_engine_c_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb,
-                           beta, c, ldc);
+void gemm_threaded(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                   const zvx_complex8* alpha, const zvx_complex8* a, const int* lda,
+                   const zvx_complex8* b, const int* ldb, const zvx_complex8* beta,
+                   zvx_complex8* c, const int* ldc) {
+  gemm_frame<zvx_complex8>(gemm_engine_c_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta,
+                           c, ldc);
 }
-
-ZVX_EXPORT void zgemm(const char* transa, const char* transb, const int* m, const int* n,
-                      const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
-                      const int* lda, const zvx_complex16* b, const int* ldb,
-                      const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
-  gemm_frame<zvx_complex16>(zvx::gemm_engine_z_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+void gemm_threaded(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                   const zvx_complex16* alpha, const zvx_complex16* a, const int* lda,
+                   const zvx_complex16* b, const int* ldb, const zvx_complex16* beta,
+                   zvx_complex16* c, const int* ldc) {
+  gemm_frame<zvx_complex16>(gemm_engine_z_ptr, transa, transb, m, n, k, alpha, a, lda, b, ldb,
                             beta, c, ldc);
 }
+}  // namespace zvx
+
+#define ZVX_GEMM_ENTRY(name, T)                                                                  \
+  ZVX_EXPORT void name(const char* transa, const char* transb, const int* m, const int* n,       \
+                       const int* k, const T* alpha, const T* a, const int* lda, const T* b,     \
+                       const int* ldb, const T* beta, T* c, const int* ldc) {                    \
+    zvx::gemm_threaded(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);            \
+  }
+ZVX_GEMM_ENTRY(sgemm, float)
+ZVX_GEMM_ENTRY(dgemm, double)
+ZVX_GEMM_ENTRY(cgemm, zvx_complex8)
+ZVX_GEMM_ENTRY(zgemm, zvx_complex16)
+#undef ZVX_GEMM_ENTRY

@@ -70,32 +70,6 @@ inline void gemm_serial(const char* ta, const char* tb, int m, int n, int k, zvx
   zvx::gemm_engine_z(ta, tb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
 }
 
-// The public threaded GEMM frame of the type, arguments by pointer as published.
-inline void gemm_threaded(const char* ta, const char* tb, const int* m, const int* n,
-                          const int* k, const float* alpha, const float* a, const int* lda,
-                          const float* b, const int* ldb, const float* beta, float* c,
-                          const int* ldc) {
-  sgemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
-inline void gemm_threaded(const char* ta, const char* tb, const int* m, const int* n,
-                          const int* k, const double* alpha, const double* a, const int* lda,
-                          const double* b, const int* ldb, const double* beta, double* c,
-                          const int* ldc) {
-  dgemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
-inline void gemm_threaded(const char* ta, const char* tb, const int* m, const int* n,
-                          const int* k, const zvx_complex8* alpha, const zvx_complex8* a,
-                          const int* lda, const zvx_complex8* b, const int* ldb,
-                          const zvx_complex8* beta, zvx_complex8* c, const int* ldc) {
-  cgemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
-inline void gemm_threaded(const char* ta, const char* tb, const int* m, const int* n,
-                          const int* k, const zvx_complex16* alpha, const zvx_complex16* a,
-                          const int* lda, const zvx_complex16* b, const int* ldb,
-                          const zvx_complex16* beta, zvx_complex16* c, const int* ldc) {
-  zgemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
-
 // Below this order in every dimension a frame runs the serial engine: a fork costs more.
 constexpr int frame_serial_limit = 16;
 

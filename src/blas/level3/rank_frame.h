@@ -18,7 +18,7 @@ void rank_frame(Engine engine, const char* uplo, const char* trans, const int* n
                 const S* beta, T* c, const int* ldc) {
   constexpr bool herm = kind == 1 || kind == 3;
   constexpr bool two = kind >= 2;
-  if (in_serial() == 1) {
+  if (zvx::serial_policy() == 1) {
     engine(n, a, b, beta, c);
     return;
   }

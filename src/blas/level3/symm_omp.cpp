@@ -17,7 +17,7 @@ template <class T>
 void symm_frame(multiply_engine<T> engine, const char* side, const char* uplo, const int* m,
                 const int* n, const T* alpha, const T* a, const int* lda, const T* b,
                 const int* ldb, const T* beta, T* c, const int* ldc) {
-  if (in_serial() == 1) {
+  if (zvx::serial_policy() == 1) {
     engine(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }

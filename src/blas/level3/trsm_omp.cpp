@@ -13,7 +13,7 @@ template <class T>
 void trsm_frame(const char* side, const char* uplo, const char* transa, const char* diag,
                  const int* m, const int* n, const T* alpha, const T* a, const int* lda, T* b,
                  const int* ldb) {
-  if (in_serial() == 1) {
+  if (zvx::serial_policy() == 1) {
     trsm_engine<T>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
     return;
   }
