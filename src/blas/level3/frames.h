@@ -1,16 +1,16 @@
 // What the threaded frames of symm, hemm, the rank updates, trmm and trsm share: the test before
 // a fork and the region that cuts the dimension that is not the order of A into pieces.
 //
-// A frame's pieces are the runtime's thread count; piece i starts at i * chunk, the last piece
-// takes the rest, and an empty piece's offset is capped at the last row (column) so that its
-// pointers stay inside the arrays. The region is not forced to that many threads: a thread may
-// take several pieces, and a runtime that declines to fork runs them all on the caller.
+// A frame's pieces are the runtime's thread count, cut by piece_of (pieces.h). The region is not
+// forced to that many threads: a thread may take several pieces, and a runtime that declines to
+// fork runs them all on the caller.
 #pragma once
 #include <omp.h>
 
 #include <algorithm>
 
 #include "blas/level3/operations.h"
+#include "blas/level3/pieces.h"
 
 namespace zvx::l3ops {
 
@@ -26,13 +26,10 @@ inline int frame_threads() {
 // with chunk 1.
 template <class Piece>
 void split_region(int nt, int dim, Piece piece) {
-  const int chunk = dim / nt;
 #pragma omp parallel for schedule(static, 1)
   for (int i = 0; i < nt; ++i) {
-    int off = i * chunk;
-    const int size = i < nt - 1 ? chunk : std::max(dim - off, 0);
-    off = std::max(std::min(off, dim - 1), 0);
-    piece(off, size);
+    const zvx::piece p = piece_of(i, nt, dim);
+    piece(p.offset, p.size);
   }
 }
 

@@ -19,6 +19,7 @@
 #include <algorithm>
 
 #include "blas/level3/gemm_engine.h"
+#include "blas/level3/pieces.h"
 #include "service/service.h"
 #include "zvx_blas3.h"
 
@@ -44,24 +45,18 @@ template <class T>
     return;
   }
   if (mm > nn) {
-    const int chunk = mm / nt;
     const bool rows_of_a = zvx::is_no_transpose(transa);  // the rows of op(A) are rows of a
 #pragma omp parallel for schedule(static, 1)
     for (int i = 0; i < nt; ++i) {
-      int off = i * chunk;
-      const int piece = i < nt - 1 ? chunk : std::max(mm - off, 0);
-      off = std::min(off, mm - 1);
+      const auto [off, piece] = zvx::piece_of(i, nt, mm);
       const T* ap = rows_of_a ? a + off : a + off * la;
       engine(transa, transb, &piece, n, k, alpha, ap, lda, b, ldb, beta, c + off, ldc);
     }
   } else {
-    const int chunk = nn / nt;
     const bool cols_of_b = zvx::is_no_transpose(transb);  // the columns of op(B) are columns of b
 #pragma omp parallel for schedule(static, 1)
     for (int i = 0; i < nt; ++i) {
-      int off = i * chunk;
-      const int piece = i < nt - 1 ? chunk : std::max(nn - off, 0);
-      off = std::min(off, nn - 1);
+      const auto [off, piece] = zvx::piece_of(i, nt, nn);
       const T* bp = cols_of_b ? b + off * lb : b + off;
       engine(transa, transb, m, &piece, k, alpha, a, lda, bp, ldb, beta, c + off * lc, ldc);
     }

@@ -62,8 +62,7 @@ void rank_frame(Engine engine, const char* uplo, const char* trans, const int* n
   auto rows = [&](const T* x, long ldx, int off) { return notrans ? x + off : x + off * ldx; };
 #pragma omp parallel for schedule(static, 1)
   for (int i = 0; i < nt; ++i) {
-    const int off = i * chunk;
-    const int size = i < nt - 1 ? chunk : std::max(nn - off, 0);
+    const auto [off, size] = piece_of(i, nt, nn);
     engine(&size, rows(a, la, off), two ? rows(b, lb, off) : nullptr, beta_e,
            c + off + off * lc);
   }
