@@ -3,24 +3,12 @@
 // one call. The strip keeps y (not transposed) or x (transposed) in the first-level cache across
 // all the columns.
 #include "blas/level12/level12.h"
+#include "blas/level12/tuning.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 
 namespace zvx::blas12 {
 namespace {
-
-constexpr int strip_rows = 64;
-
-// Which double kernel serves unit increments: the staircase keeps the prefetching kernel away
-// from tall narrow matrices, whose strips are few and columns short.
-bool dgemv_n_small(long m, long n) {
-  return n < 150 && m > 249 &&
-         (n < 61 || (m < 701 && (n < 71 || (m < 601 && (n < 91 || (m < 501 && (n < 111 || (m < 401 && (n < 131 || m < 301)))))))));
-}
-bool dgemv_t_small(long m, long n) {
-  return n < 125 && m > 274 &&
-         (n < 61 || (m < 801 && (n < 76 || (m < 651 && (n < 91 || (m < 551 && (n < 106 || m < 401 || m < 451)))))));
-}
 
 // Strided kernels, not transposed: two columns a pass, y(i) = a(i,j) t1 + y(i) + a(i,j+1) t2.
 template <class T>

@@ -1,5 +1,5 @@
 // Level-1 BLAS: one template per operation for s, d, c and z. Each entry has a unit-stride path
-// (the vector kernels of kernels_simd.cpp) and a general path that starts a negative increment at
+// (the vector kernels of kernels_level1.cpp) and a general path that starts a negative increment at
 // x + (1 - n) * incx and walks by incx. No entry checks its arguments; n below 1 returns at once,
 // with 0 from the functions.
 #include <cfloat>

@@ -2,14 +2,12 @@
 // panels at its own speed and a small kernel does each block in the first-level cache. trmv uses
 // blocks of 64, trsv blocks of 32.
 #include "blas/level12/level12.h"
+#include "blas/level12/tuning.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 
 namespace zvx::blas12 {
 namespace {
-
-constexpr int trmv_block = 64;
-constexpr int trsv_block = 32;
 
 // Pointer argument for the part of a vector that holds logical elements [start, start + len):
 // with a negative increment it is the element lowest in memory, as the callee expects.

@@ -23,7 +23,7 @@
 #include <utility>
 
 #include "blas/level3/gemm_isa.h"
-#include "blas/level3/gemm_simd.h"
+#include "common/simd.h"
 #include "blas/level3/gemm_transpose.h"
 #include "blas/level3/gemm_tuning.h"
 #include "common/options.h"

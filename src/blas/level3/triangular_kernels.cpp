@@ -9,7 +9,7 @@
 #include <utility>
 
 #if ZVX_ISA_LEVEL >= 1
-#include "blas/level3/gemm_simd.h"
+#include "common/simd.h"
 #endif
 
 namespace zvx::l3ops::ZVX_ISA_NS {

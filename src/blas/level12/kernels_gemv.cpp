@@ -1,0 +1,528 @@
+// Matrix-vector kernels, real and complex, not transposed and transposed, unit increments: the
+// strips, column groups and walks under gemv, and the rows after the strips.
+#include "blas/level12/kernels_isa.h"
+
+namespace zvx::blas12::ZVX_ISA_NS {
+
+// y(0:m) += A * (alpha * x) for one block of rows: y is kept in R registers while the columns
+// stream past, two columns a pass, as y = a1 * t1 + y + a2 * t2. With 64-byte vectors the pass
+// stays a loop rather than being unrolled over the chunk: the short loop measured faster from the
+// last-level cache than the straight-line chunk (with narrower vectors it measured slower).
+template <class T, int R>
+inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  V<T> acc[R];
+  for (int r = 0; r < R; ++r) acc[r] = ld(y + r * w);
+  long j = 0;
+  auto pair = [&](long j) __attribute__((always_inline)) {
+    const T* a1 = a + j * lda;
+    const T* a2 = a1 + lda;
+    if (prefetch) {
+      __builtin_prefetch(a1 + gemv_prefetch_rows<T>, 0, 0);
+      __builtin_prefetch(a2 + gemv_prefetch_rows<T>, 0, 0);
+    }
+    const V<T> t1 = bc(x[j] * alpha), t2 = bc(x[j + 1] * alpha);
+    for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a2 + r * w), t2, vfma(ld(a1 + r * w), t1, acc[r]));
+  };
+  if constexpr (vector_bytes == 64) {
+#pragma GCC unroll 1
+    for (; j + 2 <= n; j += 2) pair(j);
+  } else {
+    for (; j + 2 <= n; j += 2) pair(j);
+  }
+  if (j < n) {
+    const T* a1 = a + j * lda;
+    const V<T> t1 = bc(x[j] * alpha);
+    for (int r = 0; r < R; ++r) acc[r] = vfma(ld(a1 + r * w), t1, acc[r]);
+  }
+  for (int r = 0; r < R; ++r) st(y + r * w, acc[r]);
+}
+
+template <class T> void rest_sums(long m, long n, const T* a, long lda, const T* x, T* sum);
+template <class T> void rest_finish(long m, T alpha, const T* sum, T* y);
+
+// The not transposed strips: rows are independent, so the kernel takes all strips of the call
+// at once and walks them chunk of columns by chunk of columns, in blocks of R vectors of rows.
+template <class T, int R>
+void gemv_n_walk(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr long chunk = gemv_column_chunk_of<T>;
+  static_assert(chunk % 2 == 0, "column pairs must not straddle chunks");
+  // Sums of the rest rows (fewer than a strip), sized for the widest block rest_sums may touch.
+  alignas(64) T sum[std::max<long>(strip_rows, 8 * w)] = {};
+  for (long jc = 0; jc < n; jc += chunk) {
+    const long jn = std::min(chunk, n - jc);
+    const T* ac = a + jc * lda;
+    const T* xc = x + jc;
+    long i = 0;
+    // Prefetch only where the column goes on beyond the distance.
+    for (; i + R * w <= m; i += R * w)
+      gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows<T>);
+    for (; i + 4 * w <= m; i += 4 * w)
+      gemv_n_block<T, 4>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows<T>);
+    for (; i + w <= m; i += w) gemv_n_block<T, 1>(jn, alpha, ac + i, lda, xc, y + i, false);
+    for (; i < m; ++i) {
+      T s = y[i];
+      long j = 0;
+      for (; j + 2 <= jn; j += 2)
+        s = sfma(ac[i + (j + 1) * lda], xc[j + 1] * alpha, sfma(ac[i + j * lda], xc[j] * alpha, s));
+      if (j < jn) s = sfma(ac[i + j * lda], xc[j] * alpha, s);
+      y[i] = s;
+    }
+    if (rest > 0) rest_sums<T>(rest, jn, ac + m, lda, xc, sum);
+  }
+  if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
+}
+
+// G columns j .. j + G - 1 of the single-precision walk, over all strip rows. Each element of y
+// takes the columns' updates one after another, as a plain walk would.
+template <class T, int G>
+inline void sgemv_n_group_walk(long m, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr int S = std::max<int>(1, (int)(sgemv_n_step_bytes / vector_bytes));
+  constexpr long ahead = sgemv_n_prefetch_bytes / (long)sizeof(T);
+  const T* col[G];
+  V<T> t[G];
+  for (int k = 0; k < G; ++k) {
+    col[k] = a + k * lda;
+    t[k] = bc(x[k] * alpha);
+  }
+  // The strip rows are a multiple of 64, so whole steps cover them.
+  static_assert(strip_rows % (S * w) == 0, "a step must divide the strip");
+  auto walk = [&](auto with_requests) __attribute__((always_inline)) {
+    for (long i = 0; i < m; i += S * w) {
+      V<T> acc[S];
+      for (int s = 0; s < S; ++s) acc[s] = ld(y + i + s * w);
+      for (int k = 0; k < G; ++k) {
+        if constexpr (decltype(with_requests)::value)
+          for (long b = 0; b < S * w; b += 64 / (long)sizeof(T))
+            _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_T1);
+        for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
+      }
+      for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
+    }
+  };
+  if (prefetch) walk(std::true_type{});
+  else walk(std::false_type{});
+}
+
+// The rest rows (fewer than a strip) take their sums block by block of columns, right after the
+// block's groups have streamed the lines around them.
+template <class T>
+void sgemv_n_columns(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int G = sgemv_n_group;
+  constexpr long block = sgemv_n_rest_block;
+  static_assert(block % G == 0, "groups must not straddle blocks");
+  alignas(64) T sum[std::max<long>(strip_rows, 8 * W<T>)] = {};
+  const bool prefetch = (double)(m + rest) * (double)n * sizeof(T) > (double)sgemv_n_memory_bytes;
+  for (long jb = 0; jb < n; jb += block) {
+    const long jn = std::min(block, n - jb);
+    const T* ab = a + jb * lda;
+    const T* xb = x + jb;
+    long j = 0;
+    for (; j + G <= jn; j += G) sgemv_n_group_walk<T, G>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch);
+    switch (jn - j) {
+      case 3: sgemv_n_group_walk<T, 3>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      case 2: sgemv_n_group_walk<T, 2>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      case 1: sgemv_n_group_walk<T, 1>(m, alpha, ab + j * lda, lda, xb + j, y, prefetch); break;
+      default: break;
+    }
+    if (rest > 0) rest_sums<T>(rest, jn, ab + m, lda, xb, sum);
+  }
+  if (rest > 0) rest_finish<T>(rest, alpha, sum, y + m);
+}
+
+// Single precision: tall matrices that fit the last-level cache keep the chunk walk with its
+// prefetch a page ahead (order 2,000: 0.87 of the group walk's time, with or without the group
+// walk's requests); the rest take the group walk.
+template <class T>
+void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  if constexpr (sizeof(T) == 4) {
+    const bool in_cache = (double)(m + rest) * (double)n * sizeof(T) <= (double)sgemv_n_memory_bytes;
+    if (!(prefetch && in_cache && m > gemv_prefetch_rows<T>)) {
+      sgemv_n_columns<T>(m, rest, n, alpha, a, lda, x, y);
+      return;
+    }
+  }
+  gemv_n_walk<T, gemv_n_register_vectors>(m, rest, n, alpha, a, lda, x, y, prefetch);
+}
+
+
+
+// The dots of C <= W columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
+// full strip unless `short_strip`), reduced together: lane k of the result is the dot of column k.
+// Column k is at base[k / 4] + (k % 4) * lda, four columns per base register, so that the addresses
+// of up to sixteen columns fit in the general registers; every x vector serves all C columns.
+template <class T, int C, bool short_strip>
+__attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base_in, long ld1, long ld3, const T* x,
+                                                       long rows) {
+  constexpr int w = W<T>;
+  constexpr int nv = strip_rows / w;
+  constexpr int bases = (C + 3) / 4;
+  // With fewer columns than lanes the spare accumulators take the odd vectors of the strip, so
+  // that the additions of one column don't wait on each other.
+  constexpr int chains = 2 * C <= w ? 2 : 1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = base_in[b];
+  V<T> acc[w] = {};
+#pragma GCC unroll 32
+  for (int v = 0; v < nv; ++v) {
+    if (short_strip && v * w >= rows) continue;
+    const long count = short_strip ? rows - v * w : w;
+    // Opaque bases: otherwise the compiler keeps one pointer per column alive across the strip
+    // and, short of registers, loads each address back from the stack.
+    for (int b = 0; b < bases; ++b) __asm__("" : "+r"(base[b]));
+    auto column = [&](int k) {
+      const char* p = base[k / 4] + v * w * (long)sizeof(T);
+      switch (k % 4) {
+        case 0: return reinterpret_cast<const T*>(p);
+        case 1: return reinterpret_cast<const T*>(p + ld1);
+        case 2: return reinterpret_cast<const T*>(p + 2 * ld1);
+        default: return reinterpret_cast<const T*>(p + ld3);
+      }
+    };
+    const int set = chains == 2 ? (v & 1) * C : 0;
+    if (!short_strip || count >= w) {
+      const V<T> xv = ld(x + v * w);
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k) acc[set + k] = vfma(ld(column(k)), xv, acc[set + k]);
+    } else {
+      const V<T> xv = ld_part(x + v * w, count);
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k) acc[set + k] = vfma(ld_part(column(k), count), xv, acc[set + k]);
+    }
+  }
+  if constexpr (chains == 2)
+#pragma GCC unroll 16
+    for (int k = 0; k < C; ++k) acc[k] += acc[C + k], acc[C + k] = V<T>{};
+  return reduce_lanes<T>(acc);
+}
+
+// y(j:j+C) += alpha * A(0:m, j:j+C)' * x for C <= W columns, walked down all strips (C
+// sequential streams). Each strip's C dots are added to y before the next strip, in the order of
+// the strips, the rows after the last full strip being a last, short strip; y stays in a register
+// across the strips.
+template <class T, int C>
+__attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long lda, const T* x, T* y,
+                                              bool prefetch) {
+  constexpr int w = W<T>;
+  constexpr int bases = (C + 3) / 4;
+  const V<T> va = bc(alpha);
+  V<T> yv = C == w ? ld(y) : ld_part(y, C);
+  const long ld1 = lda * (long)sizeof(T), ld3 = 3 * ld1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
+  long i0 = 0;
+  for (; i0 + strip_rows <= m; i0 += strip_rows) {
+    if (prefetch && m - i0 > gemv_prefetch_rows<T>)
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k)
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(T);
+  }
+  if (i0 < m) yv = vfma(va, gemv_t_strip<T, C, true>(base, ld1, ld3, x + i0, m - i0), yv);
+  if constexpr (C == w) st(y, yv);
+  else st_part(y, yv, C);
+}
+
+// Columns left after the groups of W: groups of W/2, W/4, ..., 1 as they fit.
+template <class T, int C>
+inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  if constexpr (C >= 1) {
+    if (n >= C) {
+      gemv_t_columns<T, C>(m, alpha, a, lda, x, y, prefetch);
+      a += C * lda;
+      y += C;
+      n -= C;
+    }
+    gemv_t_tail<T, C / 2>(m, n, alpha, a, lda, x, y, prefetch);
+  }
+}
+
+template <class T>
+void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+  constexpr int w = W<T>;
+  long j = 0;
+  for (; j + w <= n; j += w) gemv_t_columns<T, w>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
+  gemv_t_tail<T, w / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
+}
+
+// Rows left after the strips (fewer than 64): sums over the columns, kept in a buffer so that the
+// not transposed kernel can carry them along its chunks of columns, and alpha applied to each
+// finished sum. Up to eight vectors of rows at once, the last one partial; with few vectors the
+// even and odd columns go to separate sums, so that the additions don't wait on each other.
+template <class T, int NV>
+inline void rest_accumulate(long rows, long n, const T* a, long lda, const T* x, T* sum) {
+  constexpr int w = W<T>;
+  constexpr int sets = NV <= 4 ? 2 : 1;
+  const long last = rows - (NV - 1) * w;
+  V<T> s[sets][NV] = {};
+  for (int v = 0; v < NV - 1; ++v) s[0][v] = ld(sum + v * w);
+  s[0][NV - 1] = ld_part(sum + (NV - 1) * w, last);
+  long j = 0;
+  for (; j + sets <= n; j += sets)
+    for (int c = 0; c < sets; ++c) {
+      const V<T> xv = bc(x[j + c]);
+      const T* col = a + (j + c) * lda;
+      for (int v = 0; v < NV - 1; ++v) s[c][v] = vfma(ld(col + v * w), xv, s[c][v]);
+      s[c][NV - 1] = vfma(ld_part(col + (NV - 1) * w, last), xv, s[c][NV - 1]);
+    }
+  for (; j < n; ++j) {
+    const V<T> xv = bc(x[j]);
+    const T* col = a + j * lda;
+    for (int v = 0; v < NV - 1; ++v) s[0][v] = vfma(ld(col + v * w), xv, s[0][v]);
+    s[0][NV - 1] = vfma(ld_part(col + (NV - 1) * w, last), xv, s[0][NV - 1]);
+  }
+  if constexpr (sets == 2)
+    for (int v = 0; v < NV; ++v) s[0][v] += s[1][v];
+  for (int v = 0; v < NV - 1; ++v) st(sum + v * w, s[0][v]);
+  st_part(sum + (NV - 1) * w, s[0][NV - 1], last);
+}
+
+template <class T> void rest_sums(long m, long n, const T* a, long lda, const T* x, T* sum) {
+  constexpr int w = W<T>;
+  for (long i = 0; i < m; i += 8 * w) {
+    const long rows = std::min<long>(8 * w, m - i);
+    const T* ai = a + i;
+    T* si = sum + i;
+    switch ((rows + w - 1) / w) {
+      case 1: rest_accumulate<T, 1>(rows, n, ai, lda, x, si); break;
+      case 2: rest_accumulate<T, 2>(rows, n, ai, lda, x, si); break;
+      case 3: rest_accumulate<T, 3>(rows, n, ai, lda, x, si); break;
+      case 4: rest_accumulate<T, 4>(rows, n, ai, lda, x, si); break;
+      case 5: rest_accumulate<T, 5>(rows, n, ai, lda, x, si); break;
+      case 6: rest_accumulate<T, 6>(rows, n, ai, lda, x, si); break;
+      case 7: rest_accumulate<T, 7>(rows, n, ai, lda, x, si); break;
+      default: rest_accumulate<T, 8>(rows, n, ai, lda, x, si); break;
+    }
+  }
+}
+
+template <class T> void rest_finish(long m, T alpha, const T* sum, T* y) {
+  for (long i = 0; i < m; ++i) y[i] = sfma(alpha, sum[i], y[i]);
+}
+
+// y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns.
+template <class R, int B>
+inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
+  constexpr int w = W<R>;
+  const V<R> sign = alternating_sign<R>();
+  V<R> acc[B];
+  for (int b = 0; b < B; ++b) acc[b] = ld(y + b * w);
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(t[j].real), ti = bc(t[j].imag) * sign;
+    const R* col = &a[j * lda].real;
+    for (int b = 0; b < B; ++b) {
+      V<R> v = ld(col + b * w);
+      in_register(v);
+      acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
+    }
+  }
+  for (int b = 0; b < B; ++b) st(y + b * w, acc[b]);
+}
+
+template <class R>
+void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+  constexpr int w = W<R>;
+  constexpr int B = gemv_n_register_vectors;
+  const long len = 2 * m;
+  R* yr = &y->real;
+  complex_t<R> t[gemv_column_chunk];
+  for (long jc = 0; jc < n; jc += gemv_column_chunk) {
+    const long jn = std::min(gemv_column_chunk, n - jc);
+    for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
+    const complex_t<R>* ac = a + jc * lda;
+    long i = 0;
+    for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B>(jn, t, ac + i / 2, lda, yr + i);
+    for (; i + w <= len; i += w) cgemv_n_block<R, 1>(jn, t, ac + i / 2, lda, yr + i);
+    for (long k = i / 2; k < m; ++k) {
+      complex_t<R> s = y[k];
+      for (long j = 0; j < jn; ++j) s += ac[k + j * lda] * t[j];
+      y[k] = s;
+    }
+  }
+}
+
+// Rows after the strips, not transposed: sums over the columns of A(i, j) x(j) for up to eight
+// vectors of rows, the last one partial, then y(i) += alpha * sum.
+template <class R, int NV>
+inline void cgemv_rest_block(long len, long n, complex_t<R> alpha, const R* a, long lda, const complex_t<R>* x, R* y) {
+  constexpr int w = W<R>;
+  const long last = len - (NV - 1) * w;
+  const V<R> sign = alternating_sign<R>();
+  V<R> s[NV] = {};
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(x[j].real), ti = bc(x[j].imag) * sign;
+    const R* col = a + 2 * j * lda;
+    for (int v = 0; v < NV; ++v) {
+      V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
+      in_register(c);
+      s[v] = vfma(ti, swap_pairs<R>(c), vfma(tr, c, s[v]));
+    }
+  }
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * sign;
+  for (int v = 0; v < NV; ++v) {
+    const long cnt = v < NV - 1 ? w : last;
+    const V<R> yv = ld_part(y + v * w, cnt);
+    st_part(y + v * w, vfma(ai, swap_pairs<R>(s[v]), vfma(ar, s[v], yv)), cnt);
+  }
+}
+
+template <class R>
+void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+  constexpr int w = W<R>;
+  const long len = 2 * m;
+  for (long i = 0; i < len; i += 8 * w) {
+    const long part = std::min<long>(8 * w, len - i);
+    const R* ai = &a->real + i;
+    R* yi = &y->real + i;
+    switch ((part + w - 1) / w) {
+      case 1: cgemv_rest_block<R, 1>(part, n, alpha, ai, lda, x, yi); break;
+      case 2: cgemv_rest_block<R, 2>(part, n, alpha, ai, lda, x, yi); break;
+      case 3: cgemv_rest_block<R, 3>(part, n, alpha, ai, lda, x, yi); break;
+      case 4: cgemv_rest_block<R, 4>(part, n, alpha, ai, lda, x, yi); break;
+      case 5: cgemv_rest_block<R, 5>(part, n, alpha, ai, lda, x, yi); break;
+      case 6: cgemv_rest_block<R, 6>(part, n, alpha, ai, lda, x, yi); break;
+      case 7: cgemv_rest_block<R, 7>(part, n, alpha, ai, lda, x, yi); break;
+      default: cgemv_rest_block<R, 8>(part, n, alpha, ai, lda, x, yi); break;
+    }
+  }
+}
+
+// The dots of C complex columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
+// full strip unless `short_strip`), as G = ceil(2C / W) vectors of interleaved sums: lanes 2k and
+// 2k + 1 of vector g are the real and imaginary part of column g * W/2 + k. Per column two sums:
+// A times x with the sign of the products of the imaginary parts folded into x (p), and A times
+// x with its parts exchanged, signed the same way (q); the signs are exact, so p reduces to the
+// real part and q to the imaginary part. Column k is at base[k / 4] + (k % 4) * lda, four columns
+// per base register, and every x vector serves all C columns.
+template <class R, int C, bool short_strip, size_t... G>
+__attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_strip(
+    const char* const* base_in, long ld1, long ld3, const R* x, long rows, bool conjugate_a,
+    std::index_sequence<G...>) {
+  constexpr int w = W<R>;
+  constexpr int nv = 2 * strip_rows / w;
+  constexpr int bases = (C + 3) / 4;
+  constexpr int groups = sizeof...(G);
+  const long len = 2 * rows;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = base_in[b];
+  // Unconjugated: re = ar xr - ai xi, im = ar xi + ai xr; conjugated: re = ar xr + ai xi,
+  // im = ar xi - ai xr.
+  const V<R> plus_minus = -alternating_sign<R>();  // (+1, -1, ...)
+  const V<R> p_sign = conjugate_a ? bc(R(1)) : plus_minus, q_sign = conjugate_a ? plus_minus : bc(R(1));
+  V<R> acc[groups * w] = {};
+#pragma GCC unroll 64
+  for (int v = 0; v < nv; ++v) {
+    if (short_strip && v * w >= len) continue;
+    const long count = short_strip ? len - v * w : w;
+    // Opaque bases: otherwise the compiler keeps one pointer per column alive across the strip.
+    for (int b = 0; b < bases; ++b) __asm__("" : "+r"(base[b]));
+    auto column = [&](int k) {
+      const char* p = base[k / 4] + v * w * (long)sizeof(R);
+      switch (k % 4) {
+        case 0: return reinterpret_cast<const R*>(p);
+        case 1: return reinterpret_cast<const R*>(p + ld1);
+        case 2: return reinterpret_cast<const R*>(p + 2 * ld1);
+        default: return reinterpret_cast<const R*>(p + ld3);
+      }
+    };
+    const bool full = !short_strip || count >= w;
+    V<R> xv = full ? ld(x + v * w) : ld_part(x + v * w, count);
+    in_register(xv);
+    V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
+    in_register(xp);
+    in_register(xq);
+#pragma GCC unroll 16
+    for (int k = 0; k < C; ++k) {
+      V<R> av = full ? ld(column(k)) : ld_part(column(k), count);
+      in_register(av);
+      acc[2 * k] = vfma(av, xp, acc[2 * k]);
+      acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
+    }
+  }
+  return {reduce_lanes<R>(acc + G * w)...};
+}
+
+// y(j:j+C) += alpha * op(A)(j:j+C, 0:m) * x for C columns, walked down all strips (C sequential
+// streams). Each strip's C sums are multiplied by alpha and added to y before the next strip, in
+// the order of the strips, the rows after the last full strip being a last, short strip; y stays
+// in registers across the strips.
+template <class R, int C>
+__attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const complex_t<R>* a, long lda,
+                                               const complex_t<R>* x, complex_t<R>* y, bool conjugate_a) {
+  constexpr int w = W<R>;
+  constexpr int bases = (C + 3) / 4;
+  constexpr int groups = (2 * C + w - 1) / w;
+  constexpr int last_lanes = 2 * C - (groups - 1) * w;  // lanes of y in the last vector
+  using seq = std::make_index_sequence<groups>;
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * alternating_sign<R>();
+  R* yr = &y->real;
+  V<R> yv[groups];
+  for (int g = 0; g < groups; ++g) yv[g] = g + 1 < groups || last_lanes == w ? ld(yr + g * w) : ld_part(yr + g * w, last_lanes);
+  const R* xr = &x->real;
+  const long ld1 = lda * (long)sizeof(complex_t<R>), ld3 = 3 * ld1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
+  auto add = [&](const std::array<V<R>, groups>& s) {
+    for (int g = 0; g < groups; ++g) {
+      const V<R> product = vfma(ai, swap_pairs<R>(s[g]), ar * s[g]);
+      yv[g] += product;
+    }
+  };
+  long i0 = 0;
+  for (; i0 + strip_rows <= m; i0 += strip_rows) {
+    if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k)
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    add(cgemv_t_strip<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, seq{}));
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(complex_t<R>);
+  }
+  if (i0 < m) add(cgemv_t_strip<R, C, true>(base, ld1, ld3, xr + 2 * i0, m - i0, conjugate_a, seq{}));
+  for (int g = 0; g < groups; ++g)
+    if (g + 1 < groups || last_lanes == w) st(yr + g * w, yv[g]);
+    else st_part(yr + g * w, yv[g], last_lanes);
+}
+
+// Columns left after the full passes: groups of half as many, a quarter, ..., 1 as they fit.
+template <class R, int C>
+inline void cgemv_t_tail(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
+                         bool conjugate_a) {
+  if constexpr (C >= 1) {
+    if (n >= C) {
+      cgemv_t_columns<R, C>(m, alpha, a, lda, x, y, conjugate_a);
+      a += C * lda;
+      y += C;
+      n -= C;
+    }
+    cgemv_t_tail<R, C / 2>(m, n, alpha, a, lda, x, y, conjugate_a);
+  }
+}
+
+template <class R>
+void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
+             bool conjugate_a) {
+  constexpr int cols = cgemv_t_columns_per_pass(vector_bytes);
+  long j = 0;
+  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+}
+
+template void gemv_n<float>(long, long, long, float, const float*, long, const float*, float*, bool);
+template void gemv_n<double>(long, long, long, double, const double*, long, const double*, double*, bool);
+template void gemv_t<float>(long, long, float, const float*, long, const float*, float*, bool);
+template void gemv_t<double>(long, long, double, const double*, long, const double*, double*, bool);
+#define ZVX_CGEMV(R)                                                                               \
+  template void cgemv_n<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
+                           complex_t<R>*);                                                         \
+  template void cgemv_rest_n<R>(long, long, complex_t<R>, const complex_t<R>*, long,               \
+                                const complex_t<R>*, complex_t<R>*);                               \
+  template void cgemv_t<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
+                           complex_t<R>*, bool);
+ZVX_CGEMV(float)
+ZVX_CGEMV(double)
+#undef ZVX_CGEMV
+
+}  // namespace zvx::blas12::ZVX_ISA_NS

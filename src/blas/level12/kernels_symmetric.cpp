@@ -1,0 +1,359 @@
+// Symmetric and Hermitian multiply sweeps with unit increments: groups of four columns walk the
+// rows together, each element outside the diagonal blocks read once and serving twice.
+#include "blas/level12/kernels_isa.h"
+
+namespace zvx::blas12::ZVX_ISA_NS {
+
+// Symmetric multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, each
+// group over exactly the rows it would take alone: rows [j + 4g + 4, n) of group g in the lower
+// triangle, [0, j + 4g) in the upper. Every row's update of y takes the groups in order, each
+// group's dots keep their rows and lanes, and each group's diagonal block and dots reach y where
+// the groups before it have updated those rows and the groups after it have not (lower: after the
+// walk, since no later group reaches them; upper: before the later groups take the rows between
+// j and their diagonal). So the results are those of the groups taken one after another, while
+// the walk keeps 4G columns streaming at once and reads and writes y once a row for all of them.
+template <class T, int G>
+void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int w = W<T>;
+  constexpr int C = 4 * G;
+  V<T> vt[C], vs[C];
+  T t[C];
+  const T* col[C];
+  for (int c = 0; c < C; ++c) {
+    t[c] = alpha * x[j + c];
+    vt[c] = bc(t[c]);
+    vs[c] = V<T>{};
+    col[c] = a + (j + c) * lda;
+  }
+  // Group g's part of the vector of rows at i, lanes [from, to), with its own load and store of y.
+  auto group_rows = [&](int g, long i, long from, long to) {
+    const bool whole = from == 0 && to == w;
+    const V<T> xv = whole ? ld(x + i) : ld_range(x + i, from, to);
+    V<T> yv = whole ? ld(y + i) : ld_range(y + i, from, to);
+    for (int c = 4 * g; c < 4 * g + 4; ++c) {
+      V<T> ac = whole ? ld(col[c] + i) : ld_range(col[c] + i, from, to);
+      in_register(ac);
+      yv = vfma(ac, vt[c], yv);
+      vs[c] = vfma(ac, xv, vs[c]);
+    }
+    if (whole) st(y + i, yv);
+    else st_range(y + i, yv, from, to);
+  };
+  // Whole vectors of rows [i, end) that all groups take: one load and store of y for all.
+  auto joint_rows = [&](long i, long end) {
+    for (; i + w <= end; i += w) {
+      const V<T> xv = ld(x + i);
+      V<T> yv = ld(y + i);
+#pragma GCC unroll 16
+      for (int c = 0; c < C; ++c) {
+        V<T> ac = ld(col[c] + i);
+        in_register(ac);
+        yv = vfma(ac, vt[c], yv);
+        vs[c] = vfma(ac, xv, vs[c]);
+      }
+      st(y + i, yv);
+    }
+    return i;
+  };
+  // The dots reduced, then the diagonal block from the stored triangle, into y(j + 4g ..).
+  auto finish = [&](int g) {
+    T s[4];
+    if constexpr (w >= 4) {
+      V<T> all[w] = {vs[4 * g], vs[4 * g + 1], vs[4 * g + 2], vs[4 * g + 3]};
+      const V<T> r = reduce_lanes<T>(all);
+      for (int c = 0; c < 4; ++c) s[c] = T{} + r[c];
+    } else {
+      for (int c = 0; c < 4; ++c) s[c] = T{} + hsum<T>(vs[4 * g + c]);
+    }
+    const long jg = j + 4 * g;
+    for (int c = 0; c < 4; ++c) {
+      T acc = t[4 * g + c] * a[(jg + c) + (jg + c) * lda];
+      for (int r = 0; r < 4; ++r) {
+        if (r == c) continue;
+        const T arc = (upper ? r < c : r > c) ? a[(jg + r) + (jg + c) * lda] : a[(jg + c) + (jg + r) * lda];
+        acc = sfma(arc, t[4 * g + r], acc);
+      }
+      y[jg + c] += acc + alpha * s[c];
+    }
+  };
+  if (upper) {
+    // Rows above the first group's diagonal together; then, group by group, the rows from there
+    // to the group's diagonal, and the group's block.
+    const long i = joint_rows(0, j);
+    for (int g = 0; g < G; ++g) {
+      const long hi = j + 4 * g;
+      for (long v = i; v < hi; v += w) group_rows(g, v, 0, std::min<long>(w, hi - v));
+      finish(g);
+    }
+  } else {
+    // Vectors where some group starts, or where the rows end, take the groups one by one.
+    auto ragged = [&](long i) {
+      for (int g = 0; g < G; ++g) {
+        const long from = std::max(j + 4 * g + 4, i) - i, to = std::min<long>(w, n - i);
+        if (from < to) group_rows(g, i, from, to);
+      }
+    };
+    const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
+    long i = first - first % w;
+    for (; i < last && i < n; i += w) ragged(i);
+    i = joint_rows(i, n);
+    if (i < n) ragged(i);
+    for (int g = 0; g < G; ++g) finish(g);
+  }
+}
+
+// Groups of four columns a symmetric multiply walk may take for a leading dimension: columns
+// whose distance is a multiple of the first-level cache's set span put their lines into few sets,
+// and a walk that streams more than symv_columns_per_set columns through one set loses the lines
+// the hardware fetched ahead before it reaches them (order 1,024, lda 8 KiB: 16 columns took 2.2
+// times the peer's time, 4 or 8 columns 1.05-1.1, as at order 1,000).
+int walk_groups_for(long column_bytes, int most) {
+  const long stride = column_bytes % l1_set_span_bytes;
+  const long sets = stride == 0 ? 1 : l1_set_span_bytes / std::gcd(stride, l1_set_span_bytes);
+  int groups = most;
+  while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
+  return groups;
+}
+template <class T> int symv_groups_for(long lda) {
+  return walk_groups_for(lda * (long)sizeof(T), symv_groups_per_walk);
+}
+
+// Symmetric multiply: groups of four columns walk the rows (symv_groups), each element outside
+// the diagonal blocks read once and serving twice, for the update of y and for the column's dot.
+template <class T>
+void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  // Whole groups of four columns in walks of as many groups as the leading dimension allows,
+  // then the groups left over one a walk, then the last columns alone.
+  const long n4 = n & ~3L;
+  long j = 0;
+  auto walks = [&]<int G>() {
+    for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G>(upper, j, n, alpha, a, lda, x, y);
+  };
+  switch (symv_groups_for<T>(lda)) {
+    case 4: walks.template operator()<4>(); break;
+    case 2: walks.template operator()<2>(); break;
+    default: break;
+  }
+  walks.template operator()<1>();
+  // The last n mod 4 columns alone, element by element.
+  for (; j < n; ++j) {
+    const T t = alpha * x[j];
+    const T* col = a + j * lda;
+    T s{};
+    for (long r = upper ? 0 : j + 1, end = upper ? j : n; r < end; ++r) {
+      y[r] = sfma(col[r], t, y[r]);
+      s = sfma(col[r], x[r], s);
+    }
+    y[j] += t * col[j] + alpha * s;
+  }
+}
+
+// c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
+// them, and it does so differently in different instantiations (once with fused multiply-subtract,
+// once without), which would make the walks of one or more groups differ in the last bit.
+template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, complex_t<R> c) {
+  return {sfma(a.real, b.real, sfma(-a.imag, b.imag, c.real)), sfma(a.real, b.imag, sfma(a.imag, b.real, c.imag))};
+}
+
+// Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, with the
+// row ranges, the order of the groups and the placement of the diagonal blocks of symv_groups, so
+// that every walk gives the bits of the groups taken one after another. Vectors hold h = W/2
+// complex elements as interleaved pairs and start at multiples of h from row 0. Per column and
+// vector of rows four FMAs and no exchange: y takes A times re(t) in one sum and A times im(t) in
+// another, whose parts are exchanged and signed once per group; the column's dot takes A times x
+// (p) and A times x with its parts exchanged (q), once per vector of rows. Conjugated A, the dot is
+// re = sum p(even) + p(odd), im = sum q(even) - q(odd).
+template <class R, int G>
+void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y) {
+  constexpr int w = W<R>;
+  constexpr int h = w / 2;
+  constexpr int C = 4 * G;
+  const V<R> sign = alternating_sign<R>();  // (-1, +1, ...)
+  V<R> tr[C], ti[C], p[C], q[C];
+  complex_t<R> t[C];
+  const R* col[C];
+  const R* xr = &x->real;
+  R* yr = &y->real;
+  for (int c = 0; c < C; ++c) {
+    t[c] = cmadd<R>(alpha, x[j + c], {});
+    tr[c] = bc(t[c].real);
+    ti[c] = bc(t[c].imag);
+    p[c] = q[c] = V<R>{};
+    col[c] = &a[(j + c) * lda].real;
+  }
+  // Group g's part of the vector of rows at i, elements [from, to), with its own load and store
+  // of y.
+  auto group_rows = [&](int g, long i, long from, long to) {
+    const bool whole = from == 0 && to == h;
+    const V<R> xv = whole ? ld(xr + 2 * i) : ld_range(xr + 2 * i, 2 * from, 2 * to);
+    const V<R> xs = swap_pairs<R>(xv);
+    V<R> yv = whole ? ld(yr + 2 * i) : ld_range(yr + 2 * i, 2 * from, 2 * to);
+    V<R> yi = {};
+    for (int c = 4 * g; c < 4 * g + 4; ++c) {
+      V<R> av = whole ? ld(col[c] + 2 * i) : ld_range(col[c] + 2 * i, 2 * from, 2 * to);
+      in_register(av);
+      yv = vfma(av, tr[c], yv);
+      yi = vfma(av, ti[c], yi);
+      p[c] = vfma(av, xv, p[c]);
+      q[c] = vfma(av, xs, q[c]);
+    }
+    yv = vfma(swap_pairs<R>(yi), sign, yv);
+    if (whole) st(yr + 2 * i, yv);
+    else st_range(yr + 2 * i, yv, 2 * from, 2 * to);
+  };
+  // Whole vectors of rows [i, end) that all groups take: one load and store of y for all.
+  auto joint_rows = [&](long i, long end) {
+    for (; i + h <= end; i += h) {
+      V<R> xv = ld(xr + 2 * i);
+      in_register(xv);
+      const V<R> xs = swap_pairs<R>(xv);
+      V<R> yv = ld(yr + 2 * i);
+#pragma GCC unroll 4
+      for (int g = 0; g < G; ++g) {
+        V<R> yi = {};
+#pragma GCC unroll 4
+        for (int c = 4 * g; c < 4 * g + 4; ++c) {
+          V<R> av = ld(col[c] + 2 * i);
+          in_register(av);
+          yv = vfma(av, tr[c], yv);
+          yi = vfma(av, ti[c], yi);
+          p[c] = vfma(av, xv, p[c]);
+          q[c] = vfma(av, xs, q[c]);
+        }
+        yv = vfma(swap_pairs<R>(yi), sign, yv);
+      }
+      st(yr + 2 * i, yv);
+    }
+    return i;
+  };
+  // The dots reduced, then the diagonal block from the stored triangle (the real part of the
+  // diagonal, the mirrored elements conjugated), into y(j + 4g ..).
+  auto finish = [&](int g) {
+    const V<R> q_sign = -sign;  // (+1, -1, ...): the imaginary part is q(even) - q(odd)
+    V<R> sums[8];
+    for (int c = 0; c < 4; ++c) {
+      sums[2 * c] = p[4 * g + c];
+      sums[2 * c + 1] = q[4 * g + c] * q_sign;
+    }
+    R parts[8];
+    if constexpr (w >= 8) {
+      V<R> all[w] = {};
+      for (int k = 0; k < 8; ++k) all[k] = sums[k];
+      const V<R> r = reduce_lanes<R>(all);
+      for (int k = 0; k < 8; ++k) parts[k] = r[k];
+    } else {
+      for (int k = 0; k < 8; k += w) {
+        const V<R> r = reduce_lanes<R>(sums + k);
+        for (int l = 0; l < w; ++l) parts[k + l] = r[l];
+      }
+    }
+    const long jg = j + 4 * g;
+    for (int c = 0; c < 4; ++c) {
+      const complex_t<R>* tg = t + 4 * g;
+      const R diagonal = a[(jg + c) + (jg + c) * lda].real;
+      complex_t<R> acc = {tg[c].real * diagonal, tg[c].imag * diagonal};
+      for (int r = 0; r < 4; ++r) {
+        if (r == c) continue;
+        // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
+        const bool stored = upper ? c < r : c > r;
+        complex_t<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
+        if (!stored) acr.imag = -acr.imag;
+        acc = cmadd<R>(acr, tg[r], acc);
+      }
+      y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, acc);
+    }
+  };
+  if (upper) {
+    // Rows above the first group's diagonal together; then, group by group, the rows from there
+    // to the group's diagonal, and the group's block.
+    const long i = joint_rows(0, j);
+    for (int g = 0; g < G; ++g) {
+      const long hi = j + 4 * g;
+      for (long v = i; v < hi; v += h) group_rows(g, v, 0, std::min<long>(h, hi - v));
+      finish(g);
+    }
+  } else {
+    // Vectors where some group starts, or where the rows end, take the groups one by one.
+    auto ragged = [&](long i) {
+      for (int g = 0; g < G; ++g) {
+        const long from = std::max(j + 4 * g + 4, i) - i, to = std::min<long>(h, n - i);
+        if (from < to) group_rows(g, i, from, to);
+      }
+    };
+    const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
+    long i = first - first % h;
+    for (; i < last && i < n; i += h) ragged(i);
+    i = joint_rows(i, n);
+    if (i < n) ragged(i);
+    for (int g = 0; g < G; ++g) finish(g);
+  }
+}
+
+// Groups of four columns a Hermitian multiply walk may take for a leading dimension, by the rule
+// of symv_groups_for, with at most hemv_groups_per_walk.
+template <class R> int hemv_groups_for(long lda) {
+  return walk_groups_for(lda * (long)sizeof(complex_t<R>), hemv_groups_per_walk);
+}
+
+// One column of a Hermitian multiply on its own (the columns after the groups of four): the rows
+// outside the diagonal in whole vectors from the first, then a partial one.
+template <class R>
+void hemv_column(bool upper, long j, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                 complex_t<R>* y) {
+  constexpr int w = W<R>;
+  const V<R> sign = alternating_sign<R>();
+  const complex_t<R> t = cmadd<R>(alpha, x[j], {});
+  const V<R> tr = bc(t.real), ti = bc(t.imag);
+  const long lo = upper ? 0 : j + 1, len = 2 * ((upper ? j : n) - lo);
+  const R* col = &a[lo + j * lda].real;
+  const R* xr = &x[lo].real;
+  R* yr = &y[lo].real;
+  V<R> p = {}, q = {};
+  auto step = [&](long i, long count) {
+    const bool whole = count == w;
+    const V<R> xv = whole ? ld(xr + i) : ld_part(xr + i, count);
+    V<R> av = whole ? ld(col + i) : ld_part(col + i, count);
+    in_register(av);
+    const V<R> yv = vfma(av, tr, whole ? ld(yr + i) : ld_part(yr + i, count));
+    const V<R> out = vfma(swap_pairs<R>(av * ti), sign, yv);
+    if (whole) st(yr + i, out);
+    else st_part(yr + i, out, count);
+    p = vfma(av, xv, p);
+    q = vfma(av, swap_pairs<R>(xv), q);
+  };
+  long i = 0;
+  for (; i + w <= len; i += w) step(i, w);
+  if (i < len) step(i, len - i);
+  const auto [p0, p1] = pair_sums<R>(p);
+  const auto [q0, q1] = pair_sums<R>(q);
+  const R diagonal = a[j + j * lda].real;
+  y[j] = y[j] + cmadd<R>(alpha, {p0 + p1, q0 - q1}, {t.real * diagonal, t.imag * diagonal});
+}
+
+// Hermitian multiply: groups of four columns walk the rows (hemv_groups), each element outside the
+// diagonal blocks read once and serving twice, for the update of y and for the column's dot.
+template <class R>
+void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+  const long n4 = n & ~3L;
+  long j = 0;
+  auto walks = [&]<int G>() {
+    for (; j + 4 * G <= n4; j += 4 * G) hemv_groups<R, G>(upper, j, n, alpha, a, lda, x, y);
+  };
+  switch (hemv_groups_for<R>(lda)) {
+    case 4: if constexpr (hemv_groups_per_walk >= 4) walks.template operator()<4>(); break;
+    case 2: if constexpr (hemv_groups_per_walk >= 2) walks.template operator()<2>(); break;
+    default: break;
+  }
+  walks.template operator()<1>();
+  for (; j < n; ++j) hemv_column<R>(upper, j, n, alpha, a, lda, x, y);
+}
+
+template void symv<float>(bool, long, float, const float*, long, const float*, float*);
+template void symv<double>(bool, long, double, const double*, long, const double*, double*);
+template void hemv<float>(bool, long, complex_t<float>, const complex_t<float>*, long, const complex_t<float>*,
+                          complex_t<float>*);
+template void hemv<double>(bool, long, complex_t<double>, const complex_t<double>*, long,
+                           const complex_t<double>*, complex_t<double>*);
+
+}  // namespace zvx::blas12::ZVX_ISA_NS

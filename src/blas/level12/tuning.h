@@ -1,0 +1,104 @@
+// Tuning constants of level 1 and level 2, each with the reason it has; the only place they stand.
+// The tests derive their edge sizes from them. Constants whose value depends on the width of the
+// vectors take it as an argument.
+#pragma once
+
+namespace zvx::blas12 {
+
+// Independent accumulators of the reductions: covers the 4-cycle latency of an add or FMA at two
+// issues per cycle.
+constexpr int reduction_unroll = 4;
+// Vectors of y held in registers across the columns of a not transposed gemv strip: 8 of the 16
+// (AVX2) or 32 (AVX-512) registers, leaving room for the columns and the broadcasts.
+constexpr int gemv_n_register_vectors = 8;
+// Rows of the gemv strip: the tile whose partial results (transposed case) reach y one strip
+// after another; callers see its effect on rounding, so it is fixed.
+constexpr long strip_rows = 64;
+// Columns a not transposed gemv kernel takes before it moves down the rows (the transposed one
+// takes one group of W columns, the lanes of a vector). Eight columns keep eight sequential
+// streams for the hardware prefetcher and eight pages for the TLB, where walking all columns per
+// strip would touch a new page for every column of a large matrix. Each element of y sees its
+// updates in the order of a plain walk, so the results don't depend on this constant. Single
+// precision takes sixteen: the same bytes per row block, half the y traffic per column.
+constexpr long gemv_column_chunk = 8;
+template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : gemv_column_chunk;
+// Complex columns a transposed complex gemv pass takes: two sums per column, so that the
+// accumulators take half of the vector registers (16 of 32 with AVX-512, 8 of 16 otherwise) and
+// every x vector, with its two signed forms, serves as many columns as the rest allow.
+constexpr int cgemv_t_columns_per_pass(int vector_bytes) { return vector_bytes == 64 ? 8 : 4; }
+// Groups of four columns the symmetric multiply walks over the rows together: sixteen
+// columns stream side by side, as in the fastest gemv walks, where one group alone kept too few
+// lines in flight (order 2,000 from the last-level cache: one group 1.02 of the peer's time, two
+// 0.89, four 0.83; six run out of vector registers for the sums and multipliers, 1.1).
+constexpr int symv_groups_per_walk = 4;
+// Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
+// 64-byte lines), and the columns of a walk that one set may hold at once: half its ways, the
+// other half for the lines fetched ahead and for x and y.
+constexpr long l1_set_span_bytes = 4096;
+constexpr long symv_columns_per_set = 4;
+// Groups of four columns the Hermitian multiply walks together: each column keeps two broadcasts
+// of its multiplier and two sums for its dot, so two groups take 32 vectors, the register file
+// of AVX-512 (zhemv at order 1,000: 0.43-0.51 of the peer's time).
+constexpr int hemv_groups_per_walk = 2;
+// How far ahead the prefetching gemv kernels request the columns they are walking: 4 KiB, one
+// page, in rows of the element type. One request per column and pass starts the hardware
+// prefetcher on the next page early; a request per line measured slower, since it competes with
+// the loads.
+constexpr long gemv_prefetch_bytes = 4096;
+template <class T> constexpr long gemv_prefetch_rows = gemv_prefetch_bytes / (long)sizeof(T);
+// Single precision, not transposed: columns a group takes down the whole height, with y read and
+// written through the first-level cache once per group and step. Four columns are four sequential
+// streams whatever the leading dimension; the sixteen-column chunks walked in short blocks, which
+// keep y in registers, put sixteen lines into one set of the first-level cache when the columns
+// are 4 KiB apart (order 1,024: 2.6 times the peer's time), and from memory fell 30 to 50% behind.
+// Measured at order 1,000 (last-level cache) the group walk is as fast as the chunks; two and
+// eight columns per group were slower.
+constexpr int sgemv_n_group = 4;
+// Bytes of each column a step of the group walk takes: two lines, two vectors with AVX-512.
+constexpr long sgemv_n_step_bytes = 128;
+// Matrices larger than this stream from memory, and the group walk asks for each column's lines
+// this far ahead into the second-level cache (order 4,096: 0.72 of the time without; in the
+// last-level cache the requests only compete with the loads, 5 to 15% slower). A little under the
+// last-level cache of the machines we tune for, which the other core shares.
+constexpr long sgemv_n_memory_bytes = 24L << 20;
+constexpr long sgemv_n_prefetch_bytes = 1024;
+// Columns after which the rest rows take their sums: sixteen columns of rest rows are a few
+// dozen lines, still in the first-level cache from the groups' walk.
+constexpr long sgemv_n_rest_block = 16;
+// Vectors longer than this many bytes take the one-pass iamax: the two-pass form reads the data
+// about one and a half times, which costs nothing in cache and half again from memory (the size
+// of the second-level cache).
+constexpr long iamax_one_pass_bytes = 1L << 20;
+// Complex axpy on vectors longer than this many bytes runs on 32-byte vectors in the AVX-512
+// build: from memory it measured 5 to 10% faster than 64-byte vectors, whose loads and stores
+// straddle two lines whenever the data are not 64-byte aligned (the usual 16-byte alignment of
+// allocations); in cache the wide vectors are as fast or faster (a quarter of the last-level
+// cache share of one core, so that both vectors are well beyond the second level).
+constexpr long caxpy_half_vector_bytes = 4L << 20;
+// Level-1 loops on vectors up to this many bytes first bring their data to a vector boundary
+// (measured: in the first and second level caches 10-30% faster with the AVX-512 stores aligned;
+// from memory slower). A quarter of the last-level cache share of one core.
+constexpr long align_within_bytes = 4L << 20;
+// Copies longer than this many bytes store around the cache: the target won't be read back
+// before it has been evicted (half of the last-level cache share of one core).
+constexpr long copy_stream_bytes = 4L << 20;
+
+// Which double gemv kernel serves unit increments (the prefetching one unless these say small):
+// a staircase measured to keep the prefetching kernel away from tall narrow matrices, whose
+// strips are few and columns short.
+inline bool dgemv_n_small(long m, long n) {
+  return n < 150 && m > 249 &&
+         (n < 61 || (m < 701 && (n < 71 || (m < 601 && (n < 91 || (m < 501 && (n < 111 || (m < 401 && (n < 131 || m < 301)))))))));
+}
+inline bool dgemv_t_small(long m, long n) {
+  return n < 125 && m > 274 &&
+         (n < 61 || (m < 801 && (n < 76 || (m < 651 && (n < 91 || (m < 551 && (n < 106 || m < 401 || m < 451)))))));
+}
+
+// The row blocks of the triangular multiply and solve with unit increments: the diagonal block's
+// rows are taken by their dots (trmv) or solved by substitution (trsv) before the rectangle below
+// goes to the gemv kernels; 32 rows of a solve keep the block's triangle in the first-level cache.
+constexpr int trmv_block = 64;
+constexpr int trsv_block = 32;
+
+}  // namespace zvx::blas12
