@@ -25,7 +25,7 @@
 #include "blas/level3/gemm_isa.h"
 #include "common/simd.h"
 #include "blas/level3/gemm_transpose.h"
-#include "blas/level3/gemm_tuning.h"
+#include "blas/level3/tuning.h"
 #include "common/options.h"
 #include "service/service.h"
 

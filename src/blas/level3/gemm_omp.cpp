@@ -20,6 +20,7 @@
 
 #include "blas/level3/gemm_engine.h"
 #include "blas/level3/pieces.h"
+#include "blas/level3/tuning.h"
 #include "service/service.h"
 #include "zvx_blas3.h"
 
@@ -27,7 +28,7 @@ namespace {
 
 using zvx::gemm_engine_fn;
 
-constexpr int gemm_serial_limit = 16;
+constexpr int gemm_serial_limit = zvx::l3ops::tuning::frame_serial_limit;
 
 
 // The threaded part of the frame, out of line so that the serial calls do not pay for its

@@ -9,6 +9,7 @@
 // threaded frames run them concurrently on disjoint parts of the output.
 #pragma once
 #include "blas/level3/gemm_engine.h"
+#include "blas/level3/tuning.h"
 #include "common/options.h"
 #include "common/scalar.h"
 #include "zvx_blas3.h"
@@ -70,8 +71,7 @@ inline void gemm_serial(const char* ta, const char* tb, int m, int n, int k, zvx
   zvx::gemm_engine_z(ta, tb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
 }
 
-// Below this order in every dimension a frame runs the serial engine: a fork costs more.
-constexpr int frame_serial_limit = 16;
+using tuning::frame_serial_limit;
 
 
 }  // namespace zvx::l3ops

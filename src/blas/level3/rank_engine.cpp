@@ -16,7 +16,7 @@
 #include <algorithm>
 
 #include "blas/level3/operations.h"
-#include "blas/level3/operations_tuning.h"
+#include "blas/level3/tuning.h"
 #include "blas/level3/triangular_kernels.h"
 #include "service/cpu_features.h"
 

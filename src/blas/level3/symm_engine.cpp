@@ -10,7 +10,7 @@
 #include <algorithm>
 
 #include "blas/level3/operations.h"
-#include "blas/level3/operations_tuning.h"
+#include "blas/level3/tuning.h"
 
 namespace zvx::l3ops {
 namespace {

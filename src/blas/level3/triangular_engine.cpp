@@ -1,7 +1,7 @@
 // Serial engines of trmm (B = alpha * op(A) * B or alpha * B * op(A)) and trsm (the solve of the
 // same forms for X, overwriting B), A triangular.
 //
-// Each engine is a fixed ladder of levels (operations_tuning.h). A level cuts the triangle into
+// Each engine is a fixed ladder of levels (tuning.h). A level cuts the triangle into
 // diagonal blocks of its order and the free dimension of B (columns on the left side, rows on the
 // right) into chunks; it hands each diagonal block to the next level and updates the rest of B
 // with the GEMM engine. The bottom level hands its blocks to small kernels that copy their
@@ -15,7 +15,7 @@
 #include <algorithm>
 
 #include "blas/level3/operations.h"
-#include "blas/level3/operations_tuning.h"
+#include "blas/level3/tuning.h"
 #include "blas/level3/triangular_kernels.h"
 #include "service/cpu_features.h"
 

@@ -4,7 +4,7 @@
 #pragma once
 #include "common/options.h"
 #include "common/scalar.h"
-#include "blas/level3/operations_tuning.h"
+#include "blas/level3/tuning.h"
 
 namespace zvx::l3ops {
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/capture.h"
+#include "blas/level12/tuning.h"
 #include "reference.h"
 
 using namespace ref;
@@ -78,7 +79,8 @@ const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
-  for (int m : {0, 1, 5, 63, 64, 65, 130, 251})
+  constexpr int strip = zvx::blas12::strip_rows;
+  for (int m : {0, 1, 5, strip - 1, strip, strip + 1, 2 * strip + 2, 4 * strip - 5})
     // Column counts whose remainders after the groups of vector width take every smaller group.
     for (int n : {0, 1, 2, 7, 13, 30, 64, 65})
       for (char t : gemv_letters)
@@ -288,7 +290,9 @@ std::vector<T> make_triangle(storage_kind kind, bool upper, bool unit, int n, in
 
 template <class T> void check_triangular(storage_kind kind, long double scale = 1) {
   SCOPED_TRACE(info<T>::name);
-  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, 31, 32, 33, 64, 65, 97, 130}
+  // Around the row blocks of the unit-increment solve and multiply.
+  constexpr int sb = zvx::blas12::trsv_block, mb = zvx::blas12::trmv_block;
+  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2}
                                                              : std::vector<int>{0, 1, 4, 17, 40};
   for (int n : sizes)
     for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 3, n + 2} : std::vector<int>{0})

@@ -3,6 +3,7 @@
 // so does a unit diagonal, so that any read shows. trsm is checked by its residual: op(A) X
 // (or X op(A)) against alpha B in long double.
 #include "blas/level3/operations_reference.h"
+#include "blas/level3/tuning.h"
 
 namespace {
 
@@ -124,12 +125,24 @@ TYPED_TEST(Triangular, EveryCase) {
               tri_case<T>(solve, side, uplo, *t, diag, m, n, alpha, seed++);
 }
 
+// Orders at and just past every level of the ladders (the tuning header's), so that each level
+// boundary is crossed with and without a remainder.
+template <class Ladder>
+std::vector<int> ladder_edges() {
+  std::vector<int> edges;
+  for (int order : Ladder::orders) {
+    edges.push_back(order);
+    edges.push_back(order + 1);
+  }
+  return edges;
+}
+
 TYPED_TEST(Triangular, LadderBoundaries) {
   using T = TypeParam;
-  // Orders at and just past the level boundaries of the ladders (16, 32, 64, 128, 256, 512).
+  namespace tuning = zvx::l3ops::tuning;
   unsigned seed = 900;
   for (bool solve : {false, true})
-    for (int order : {16, 32, 129, 257})
+    for (int order : solve ? ladder_edges<tuning::trsm_ladder<T>>() : ladder_edges<tuning::trmm_ladder<T>>())
       for (char side : {'L', 'R'}) {
         const int m = side == 'L' ? order : 3, n = side == 'L' ? 3 : order;
         tri_case<T>(solve, side, side == 'L' ? 'L' : 'U', 'N', 'N', m, n, make<T>(1), seed++);
