@@ -1,9 +1,9 @@
-// The serial engines' pointers and their resolvers (see gemm_engine.h). The pointers are
-// constant-initialised to the resolvers, so no code runs when the library loads.
+// The serial engines' pointers and their resolvers (see gemm_engine.h), which take the engines
+// from the registry. The pointers are constant-initialised to the resolvers, so no code runs when
+// the library loads.
 #include "blas/level3/gemm_engine.h"
 
-#include "blas/level3/gemm_isa.h"
-#include "service/cpu_features.h"
+#include "blas/registry.h"
 
 namespace zvx {
 namespace {
@@ -12,8 +12,7 @@ namespace {
   void resolve_##letter(const char* transa, const char* transb, const int* m, const int* n,     \
                         const int* k, const R* alpha, const R* a, const int* lda, const R* b,   \
                         const int* ldb, const R* beta, R* c, const int* ldc) {                  \
-    const gemm_engine_fn<R> engine = select_by_isa(                                             \
-        &isa_portable::gemm_##letter, &isa_avx2::gemm_##letter, &isa_avx512::gemm_##letter);     \
+    const gemm_engine_fn<R> engine = dense_registry().gemm_##letter;                             \
     gemm_engine_##letter##_ptr.store(engine, std::memory_order_relaxed);                         \
     engine(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                        \
   }

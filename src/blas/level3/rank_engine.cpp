@@ -17,8 +17,8 @@
 
 #include "blas/level3/operations.h"
 #include "blas/level3/tuning.h"
+#include "blas/registry.h"
 #include "blas/level3/triangular_kernels.h"
-#include "service/cpu_features.h"
 
 namespace zvx::l3ops {
 namespace {
@@ -59,19 +59,12 @@ void add_triangle(bool upper, int bs, const T* w, long ldw, T* c, long ldc) {
 // zherk's diagonal block by direct loops, in the instruction set chosen for this process.
 void herk_diagonal_direct(bool upper, bool notrans, int bs, int k, double alpha,
                           const zvx_complex16* a, long lda, zvx_complex16* c, long ldc) {
-  using fn = void (*)(bool, bool, int, int, double, const zvx_complex16*, long, zvx_complex16*,
-                      long);
-  static const fn f = select_by_isa<fn>(isa_portable::herk_diagonal, isa_avx2::herk_diagonal,
-                                        isa_avx512::herk_diagonal);
-  f(upper, notrans, bs, k, alpha, a, lda, c, ldc);
+  dense_registry().herk_diagonal(upper, notrans, bs, k, alpha, a, lda, c, ldc);
 }
 // dsyrk's diagonal block without transpose by direct register tiles, likewise.
 void syrk_diagonal_direct(bool upper, bool notrans, int bs, int k, double alpha, const double* a,
                           long lda, double* c, long ldc) {
-  using fn = void (*)(bool, bool, int, int, double, const double*, long, double*, long);
-  static const fn f = select_by_isa<fn>(isa_portable::syrk_diagonal, isa_avx2::syrk_diagonal,
-                                        isa_avx512::syrk_diagonal);
-  f(upper, notrans, bs, k, alpha, a, lda, c, ldc);
+  dense_registry().syrk_diagonal(upper, notrans, bs, k, alpha, a, lda, c, ldc);
 }
 
 // kind: 0 syrk, 1 herk, 2 syr2k, 3 her2k. S is the type of beta (real for the Hermitian ones).

@@ -17,7 +17,7 @@
 #include "blas/level3/operations.h"
 #include "blas/level3/tuning.h"
 #include "blas/level3/triangular_kernels.h"
-#include "service/cpu_features.h"
+#include "blas/registry.h"
 
 namespace zvx::l3ops {
 namespace {
@@ -25,18 +25,12 @@ namespace {
 // The kernels of the instruction set chosen for this process.
 template <class T>
 void trsm_kernel(const tri_shape& s, int rows, int cols, const T* a, long lda, T* b, long ldb) {
-  using fn = void (*)(const tri_shape&, int, int, const T*, long, T*, long);
-  static const fn k = select_by_isa<fn>(isa_portable::trsm_kernel, isa_avx2::trsm_kernel,
-                                        isa_avx512::trsm_kernel);
-  k(s, rows, cols, a, lda, b, ldb);
+  triangular_kernels_for<T>().trsm(s, rows, cols, a, lda, b, ldb);
 }
 template <class T>
 void trmm_kernel(const tri_shape& s, int rows, int cols, T alpha, const T* a, long lda, T* b,
                  long ldb) {
-  using fn = void (*)(const tri_shape&, int, int, T, const T*, long, T*, long);
-  static const fn k = select_by_isa<fn>(isa_portable::trmm_kernel, isa_avx2::trmm_kernel,
-                                        isa_avx512::trmm_kernel);
-  k(s, rows, cols, alpha, a, lda, b, ldb);
+  triangular_kernels_for<T>().trmm(s, rows, cols, alpha, a, lda, b, ldb);
 }
 
 // One level of the ladder: `a` and `b` point at this level's diagonal block of A and its block
