@@ -232,6 +232,11 @@ void bsr_multiply(const descr& d, bool nontrans, long m, long k, double alpha, c
     }
     return;
   }
+  if (d.type == matrix_type::general && nontrans) {
+    simd::kernels().bsr_rows(m, a.lb, a.zero_based, a.val, a.indx, a.pntrb, a.pntre,
+                             a.zero_based ? 0 : 1, x, alpha, y);
+    return;
+  }
   // The transpose of a skew matrix is its negative.
   const double s = d.type == matrix_type::skew && !nontrans ? -alpha : alpha;
   by_block_size(a.lb, [&](auto size) {

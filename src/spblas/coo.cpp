@@ -37,6 +37,10 @@ void by_column_shares(long n, bool threaded, F&& body) {
 }
 
 void coommgen(long n, double alpha, const coo& a, cdense b, dense c) {
+  if (n == 1 && b.rs == 1 && c.rs == 1) {
+    simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, alpha, b.p, c.p);
+    return;
+  }
   by_column_shares(n, n >= 2 && may_thread(), [&](long j0, long j1) {
     for (long j = j0; j < j1; ++j) {
       for (long p = 0; p < a.nnz; ++p) c(a.r(p), j) += a.val[p] * alpha * b(a.c(p), j);

@@ -114,6 +114,23 @@ void csrmmgen(csr_family, bool nontrans, long m, long n, double alpha, const csr
       }
       return;
     }
+    if (b.rs == 1 && c.rs == 1) {
+      const auto& k = simd::kernels();
+      auto rows = [&](long r0, long r1) {
+        k.csr_rows_mm(r0, r1, a.val, a.indx, a.pntrb, a.pntre, a.base, b.p, b.cs, n, alpha, c.p, c.cs);
+      };
+      if (threaded) {
+#pragma omp parallel
+        {
+          long r0, r1;
+          share(m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+          rows(r0, r1);
+        }
+      } else {
+        rows(0, m);
+      }
+      return;
+    }
     for_rows(threaded, m, [&](long i) { row_pass(a, i, n, alpha, b, c); });
   } else {
     // A thread owns whole columns of c; with one column there is one unit of work.

@@ -53,22 +53,37 @@ void invdiag(long m, long n, const csr& a, dense c) {
 void csrsvrow(bool lower, bool nonunit, long m, long n, const csr& a, dense c) {
   if (m <= 0 || n <= 0) return;
   long last = 0;  // last position reached inside the arrays
+  if (lower && n == 1) {
+    // One walk per row: the sum runs until the first column not below i, the diagonal.
+    double* y = &c(0, 0);
+    const long rs = c.rs;
+    const int* ix = a.indx;
+    const double* v = a.val;
+    const long origin = a.pntrb[0];
+    for (long i = 0; i < m; ++i) {
+      const long s = a.pntrb[i] - origin, e = a.pntre[i] - origin;
+      double sum = 0.0;
+      long p = s;
+      for (; p < e; ++p) {
+        const long col = ix[p] - a.base;
+        if (col >= i) break;
+        sum += v[p] * y[col * rs];
+      }
+      double t = y[i * rs] - sum;
+      if (nonunit) {
+        last = p < e ? p : (e > s ? e - 1 : last);
+        t /= v[last];
+      }
+      y[i * rs] = t;
+    }
+    return;
+  }
   if (lower) {
     for (long i = 0; i < m; ++i) {
       const long s = a.begin(i), e = a.end(i);
       long p = s;
       while (p < e && a.col(p) < i) ++p;
       const long stop = p;
-      if (n == 1) {
-        double sum = 0.0;
-        for (long q = s; q < stop; ++q) sum += a.val[q] * c(a.col(q), 0);
-        c(i, 0) -= sum;
-        if (nonunit) {
-          last = stop < e ? stop : (e > s ? e - 1 : last);
-          c(i, 0) /= a.val[last];
-        }
-        continue;
-      }
       double r = 1.0;
       if (nonunit) {
         last = stop < e ? stop : (e > s ? e - 1 : last);

@@ -60,7 +60,119 @@ void diag_update2(long len, double alpha, const double* v, const double* b0, con
   }
 }
 
-constexpr kernel_set set{csr_rows, row_dot, diag_update, diag_update2};
+// Rows [r0, r1) of c(:, 0:W) += alpha * A * b(:, 0:W), column-major b and c: each entry of a row
+// is read once for all W columns, the W sums stay in registers.
+template <int W>
+void csr_rows_block(long r0, long r1, const double* val, const int* indx, const int* pntrb,
+                    const int* pntre, int base, const double* b, long ldb, double alpha, double* c,
+                    long ldc) {
+  const long origin = pntrb[0];
+  const double* bs = b - base;
+  for (long i = r0; i < r1; ++i) {
+    const long s = pntrb[i] - origin, e = pntre[i] - origin;
+    double acc[W] = {};
+    for (long p = s; p < e; ++p) {
+      const double v = val[p];
+      const double* bp = bs + indx[p];
+#pragma GCC unroll 8
+      for (int j = 0; j < W; ++j) acc[j] = madd(v, bp[j * ldb], acc[j]);
+    }
+#pragma GCC unroll 8
+    for (int j = 0; j < W; ++j) c[i + j * ldc] = madd(alpha, acc[j], c[i + j * ldc]);
+  }
+}
+
+void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int* pntrb,
+                 const int* pntre, int base, const double* b, long ldb, long n, double alpha,
+                 double* c, long ldc) {
+  long j = 0;
+  for (; j + 8 <= n; j += 8)
+    csr_rows_block<8>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+  for (; j + 4 <= n; j += 4)
+    csr_rows_block<4>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+  for (; j < n; ++j)
+    csr_rows_block<1>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+}
+
+// y[row - 1] += alpha * val * x[col - 1] over one-based triplets. Consecutive triplets of one
+// row are summed in a register before y is touched, so rows stored in order cost what a CSR row
+// costs instead of a store-to-load chain through y per entry.
+void coo_mv(long nnz, const double* val, const int* row, const int* col, double alpha,
+            const double* x, double* y) {
+  const double* xs = x - 1;
+  double* ys = y - 1;
+  long p = 0;
+  while (p < nnz) {
+    const int r = row[p];
+    double s0 = 0, s1 = 0;
+    for (; p + 1 < nnz && row[p + 1] == r; p += 2) {
+      s0 = madd(val[p], xs[col[p]], s0);
+      s1 = madd(val[p + 1], xs[col[p + 1]], s1);
+    }
+    if (p < nnz && row[p] == r) {
+      s0 = madd(val[p], xs[col[p]], s0);
+      ++p;
+    }
+    ys[r] = madd(alpha, s0 + s1, ys[r]);
+  }
+}
+
+// General BSR product, not transposed: y(block i) += alpha * sum of B * x(block q). Blocks are
+// column-major (one-based interface) or row-major (zero-based).
+template <int LB, bool RowMajor>
+void bsr_rows_fixed(long m, long, const double* val, const int* indx, const int* pntrb,
+                    const int* pntre, int base, const double* x, double alpha, double* y) {
+  const long origin = pntrb[0];
+  for (long i = 0; i < m; ++i) {
+    double acc[LB] = {};
+    for (long p = pntrb[i] - origin, e = pntre[i] - origin; p < e; ++p) {
+      const double* blk = val + p * LB * LB;
+      const double* xq = x + static_cast<long>(indx[p] - base) * LB;
+#pragma GCC unroll 8
+      for (int r = 0; r < LB; ++r)
+#pragma GCC unroll 8
+        for (int cc = 0; cc < LB; ++cc)
+          acc[r] = madd(RowMajor ? blk[r * LB + cc] : blk[cc * LB + r], xq[cc], acc[r]);
+    }
+    for (int r = 0; r < LB; ++r) y[i * LB + r] = madd(alpha, acc[r], y[i * LB + r]);
+  }
+}
+
+template <bool RowMajor>
+void bsr_rows_any(long m, long lb, const double* val, const int* indx, const int* pntrb,
+                  const int* pntre, int base, const double* x, double alpha, double* y) {
+  const long origin = pntrb[0];
+  for (long i = 0; i < m; ++i) {
+    double* yi = y + i * lb;
+    for (long p = pntrb[i] - origin, e = pntre[i] - origin; p < e; ++p) {
+      const double* blk = val + p * lb * lb;
+      const double* xq = x + static_cast<long>(indx[p] - base) * lb;
+      for (long r = 0; r < lb; ++r) {
+        double acc = 0;
+        for (long cc = 0; cc < lb; ++cc) acc = madd(RowMajor ? blk[r * lb + cc] : blk[cc * lb + r], xq[cc], acc);
+        yi[r] = madd(alpha, acc, yi[r]);
+      }
+    }
+  }
+}
+
+void bsr_rows(long m, long lb, bool row_major, const double* val, const int* indx,
+              const int* pntrb, const int* pntre, int base, const double* x, double alpha,
+              double* y) {
+  using fn = void (*)(long, long, const double*, const int*, const int*, const int*, int,
+                      const double*, double, double*);
+  fn f;
+  switch (lb) {
+    case 2: f = row_major ? bsr_rows_fixed<2, true> : bsr_rows_fixed<2, false>; break;
+    case 3: f = row_major ? bsr_rows_fixed<3, true> : bsr_rows_fixed<3, false>; break;
+    case 4: f = row_major ? bsr_rows_fixed<4, true> : bsr_rows_fixed<4, false>; break;
+    case 5: f = row_major ? bsr_rows_fixed<5, true> : bsr_rows_fixed<5, false>; break;
+    default: f = row_major ? bsr_rows_any<true> : bsr_rows_any<false>; break;
+  }
+  f(m, lb, val, indx, pntrb, pntre, base, x, alpha, y);
+}
+
+constexpr kernel_set set{csr_rows, row_dot, diag_update, diag_update2, csr_rows_mm, coo_mv, bsr_rows};
 
 }  // namespace
 

@@ -170,6 +170,17 @@ struct kernel_set {
   // two columns sharing one diagonal: c0 += t * b0, c1 += t * b1 with t = v * alpha
   void (*diag_update2)(long len, double alpha, const double* v, const double* b0,
                        const double* b1, double* c0, double* c1);
+  // rows [r0, r1) of c += alpha * A * b for n columns, column-major b and c
+  void (*csr_rows_mm)(long r0, long r1, const double* val, const int* indx, const int* pntrb,
+                      const int* pntre, int base, const double* b, long ldb, long n, double alpha,
+                      double* c, long ldc);
+  // y += alpha * A * x over one-based triplets
+  void (*coo_mv)(long nnz, const double* val, const int* row, const int* col, double alpha,
+                 const double* x, double* y);
+  // general BSR, not transposed: y += alpha * A * x over m block rows
+  void (*bsr_rows)(long m, long lb, bool row_major, const double* val, const int* indx,
+                   const int* pntrb, const int* pntre, int base, const double* x, double alpha,
+                   double* y);
 };
 namespace isa_portable { const kernel_set* table(); }
 namespace isa_avx2 { const kernel_set* table(); }

@@ -71,6 +71,7 @@ TEST(CooMultiply, EveryTypeUnsortedWithDuplicates) {
         for (char trans : {'N', 'T', 'n'}) {
           const char descr[5] = {*t, u, d, 'x', 0};
           check_multiply(35, 35, e, descr, trans, 1, 1.5, 0.0, 73);
+          check_multiply(35, 35, e, descr, trans, 1, 1.5, 1.0, 0);  // rows in order
           check_multiply(35, 35, e, descr, trans, 3, -0.5, 2.0, 74);
         }
   for (auto [m, k] : {std::pair<long, long>{17, 40}, {40, 17}, {1, 1}})

@@ -94,7 +94,7 @@ TEST(CsrMultiply, RectangularGeneralWithEmptyRowsAndOrigins) {
     for (bool csc : {false, true})
       for (int origin : {0, 1, 5})
         for (char trans : {'N', 'T'})
-          for (long n : {1L, 2L, 8L, 9L}) check_multiply(csc, r, "G", trans, origin, n, 0.5, 2.0);
+          for (long n : {1L, 2L, 5L, 8L, 13L}) check_multiply(csc, r, "G", trans, origin, n, 0.5, 2.0);
   }
 }
 
