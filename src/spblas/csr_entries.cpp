@@ -18,10 +18,16 @@ void compressed_multiply(bool columns, const char* transa, long m, long n, long 
   const long out_len = nontrans ? m : k;
   dense cc = col_major(c, ldc);
   const cdense bb = col_major(b, ldb);
-  scale_columns(out_len, n, beta, cc, true);
-  if (alpha == 0.0) return;
   descr d = read_multiply(matdescra, false);
   const csr a{val, indx, pntrb, pntre, 1};
+  // The general product of rows with beta 0 writes c directly instead of clearing it first.
+  const bool kernel_rows = columns ? !nontrans : nontrans;
+  if (beta == 0.0 && alpha != 0.0 && d.type == matrix_type::general && kernel_rows) {
+    csrmmgen_overwrite(columns ? k : m, n, alpha, a, bb, cc);
+    return;
+  }
+  scale_columns(out_len, n, beta, cc, true);
+  if (alpha == 0.0) return;
   const csr_family f{false};
   bool kernel_nontrans = nontrans;
   long rows = m;

@@ -117,7 +117,7 @@ void csrmmgen(csr_family, bool nontrans, long m, long n, double alpha, const csr
     if (b.rs == 1 && c.rs == 1) {
       const auto& k = simd::kernels();
       auto rows = [&](long r0, long r1) {
-        k.csr_rows_mm(r0, r1, a.val, a.indx, a.pntrb, a.pntre, a.base, b.p, b.cs, n, alpha, c.p, c.cs);
+        k.csr_rows_mm(r0, r1, a.val, a.indx, a.pntrb, a.pntre, a.base, b.p, b.cs, n, alpha, c.p, c.cs, true);
       };
       if (threaded) {
 #pragma omp parallel
@@ -137,6 +137,25 @@ void csrmmgen(csr_family, bool nontrans, long m, long n, double alpha, const csr
     for_columns(n > 1 && may_thread(), n, [&](long j) {
       for (long i = 0; i < m; ++i) row_scatter(a, i, j, alpha, b, c);
     });
+  }
+}
+
+void csrmmgen_overwrite(long m, long n, double alpha, const csr& a, cdense b, dense c) {
+  if (m <= 0 || n <= 0) return;
+  const auto& k = simd::kernels();
+  auto rows = [&](long r0, long r1) {
+    if (n == 1) k.csr_rows(r0, r1, a.val, a.indx, a.pntrb, a.pntre, a.base, b.p, alpha, c.p, false);
+    else k.csr_rows_mm(r0, r1, a.val, a.indx, a.pntrb, a.pntre, a.base, b.p, b.cs, n, alpha, c.p, c.cs, false);
+  };
+  if (may_thread()) {
+#pragma omp parallel
+    {
+      long r0, r1;
+      share(m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+      rows(r0, r1);
+    }
+  } else {
+    rows(0, m);
   }
 }
 

@@ -53,6 +53,10 @@ void invdiag(long m, long n, const csr& a, dense c) {
 void csrsvrow(bool lower, bool nonunit, long m, long n, const csr& a, dense c) {
   if (m <= 0 || n <= 0) return;
   long last = 0;  // last position reached inside the arrays
+  if (lower && n == 1 && c.rs == 1) {
+    simd::kernels().csr_lower_solve(m, a.val, a.indx, a.pntrb, a.pntre, a.base, nonunit, c.p);
+    return;
+  }
   if (lower && n == 1) {
     // One walk per row: the sum runs until the first column not below i, the diagonal.
     double* y = &c(0, 0);

@@ -19,6 +19,11 @@ inline double madd(double a, double b, double c) {
 // Four independent sums hide the latency of the multiply-add; the loads of x are gathers that the
 // out-of-order core overlaps, so a scalar form is as fast as a vector gather on these rows.
 inline double dot(long len, const double* val, const int* idx, const double* x) {
+  if (len < 8) {  // short rows (stencils): the fewest instructions; rows overlap in the core
+    double s = 0;
+    for (long p = 0; p < len; ++p) s = madd(val[p], x[idx[p]], s);
+    return s;
+  }
   double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
   long p = 0;
   for (; p + 4 <= len; p += 4) {
@@ -35,14 +40,26 @@ double row_dot(long len, const double* val, const int* indx, int base, const dou
   return dot(len, val, indx, x - base);
 }
 
+// Entries ahead of the current one whose element of x is requested early: the elements of x
+// that a scattered row needs come from memory, and the requests of a few rows overlap.
+constexpr long x_prefetch_distance = 48;
+// Average entries per row from which the requests ahead pay.
+constexpr long x_prefetch_rows_min = 12;
+
 void csr_rows(long r0, long r1, const double* val, const int* indx, const int* pntrb,
               const int* pntre, int base, const double* x, double alpha, double* y,
               bool accumulate) {
+  if (r1 <= r0) return;
   const long origin = pntrb[0];
   const double* xs = x - base;
+  // Requests ahead stay inside the entries of this range of rows. Rows of a few entries (the
+  // stencils) find their x in cache and go without them.
+  const long total = pntre[r1 - 1] - pntrb[r0];
+  const long limit = total >= x_prefetch_rows_min * (r1 - r0) ? pntre[r1 - 1] - origin - x_prefetch_distance : 0;
   for (long i = r0; i < r1; ++i) {
     const long s = pntrb[i] - origin, e = pntre[i] - origin;
-    const double sum = e > s ? dot(e - s, val + s, indx + s, xs) : 0.0;
+    for (long p = s; p < e && p < limit; p += 8) __builtin_prefetch(xs + indx[p + x_prefetch_distance]);
+    const double sum = dot(e - s, val + s, indx + s, xs);
     y[i] = accumulate ? madd(alpha, sum, y[i]) : alpha * sum;
   }
 }
@@ -65,7 +82,7 @@ void diag_update2(long len, double alpha, const double* v, const double* b0, con
 template <int W>
 void csr_rows_block(long r0, long r1, const double* val, const int* indx, const int* pntrb,
                     const int* pntre, int base, const double* b, long ldb, double alpha, double* c,
-                    long ldc) {
+                    long ldc, bool accumulate) {
   const long origin = pntrb[0];
   const double* bs = b - base;
   for (long i = r0; i < r1; ++i) {
@@ -78,20 +95,21 @@ void csr_rows_block(long r0, long r1, const double* val, const int* indx, const 
       for (int j = 0; j < W; ++j) acc[j] = madd(v, bp[j * ldb], acc[j]);
     }
 #pragma GCC unroll 8
-    for (int j = 0; j < W; ++j) c[i + j * ldc] = madd(alpha, acc[j], c[i + j * ldc]);
+    for (int j = 0; j < W; ++j)
+      c[i + j * ldc] = accumulate ? madd(alpha, acc[j], c[i + j * ldc]) : alpha * acc[j];
   }
 }
 
 void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int* pntrb,
                  const int* pntre, int base, const double* b, long ldb, long n, double alpha,
-                 double* c, long ldc) {
+                 double* c, long ldc, bool accumulate) {
   long j = 0;
   for (; j + 8 <= n; j += 8)
-    csr_rows_block<8>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+    csr_rows_block<8>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
   for (; j + 4 <= n; j += 4)
-    csr_rows_block<4>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+    csr_rows_block<4>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
   for (; j < n; ++j)
-    csr_rows_block<1>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc);
+    csr_rows_block<1>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
 }
 
 // y[row - 1] += alpha * val * x[col - 1] over one-based triplets. Consecutive triplets of one
@@ -172,7 +190,32 @@ void bsr_rows(long m, long lb, bool row_major, const double* val, const int* ind
   f(m, lb, val, indx, pntrb, pntre, base, x, alpha, y);
 }
 
-constexpr kernel_set set{csr_rows, row_dot, diag_update, diag_update2, csr_rows_mm, coo_mv, bsr_rows};
+// Lower triangular solve with one right-hand side in place on y, rows sorted: each row sums
+// until its first column not below the row, whose entry is the divisor when non-unit (a row
+// without one divides by the last entry reached inside the arrays).
+void csr_lower_solve(long m, const double* val, const int* indx, const int* pntrb,
+                     const int* pntre, int base, bool nonunit, double* y) {
+  const long origin = pntrb[0];
+  long last = 0;
+  for (long i = 0; i < m; ++i) {
+    const long s = pntrb[i] - origin, e = pntre[i] - origin;
+    double sum = 0.0;
+    long p = s;
+    for (; p < e; ++p) {
+      const long col = indx[p] - base;
+      if (col >= i) break;
+      sum = madd(val[p], y[col], sum);
+    }
+    double t = y[i] - sum;
+    if (nonunit) {
+      last = p < e ? p : (e > s ? e - 1 : last);
+      t /= val[last];
+    }
+    y[i] = t;
+  }
+}
+
+constexpr kernel_set set{csr_rows, row_dot, diag_update, diag_update2, csr_rows_mm, coo_mv, bsr_rows, csr_lower_solve};
 
 }  // namespace
 

@@ -112,6 +112,9 @@ struct csr_family {
 
 void csrmmgen(csr_family f, bool nontrans, long m, long n, double alpha, const csr& a, cdense b,
               dense c);
+// The general product not transposed when beta is 0 and alpha isn't: c := alpha * A * b is
+// written without the clearing pass, same numbers. Column-major b and c.
+void csrmmgen_overwrite(long m, long n, double alpha, const csr& a, cdense b, dense c);
 void csrmmtr(csr_family f, bool nontrans, bool lower, bool nonunit, long m, long n, double alpha,
              const csr& a, cdense b, dense c);
 void csrmmsym(csr_family f, bool lower, bool nonunit, long m, long n, double alpha, const csr& a,
@@ -173,7 +176,7 @@ struct kernel_set {
   // rows [r0, r1) of c += alpha * A * b for n columns, column-major b and c
   void (*csr_rows_mm)(long r0, long r1, const double* val, const int* indx, const int* pntrb,
                       const int* pntre, int base, const double* b, long ldb, long n, double alpha,
-                      double* c, long ldc);
+                      double* c, long ldc, bool accumulate);
   // y += alpha * A * x over one-based triplets
   void (*coo_mv)(long nnz, const double* val, const int* row, const int* col, double alpha,
                  const double* x, double* y);
@@ -181,6 +184,9 @@ struct kernel_set {
   void (*bsr_rows)(long m, long lb, bool row_major, const double* val, const int* indx,
                    const int* pntrb, const int* pntre, int base, const double* x, double alpha,
                    double* y);
+  // lower triangular solve in place, one right-hand side, unit-stride y
+  void (*csr_lower_solve)(long m, const double* val, const int* indx, const int* pntrb,
+                          const int* pntre, int base, bool nonunit, double* y);
 };
 namespace isa_portable { const kernel_set* table(); }
 namespace isa_avx2 { const kernel_set* table(); }
