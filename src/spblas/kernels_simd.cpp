@@ -190,26 +190,30 @@ void bsr_rows(long m, long lb, bool row_major, const double* val, const int* ind
   f(m, lb, val, indx, pntrb, pntre, base, x, alpha, y);
 }
 
-// Lower triangular solve with one right-hand side in place on y, rows sorted: each row sums
-// until its first column not below the row, whose entry is the divisor when non-unit (a row
-// without one divides by the last entry reached inside the arrays).
+// Lower triangular solve with one right-hand side in place on y, rows sorted: each row takes
+// its entries off y(i) until its first column not below the row, whose entry is the divisor when
+// non-unit (a row without one divides by the last entry reached inside the arrays).
+//
+// The solve is a chain through the unknowns, the latest one (column i - 1 of a stencil) entering
+// each row last; the chain is one multiply-add and one multiply per row: the terms are taken off
+// y(i) directly instead of summed apart, and the reciprocal of the diagonal, which doesn't depend
+// on the chain, is formed beside it. Both change only the rounding.
 void csr_lower_solve(long m, const double* val, const int* indx, const int* pntrb,
                      const int* pntre, int base, bool nonunit, double* y) {
   const long origin = pntrb[0];
   long last = 0;
   for (long i = 0; i < m; ++i) {
     const long s = pntrb[i] - origin, e = pntre[i] - origin;
-    double sum = 0.0;
+    double t = y[i];
     long p = s;
     for (; p < e; ++p) {
       const long col = indx[p] - base;
       if (col >= i) break;
-      sum = madd(val[p], y[col], sum);
+      t = madd(-val[p], y[col], t);
     }
-    double t = y[i] - sum;
     if (nonunit) {
       last = p < e ? p : (e > s ? e - 1 : last);
-      t /= val[last];
+      t *= 1.0 / val[last];
     }
     y[i] = t;
   }
