@@ -299,10 +299,6 @@ int main(int argc, char** argv) {
   }
   // Two threads against one: the library's own speed-up.
   {
-    auto two = [&](const std::function<void()>& fn) {
-      omp_set_num_threads(2);
-      fn();
-    };
     const double mm1 = zvx_bench::time_one(mm, c.opt);
     omp_set_num_threads(2);
     const double mm2 = zvx_bench::time_one(mm, c.opt);
@@ -312,7 +308,6 @@ int main(int argc, char** argv) {
     omp_set_num_threads(2);
     const double g2 = zvx_bench::time_one(gemv, c.opt);
     omp_set_num_threads(1);
-    (void)two;
     // Rows given as speed-ups: "ours" is two threads, "peer" one thread; the target is on one/two.
     for (auto [name, t1, t2, target] : {std::tuple<std::string, double, double, double>{"zvx_dcsrmm 8 columns, 2 threads", mm1, mm2, 1.6},
                                         {"zvx_dcsrgemv, 2 threads", g1, g2, 1.3}}) {
