@@ -73,7 +73,9 @@ dmat block_effective(const dmat& s, long lb, kind type, bool lower, bool unit) {
 
 void check_bsrmv(const bsr_arrays& a, bool zero_based, const char* descr_in, char trans, double alpha,
                  double beta) {
-  char descr[5] = {descr_in[0], descr_in[1], descr_in[2], zero_based ? 'C' : 'F', 0};
+  char descr[7] = "xxxFxx";  // six characters, as callers hand them; position 3 the base
+  for (int i = 0; i < 3 && descr_in[i]; ++i) descr[i] = descr_in[i];
+  if (zero_based) descr[3] = 'C';
   const bool tr = toupper(trans) != 'N';
   const long in = (tr ? a.m : a.k) * a.lb, out = (tr ? a.k : a.m) * a.lb;
   const auto x = random_vector(in, 221);
@@ -115,11 +117,11 @@ TEST(BsrMultiply, BetaZeroMultipliesSoNanStaysAndEarlyReturns) {
   const double one = 1.0, zero = 0.0, two = 2.0;
   std::vector<double> x(6, 1.0), y(6, 1.0);
   y[2] = NAN;
-  zvx_dbsrmv("N", &m, &k, &lb, &one, "G", a.val.data(), a.indx.data(), a.ia.data(), a.ia.data() + 1, x.data(), &zero, y.data());
+  zvx_dbsrmv("N", &m, &k, &lb, &one, "Gxxxxx", a.val.data(), a.indx.data(), a.ia.data(), a.ia.data() + 1, x.data(), &zero, y.data());
   EXPECT_TRUE(std::isnan(y[2]));
   EXPECT_FALSE(std::isnan(y[0]));
   std::vector<double> z(6, 3.0);
-  zvx_dbsrmv("N", &zero_m, &k, &lb, &one, "G", a.val.data(), a.indx.data(), a.ia.data(), a.ia.data() + 1, x.data(), &two, z.data());
+  zvx_dbsrmv("N", &zero_m, &k, &lb, &one, "Gxxxxx", a.val.data(), a.indx.data(), a.ia.data(), a.ia.data() + 1, x.data(), &two, z.data());
   EXPECT_EQ(z[0], 3.0);
 }
 

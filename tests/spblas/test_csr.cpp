@@ -32,8 +32,11 @@ case_matrix make(long m, long k, int per_row, unsigned seed, double empty_rows =
   return c;
 }
 
-void check_multiply(bool csc, const case_matrix& mat, const char* descr, char trans, int origin,
+void check_multiply(bool csc, const case_matrix& mat, const char* descr_in, char trans, int origin,
                     long n, double alpha, double beta) {
+  // Callers hand six characters; position 3 is read by zvx_dcsrmv.
+  char descr[7] = "xxxxxx";
+  for (int i = 0; i < 6 && descr_in[i]; ++i) descr[i] = descr_in[i];
   const csr_arrays a = to_csr(mat.m, mat.k, mat.e, origin, 1, csc);
   const bool tr = toupper(trans) != 'N';
   const long in = tr ? mat.m : mat.k, out = tr ? mat.k : mat.m;
@@ -120,8 +123,8 @@ TEST(CsrMultiply, DuplicatesAddUpAndUnitIgnoresTheStoredDiagonal) {
   const int m = 2;
   const double alpha = 1.0, beta = 0.0, x[2] = {1.0, 3.0};
   double y5[2], y0[2];
-  zvx_dcsrmv("N", &m, &m, &alpha, "TLU", a5.val.data(), a5.indx.data(), a5.pntrb.data(), a5.pntre.data(), x, &beta, y5);
-  zvx_dcsrmv("N", &m, &m, &alpha, "TLU", a0.val.data(), a0.indx.data(), a0.pntrb.data(), a0.pntre.data(), x, &beta, y0);
+  zvx_dcsrmv("N", &m, &m, &alpha, "TLUxxx", a5.val.data(), a5.indx.data(), a5.pntrb.data(), a5.pntre.data(), x, &beta, y5);
+  zvx_dcsrmv("N", &m, &m, &alpha, "TLUxxx", a0.val.data(), a0.indx.data(), a0.pntrb.data(), a0.pntre.data(), x, &beta, y0);
   EXPECT_EQ(y5[0], 1.0);
   EXPECT_EQ(y5[1], 5.0);
   EXPECT_EQ(y0[0], y5[0]);
@@ -136,15 +139,15 @@ TEST(CsrMultiply, EarlyReturnsAndTheZeroBasedBeta) {
   const double two = 2.0, zero = 0.0, one = 1.0;
   const int m0 = 0, m = 5;
   double y[5] = {1, 2, 3, 4, 5};
-  zvx_dcsrmv("N", &m0, &m, &one, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
-  zvx_dcsrmv("N", &m, &m0, &one, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
+  zvx_dcsrmv("N", &m0, &m, &one, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
+  zvx_dcsrmv("N", &m, &m0, &one, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
   for (int i = 0; i < 5; ++i) EXPECT_EQ(y[i], i + 1.0);
   // alpha 0: only beta acts
-  zvx_dcsrmv("N", &m, &m, &zero, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
+  zvx_dcsrmv("N", &m, &m, &zero, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &two, y);
   for (int i = 0; i < 5; ++i) EXPECT_EQ(y[i], 2.0 * (i + 1.0));
   // beta 0: one-based clears NaN, zero-based multiplies it (NaN stays)
   double yo[5] = {NAN, 0, 0, 0, 0}, yz[5] = {NAN, 0, 0, 0, 0};
-  zvx_dcsrmv("N", &m, &m, &zero, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &zero, yo);
+  zvx_dcsrmv("N", &m, &m, &zero, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &zero, yo);
   zvx_dcsrmv("N", &m, &m, &zero, "GxxC", z.val.data(), z.indx.data(), z.pntrb.data(), z.pntre.data(), x, &zero, yz);
   EXPECT_EQ(yo[0], 0.0);
   EXPECT_TRUE(std::isnan(yz[0]));
@@ -286,7 +289,7 @@ TEST(CsrThreads, LargeProductsAndSolvesMatchOneThread) {
   auto run_all = [&]() {
     std::vector<std::vector<double>> r;
     std::vector<double> y(static_cast<size_t>(m), 1.0), c(static_cast<size_t>(m * n), 1.0);
-    for (const char* d : {"G", "TLN", "TUU", "SLN", "SUN", "AL", "DxN"})
+    for (const char* d : {"Gxxxxx", "TLNxxx", "TUUxxx", "SLNxxx", "SUNxxx", "ALxxxx", "DxNxxx"})
       for (char trans : {'N', 'T'}) {
         zvx_dcsrmv(&trans, &mm, &mm, &alpha, d, a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), b.data(), &beta, y.data());
         r.push_back(y);
