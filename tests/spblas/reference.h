@@ -173,8 +173,9 @@ struct csr_arrays {
   std::vector<double> val;
   std::vector<int> indx, pntrb, pntre, ia;  // ia: m + 1 starts from origin
 };
+// `gaps`: an unused slot holding NaN after every line, so pntre(i) stops short of pntrb(i+1).
 inline csr_arrays to_csr(long m, long k, std::vector<triplet> e, int origin, int base,
-                         bool by_columns = false) {
+                         bool by_columns = false, bool gaps = false) {
   const long lines = by_columns ? k : m;
   if (by_columns)
     for (auto& t : e) std::swap(t.r, t.c);
@@ -192,6 +193,23 @@ inline csr_arrays to_csr(long m, long k, std::vector<triplet> e, int origin, int
   }
   a.pntrb.assign(a.ia.begin(), a.ia.end() - 1);
   a.pntre.assign(a.ia.begin() + 1, a.ia.end());
+  if (gaps) {
+    std::vector<double> val;
+    std::vector<int> indx;
+    for (long i = 0; i < lines; ++i) {
+      const long s = a.pntrb[static_cast<size_t>(i)] - origin, t = a.pntre[static_cast<size_t>(i)] - origin;
+      a.pntrb[static_cast<size_t>(i)] = static_cast<int>(val.size()) + origin;
+      for (long p = s; p < t; ++p) {
+        val.push_back(a.val[static_cast<size_t>(p)]);
+        indx.push_back(a.indx[static_cast<size_t>(p)]);
+      }
+      a.pntre[static_cast<size_t>(i)] = static_cast<int>(val.size()) + origin;
+      val.push_back(NAN);
+      indx.push_back(base);
+    }
+    a.val = val;
+    a.indx = indx;
+  }
   if (a.val.empty()) { a.val.push_back(0.0); a.indx.push_back(base); }  // valid pointers
   return a;
 }

@@ -33,11 +33,11 @@ case_matrix make(long m, long k, int per_row, unsigned seed, double empty_rows =
 }
 
 void check_multiply(bool csc, const case_matrix& mat, const char* descr_in, char trans, int origin,
-                    long n, double alpha, double beta) {
+                    long n, double alpha, double beta, bool gaps = false) {
   // Callers hand six characters; position 3 is read by zvx_dcsrmv.
   char descr[7] = "xxxxxx";
   for (int i = 0; i < 6 && descr_in[i]; ++i) descr[i] = descr_in[i];
-  const csr_arrays a = to_csr(mat.m, mat.k, mat.e, origin, 1, csc);
+  const csr_arrays a = to_csr(mat.m, mat.k, mat.e, origin, 1, csc, gaps);
   const bool tr = toupper(trans) != 'N';
   const long in = tr ? mat.m : mat.k, out = tr ? mat.k : mat.m;
   const long ldb = in + 2, ldc = out + 3;
@@ -179,8 +179,8 @@ TEST(CsrMultiply, ZeroBasedPathEveryType) {
 }
 
 void check_solve(bool csc, const case_matrix& mat, const char* descr, char trans, int origin,
-                 long n, double alpha, bool matrix_rhs) {
-  const csr_arrays a = to_csr(mat.m, mat.k, mat.e, origin, 1, csc);
+                 long n, double alpha, bool matrix_rhs, bool gaps = false) {
+  const csr_arrays a = to_csr(mat.m, mat.k, mat.e, origin, 1, csc, gaps);
   const long m = mat.m, ldb = m + 1, ldc = m + 2;
   const auto b = random_vector(ldb * n, 21);
   auto c = random_vector(ldc * n, 22);
@@ -224,6 +224,35 @@ TEST(CsrSolve, EveryTypeUnderTheSolveRuleBothSweeps) {
               check_solve(csc, sq, descr, trans, origin, 3, 0.5, true);
               check_solve(csc, sq, descr, trans, origin, 10, 1.0, true);
             }
+}
+
+// Row ends and row starts as two arrays: unused slots (NaN) between rows are never read.
+TEST(CsrPointers, IndependentStartAndEndArrays) {
+  const case_matrix sq = make(29, 29, 5, 35, 0.1);
+  for (bool csc : {false, true})
+    for (const char* d : {"G", "TLN", "TUU", "SLN", "SUU", "AL", "DxN", "Q"})
+      for (char trans : {'N', 'T'})
+        for (long n : {1L, 9L}) check_multiply(csc, sq, d, trans, 5, n, 1.5, 0.0, true);
+  for (bool csc : {false, true})
+    for (const char* d : {"TLN", "TUN", "TLU", "TUU", "DxN"})
+      for (char trans : {'N', 'T'})
+        for (long n : {1L, 3L}) check_solve(csc, sq, d, trans, 5, n, 2.0, n > 1, true);
+}
+
+// A non-unit row without entries divides by the entry where the walk of the rows before stopped
+// (their diagonal), so no read leaves the stored arrays.
+TEST(CsrSolve, EmptyRowDividesByThePreviousDiagonal) {
+  const std::vector<triplet> e = {{0, 0, 2.0}, {2, 0, 1.0}, {2, 2, 4.0}};
+  const auto a = to_csr(3, 3, e, 1, 1);
+  const int m = 3, n = 1;
+  const double one = 1.0, x[3] = {2.0, 6.0, 9.0};
+  double y[3], c[3];
+  zvx_dcsrsv("N", &m, &one, "TLN", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, y);
+  zvx_dcsrsm("N", &m, &n, &one, "TLN", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), x, &m, c, &m);
+  EXPECT_DOUBLE_EQ(y[0], 1.0);
+  EXPECT_DOUBLE_EQ(y[1], 3.0);  // 6 / 2
+  EXPECT_DOUBLE_EQ(y[2], 2.0);  // (9 - 1) / 4
+  for (int i = 0; i < 3; ++i) EXPECT_DOUBLE_EQ(c[i], y[i]);
 }
 
 TEST(CsrSolve, AlphaZeroClearsWithoutReadingAndSizeOneWorks) {
