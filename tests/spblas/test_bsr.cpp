@@ -190,6 +190,7 @@ TEST(BsrSymmetric, ZeroBasedNamedTriangleAddsOntoY) {
 
 // The symmetric kernels run on private vectors per thread at any size.
 TEST(BsrThreads, SymmetricKernelsMatchOneThread) {
+  if (in_serial() == 1) GTEST_SKIP() << "the thread policy of this process is serial";
   const int threads = omp_get_max_threads();
   for (long lb : {3L, 4L}) {
     const long m = 3001;

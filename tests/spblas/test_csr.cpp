@@ -308,6 +308,7 @@ TEST(CsrShort, GemvSymvTrsvOnSquareOneBased) {
 // Sizes above every threshold: 2,000 rows of csrgemv, 10,001 of the symmetric vector kernel;
 // the threaded results (OMP_NUM_THREADS=2 in their own CTest entry) equal the serial ones.
 TEST(CsrThreads, LargeProductsAndSolvesMatchOneThread) {
+  if (in_serial() == 1) GTEST_SKIP() << "the thread policy of this process is serial";
   const long m = 20011;
   const auto e = random_triplets(m, m, 7, true, 51, 0.01);
   const auto a = to_csr(m, m, e, 1, 1);
