@@ -247,6 +247,7 @@ void bsr_multiply(const descr& d, bool nontrans, long m, long k, double alpha, c
 
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_dbsrmv(const char* transa, const int* m, const int* k, const int* lb,
@@ -254,8 +255,8 @@ ZVX_EXPORT void zvx_dbsrmv(const char* transa, const int* m, const int* k, const
                            const int* indx, const int* pntrb, const int* pntre, const double* x,
                            const double* beta, double* y) {
   if (*m == 0 || *k == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
-  const bool zero_based = letter_is(matdescra + 3, 'C');
+  const bool nontrans = is_letter(transa, 'N');
+  const bool zero_based = is_letter(matdescra + 3, 'C');
   const long out = (nontrans ? *m : *k) * static_cast<long>(*lb);
   // beta 0 multiplies too: NaN in y stays.
   if (*beta != 1.0)
@@ -270,7 +271,7 @@ ZVX_EXPORT void zvx_dbsrsymv(const char* uplo, const int* m, const int* lb, cons
                              const int* ia, const int* ja, const double* x, double* y) {
   if (*m == 0) return;
   const bsr mat{a, ja, ia, ia + 1, *lb, false};
-  bsrsymv_diag_first(!letter_is(uplo, 'U'), *m, mat, x, y, false);
+  bsrsymv_diag_first(!is_letter(uplo, 'U'), *m, mat, x, y, false);
 }
 
 ZVX_EXPORT void zvx_cspblas_dbsrsymv(const char* uplo, const int* m, const int* lb,
@@ -278,7 +279,7 @@ ZVX_EXPORT void zvx_cspblas_dbsrsymv(const char* uplo, const int* m, const int* 
                                      const double* x, double* y) {
   if (*m <= 0) return;
   const bsr mat{a, ja, ia, ia + 1, *lb, true};
-  const bool lower = !letter_is(uplo, 'U');
-  if (letter_is(uplo + 1, 'A')) bsrsymv_diag_first(lower, *m, mat, x, y, true);
+  const bool lower = !is_letter(uplo, 'U');
+  if (is_letter(uplo + 1, 'A')) bsrsymv_diag_first(lower, *m, mat, x, y, true);
   else bsrmmsym(lower, true, *m, 1.0, mat, x, y);
 }

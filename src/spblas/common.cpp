@@ -13,23 +13,23 @@ descr read_multiply(const char* matdescra, bool skyline) {
   // Skyline stores the lower triangle by rows and the upper one by columns and names the lower
   // one explicitly; every other format names the upper one.
   auto read_triangle = [&] {
-    d.lower = skyline ? letter_is(matdescra + 1, 'L') : !letter_is(matdescra + 1, 'U');
+    d.lower = skyline ? is_letter(matdescra + 1, 'L') : !is_letter(matdescra + 1, 'U');
   };
-  auto read_diagonal = [&] { d.nonunit = !letter_is(matdescra + 2, 'U'); };
-  if (letter_is(t, 'G')) {
+  auto read_diagonal = [&] { d.nonunit = !is_letter(matdescra + 2, 'U'); };
+  if (is_letter(t, 'G')) {
     d.type = matrix_type::general;
-  } else if (letter_is(t, 'T')) {
+  } else if (is_letter(t, 'T')) {
     d.type = matrix_type::triangular;
     read_triangle();
     read_diagonal();
-  } else if (letter_is(t, 'S') || letter_is(t, 'H')) {
+  } else if (is_letter(t, 'S') || is_letter(t, 'H')) {
     d.type = matrix_type::symmetric;
     read_triangle();
     read_diagonal();
-  } else if (letter_is(t, 'D')) {
+  } else if (is_letter(t, 'D')) {
     d.type = matrix_type::diagonal;
     read_diagonal();
-  } else if (letter_is(t, 'A')) {
+  } else if (is_letter(t, 'A')) {
     d.type = matrix_type::skew;
     read_triangle();
   } else if (skyline) {
@@ -41,9 +41,9 @@ descr read_multiply(const char* matdescra, bool skyline) {
 
 descr read_solve(const char* matdescra) {
   descr d;
-  d.type = letter_is(matdescra, 'D') ? matrix_type::diagonal : matrix_type::triangular;
-  d.lower = letter_is(matdescra + 1, 'L');
-  d.nonunit = letter_is(matdescra + 2, 'N');
+  d.type = is_letter(matdescra, 'D') ? matrix_type::diagonal : matrix_type::triangular;
+  d.lower = is_letter(matdescra + 1, 'L');
+  d.nonunit = is_letter(matdescra + 2, 'N');
   return d;
 }
 

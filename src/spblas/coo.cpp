@@ -193,7 +193,7 @@ void coodiagsv(long m, const coo& a, bool unit, const double* x, double* y) {
 void coo_multiply(bool matrix_rhs, const char* transa, long m, long n, long k, double alpha,
                   const char* matdescra, const coo& a, cdense b, double beta, dense c) {
   if (m == 0 || k == 0 || n == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   scale_columns(nontrans ? m : k, n, beta, c, true);
   if (alpha == 0.0 || (matrix_rhs && a.nnz == 0)) return;
   const descr d = read_multiply(matdescra, false);
@@ -240,7 +240,7 @@ void coo_solve(const char* transa, long m, long n, double alpha, const char* mat
     return;
   }
   const descr d = read_solve(matdescra);
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   if (d.type == matrix_type::diagonal) {
     for (long j = 0; j < n; ++j) coodiagsv(m, a, !d.nonunit, b.p + j * b.cs, &c(0, j));
   } else {
@@ -255,13 +255,14 @@ void coo_solve(const char* transa, long m, long n, double alpha, const char* mat
 }  // namespace
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_dcoomv(const char* transa, const int* m, const int* k, const double* alpha,
                            const char* matdescra, const double* val, const int* rowind,
                            const int* colind, const int* nnz, const double* x,
                            const double* beta, double* y) {
-  const long out = letter_is(transa, 'N') ? *m : *k, in = letter_is(transa, 'N') ? *k : *m;
+  const long out = is_letter(transa, 'N') ? *m : *k, in = is_letter(transa, 'N') ? *k : *m;
   coo_multiply(false, transa, *m, 1, *k, *alpha, matdescra, coo{val, rowind, colind, *nnz},
                col_major(x, std::max(in, 1L)), *beta, col_major(y, std::max(out, 1L)));
 }
@@ -297,7 +298,7 @@ ZVX_EXPORT void zvx_dcoogemv(const char* transa, const int* m, const double* val
   for (long i = 0; i < rows; ++i) y[i] = 0.0;
   if (*nnz == 0 || rows <= 0) return;
   const coo a{val, rowind, colind, *nnz};
-  coommgen(1, 1.0, letter_is(transa, 'N') ? a : a.exchanged(), col_major(x, rows),
+  coommgen(1, 1.0, is_letter(transa, 'N') ? a : a.exchanged(), col_major(x, rows),
            col_major(y, rows));
 }
 
@@ -307,7 +308,7 @@ ZVX_EXPORT void zvx_dcoosymv(const char* uplo, const int* m, const double* val, 
   if (rows == 0) return;
   for (long i = 0; i < rows; ++i) y[i] = 0.0;
   if (rows < 0) return;
-  coommsym(letter_is(uplo, 'L'), true, 1, 1.0, coo{val, rowind, colind, *nnz}, col_major(x, rows),
+  coommsym(is_letter(uplo, 'L'), true, 1, 1.0, coo{val, rowind, colind, *nnz}, col_major(x, rows),
            col_major(y, rows));
 }
 
@@ -320,9 +321,9 @@ ZVX_EXPORT void zvx_dcootrsv(const char* uplo, const char* transa, const char* d
     l1().copy(rows, x, y);
     return;
   }
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   const coo a{val, rowind, colind, *nnz};
   coo_gauss(rows, 1, nontrans ? a : a.exchanged(),
-            record_for(nontrans, letter_is(uplo, 'L'), !letter_is(diag, 'N')), col_major(x, rows),
+            record_for(nontrans, is_letter(uplo, 'L'), !is_letter(diag, 'N')), col_major(x, rows),
             col_major(y, rows));
 }

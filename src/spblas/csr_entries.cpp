@@ -14,7 +14,7 @@ void compressed_multiply(bool columns, const char* transa, long m, long n, long 
                          const int* pntrb, const int* pntre, const double* b, long ldb,
                          double beta, double* c, long ldc) {
   if (m == 0 || k == 0 || n == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   const long out_len = nontrans ? m : k;
   dense cc = col_major(c, ldc);
   const cdense bb = col_major(b, ldb);
@@ -107,7 +107,7 @@ void compressed_solve(bool columns, bool matrix_rhs, const char* transa, long m,
     if (d.nonunit) invdiag(m, n, a, cc);
     return;
   }
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   // CSR: the row sweep for the matrix as stored, the column sweep for its transpose; CSC the
   // other way round.
   const bool row_sweep = columns ? !nontrans : nontrans;
@@ -129,17 +129,18 @@ void compressed_solve(bool columns, bool matrix_rhs, const char* transa, long m,
 }  // namespace
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_dcsrmv(const char* transa, const int* m, const int* k, const double* alpha,
                            const char* matdescra, const double* val, const int* indx,
                            const int* pntrb, const int* pntre, const double* x,
                            const double* beta, double* y) {
-  if (letter_is(matdescra + 3, 'C')) {
+  if (is_letter(matdescra + 3, 'C')) {
     cspblas_dcsrmv(transa, *m, *k, *alpha, matdescra, val, indx, pntrb, pntre, x, *beta, y);
     return;
   }
-  const long out = letter_is(transa, 'N') ? *m : *k, in = letter_is(transa, 'N') ? *k : *m;
+  const long out = is_letter(transa, 'N') ? *m : *k, in = is_letter(transa, 'N') ? *k : *m;
   compressed_multiply(false, transa, *m, 1, *k, *alpha, matdescra, val, indx, pntrb, pntre, x,
                       std::max(in, 1L), *beta, y, std::max(out, 1L));
 }
@@ -148,7 +149,7 @@ ZVX_EXPORT void zvx_dcscmv(const char* transa, const int* m, const int* k, const
                            const char* matdescra, const double* val, const int* indx,
                            const int* pntrb, const int* pntre, const double* x,
                            const double* beta, double* y) {
-  const long out = letter_is(transa, 'N') ? *m : *k, in = letter_is(transa, 'N') ? *k : *m;
+  const long out = is_letter(transa, 'N') ? *m : *k, in = is_letter(transa, 'N') ? *k : *m;
   compressed_multiply(true, transa, *m, 1, *k, *alpha, matdescra, val, indx, pntrb, pntre, x,
                       std::max(in, 1L), *beta, y, std::max(out, 1L));
 }
@@ -203,7 +204,7 @@ ZVX_EXPORT void zvx_dcsrgemv(const char* transa, const int* m, const double* a, 
                              const int* ja, const double* x, double* y) {
   const long rows = *m;
   if (rows == 0) return;
-  if (!letter_is(transa, 'N')) {
+  if (!is_letter(transa, 'N')) {
     // Always serial: every row scatters into all of y.
     for (long i = 0; i < rows; ++i) y[i] = 0.0;
     for (long i = 0; i < rows; ++i) {
@@ -236,7 +237,7 @@ ZVX_EXPORT void zvx_dcsrsymv(const char* uplo, const int* m, const double* a, co
   if (rows == 0) return;
   for (long i = 0; i < rows; ++i) y[i] = 0.0;
   const csr mat{a, ja, ia, ia + 1, 1};
-  csrmvsym(letter_is(uplo, 'L'), true, rows, 1.0, mat, x, y);
+  csrmvsym(is_letter(uplo, 'L'), true, rows, 1.0, mat, x, y);
 }
 
 ZVX_EXPORT void zvx_dcsrtrsv(const char* uplo, const char* transa, const char* diag, const int* m,
@@ -246,8 +247,8 @@ ZVX_EXPORT void zvx_dcsrtrsv(const char* uplo, const char* transa, const char* d
   if (rows <= 0) return;
   for (long i = 0; i < rows; ++i) y[i] = x[i];
   const csr mat{a, ja, ia, ia + 1, 1};
-  const bool lower = letter_is(uplo, 'L'), nonunit = letter_is(diag, 'N');
+  const bool lower = is_letter(uplo, 'L'), nonunit = is_letter(diag, 'N');
   dense yy = col_major(y, rows);
-  if (letter_is(transa, 'N')) csrsvrow(lower, nonunit, rows, 1, mat, yy);
+  if (is_letter(transa, 'N')) csrsvrow(lower, nonunit, rows, 1, mat, yy);
   else csrsvcol(!lower, nonunit, rows, 1, mat, yy);
 }

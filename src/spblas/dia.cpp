@@ -207,7 +207,7 @@ void dia_solve_column(bool nontrans, const descr& d, long m, const dia& a, doubl
 void dia_multiply(const char* transa, long m, long n, long k, double alpha, const char* matdescra,
                   const dia& a, cdense b, double beta, dense c) {
   if (m == 0 || k == 0 || n == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   const descr d = read_multiply(matdescra, false);
   switch (d.type) {
     case matrix_type::general:
@@ -233,7 +233,7 @@ void dia_solve(const char* transa, long m, long n, double alpha, const char* mat
                const dia& a, cdense b, dense c, bool matrix_rhs) {
   if (m <= 0 || n <= 0) return;
   const descr d = read_solve(matdescra);
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   auto part = [&](long j0, long j1) {
     for (long j = j0; j < j1; ++j) {
       double* cj = &c(0, j);
@@ -263,13 +263,14 @@ void dia_solve(const char* transa, long m, long n, double alpha, const char* mat
 }  // namespace
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_ddiamv(const char* transa, const int* m, const int* k, const double* alpha,
                            const char* matdescra, const double* val, const int* lval,
                            const int* idiag, const int* ndiag, const double* x,
                            const double* beta, double* y) {
-  const long out = letter_is(transa, 'N') ? *m : *k, in = letter_is(transa, 'N') ? *k : *m;
+  const long out = is_letter(transa, 'N') ? *m : *k, in = is_letter(transa, 'N') ? *k : *m;
   dia_multiply(transa, *m, 1, *k, *alpha, matdescra, dia{val, *lval, idiag, *ndiag},
                col_major(x, std::max(in, 1L)), *beta, col_major(y, std::max(out, 1L)));
 }
@@ -302,14 +303,14 @@ ZVX_EXPORT void zvx_ddiagemv(const char* transa, const int* m, const double* val
                              const int* idiag, const int* ndiag, const double* x, double* y) {
   if (*m == 0) return;
   const long ld = std::max(*m, 1);
-  ddiammgk(letter_is(transa, 'N'), *m, 1, *m, 1.0, dia{val, *lval, idiag, *ndiag},
+  ddiammgk(is_letter(transa, 'N'), *m, 1, *m, 1.0, dia{val, *lval, idiag, *ndiag},
            col_major(x, ld), 0.0, col_major(y, ld));
 }
 
 ZVX_EXPORT void zvx_ddiasymv(const char* uplo, const int* m, const double* val, const int* lval,
                              const int* idiag, const int* ndiag, const double* x, double* y) {
   if (*m <= 0) return;
-  mirrored_product(false, letter_is(uplo, 'L'), true, *m, 1, 1.0, dia{val, *lval, idiag, *ndiag},
+  mirrored_product(false, is_letter(uplo, 'L'), true, *m, 1, 1.0, dia{val, *lval, idiag, *ndiag},
                    col_major(x, *m), 0.0, col_major(y, *m));
 }
 
@@ -321,6 +322,6 @@ ZVX_EXPORT void zvx_ddiatrsv(const char* uplo, const char* transa, const char* d
   l1().copy(rows, x, y);
   if (*ndiag == 0) return;
   const dia a{val, *lval, idiag, *ndiag};
-  const descr d{matrix_type::triangular, letter_is(uplo, 'L'), letter_is(diag, 'N')};
-  dia_solve_column(letter_is(transa, 'N'), d, rows, a, y);
+  const descr d{matrix_type::triangular, is_letter(uplo, 'L'), is_letter(diag, 'N')};
+  dia_solve_column(is_letter(transa, 'N'), d, rows, a, y);
 }

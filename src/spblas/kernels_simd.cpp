@@ -3,18 +3,14 @@
 // are explicit FMAs where the processor has them; the portable build multiplies and adds.
 #include <cmath>
 
+#include "common/simd.h"
 #include "spblas/spblas.h"
 
 namespace zvx::spblas::simd::ZVX_ISA_NS {
 namespace {
 
-inline double madd(double a, double b, double c) {
-#if ZVX_ISA_LEVEL >= 1
-  return __builtin_fma(a, b, c);
-#else
-  return a * b + c;
-#endif
-}
+// Multiply-adds are fused where the processor has them (the vector layer's scalar FMA).
+inline double madd(double a, double b, double c) { return ::ZVX_ISA_NS::sfma(a, b, c); }
 
 // Four independent sums hide the latency of the multiply-add; the loads of x are gathers that the
 // out-of-order core overlaps, so a scalar form is as fast as a vector gather on these rows.
@@ -53,11 +49,6 @@ double row_dot(long len, const double* val, const int* indx, int base, const dou
   return dot(len, val, indx, x - base);
 }
 
-// Entries ahead of the current one whose element of x is requested early: the elements of x
-// that a scattered row needs come from memory, and the requests of a few rows overlap.
-constexpr long x_prefetch_distance = 48;
-// Average entries per row from which the requests ahead pay.
-constexpr long x_prefetch_rows_min = 12;
 
 void csr_rows(long r0, long r1, const double* val, const int* indx, const int* pntrb,
               const int* pntre, int base, const double* x, double alpha, double* y,

@@ -81,7 +81,7 @@ void dskysvline(bool nontrans, bool lower, bool nonunit, long m, const sky& a, d
 void sky_multiply(const char* transa, long m, long n, long k, double alpha, const char* matdescra,
                   const sky& a, cdense b, double beta, dense c) {
   if (m == 0 || k == 0 || n == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   scale_columns(nontrans ? m : k, n, beta, c, true);
   if (alpha == 0.0) return;
   const descr d = read_multiply(matdescra, true);
@@ -126,7 +126,7 @@ void sky_solve(const char* transa, long m, long n, double alpha, const char* mat
   }
   if (alpha == 0.0) return;
   const descr d = read_solve(matdescra);
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   if (d.type == matrix_type::diagonal) {
     if (!d.nonunit) return;
     for (long i = 0; i < m; ++i) {
@@ -145,12 +145,13 @@ void sky_solve(const char* transa, long m, long n, double alpha, const char* mat
 }  // namespace
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_dskymv(const char* transa, const int* m, const int* k, const double* alpha,
                            const char* matdescra, const double* val, const int* pntr,
                            const double* x, const double* beta, double* y) {
-  const long out = letter_is(transa, 'N') ? *m : *k, in = letter_is(transa, 'N') ? *k : *m;
+  const long out = is_letter(transa, 'N') ? *m : *k, in = is_letter(transa, 'N') ? *k : *m;
   sky_multiply(transa, *m, 1, *k, *alpha, matdescra, sky{val, pntr},
                col_major(x, std::max(in, 1L)), *beta, col_major(y, std::max(out, 1L)));
 }

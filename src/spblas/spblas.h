@@ -12,6 +12,7 @@
 #include <cstddef>
 
 #include "blas/level12/kernels.h"
+#include "common/options.h"
 #include "service/service.h"
 
 namespace zvx::spblas {
@@ -34,11 +35,13 @@ inline constexpr long ildlt_backward_tile = 2000;
 // Columns of the right-hand side that one pass of a CSR row keeps in registers: eight sums fit
 // the sixteen vector registers of AVX2 with room for the broadcasts.
 inline constexpr int csr_mm_column_block = 8;
+// CSR multiply rows: entries ahead of the current one whose element of x is requested early (the
+// elements of x that a scattered row needs come from memory, and the requests of a few rows
+// overlap), and the average entries per row from which these requests pay.
+inline constexpr long x_prefetch_distance = 48;
+inline constexpr long x_prefetch_rows_min = 12;
 
 // ---- option letters -----------------------------------------------------------------------------
-inline bool letter_is(const char* c, char upper) {
-  return *c == upper || *c == static_cast<char>(upper + ('a' - 'A'));
-}
 
 enum class matrix_type { general, triangular, symmetric, diagonal, skew, none };
 

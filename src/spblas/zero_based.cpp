@@ -12,7 +12,7 @@ void cspblas_dcsrmv(const char* transa, long m, long k, double alpha, const char
                     const double* val, const int* indx, const int* pntrb, const int* pntre,
                     const double* x, double beta, double* y) {
   if (m == 0 || k == 0) return;
-  const bool nontrans = letter_is(transa, 'N');
+  const bool nontrans = is_letter(transa, 'N');
   const long out = nontrans ? m : k;
   // No special case for beta 0 here: NaN and infinity in y survive it.
   if (beta != 1.0)
@@ -77,13 +77,14 @@ void dcsrsymvrows(bool lower, long r0, long r1, const double* a, const int* ia, 
 }  // namespace
 }  // namespace zvx::spblas
 
+using namespace zvx;
 using namespace zvx::spblas;
 
 ZVX_EXPORT void zvx_cspblas_dcsrsymv_af(const char* uplo, int m, const double* a, const int* ia,
                                         const int* ja, const double* x, double* y, int flag) {
   if (m <= 0) return;
   std::fill(y, y + m, 0.0);
-  const bool lower = letter_is(uplo, 'L');
+  const bool lower = is_letter(uplo, 'L');
   const int t = zvx::serial_policy() != 1 && !omp_in_parallel() ? omp_get_max_threads() : 1;
   double* buffer = nullptr;
   if (t > 1 && static_cast<long>(t) * symv_af_rows_per_thread <= m)
