@@ -22,11 +22,17 @@ struct avx2_double {
   static R neg_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
   static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
   template <bool Conj>
+  static R cmul_split(R a, double wr, double wi) {
+    const R t = _mm256_mul_pd(swap(a), _mm256_set1_pd(wi));
+    return Conj ? _mm256_fmsubadd_pd(a, _mm256_set1_pd(wr), t) : _mm256_fmaddsub_pd(a, _mm256_set1_pd(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm256_movedup_pd(w), wi = _mm256_permute_pd(w, 0xF);
     const R t = _mm256_mul_pd(swap(a), wi);
     return Conj ? _mm256_fmsubadd_pd(a, wr, t) : _mm256_fmaddsub_pd(a, wr, t);
   }
+  static bool interleave2(double*, long, R, R) { return false; }
   // s = 1: each vector holds two groups of one element.
   static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
     if (s != 1) return false;
@@ -61,11 +67,17 @@ struct avx2_single {
     return _mm256_xor_ps(swap(a), _mm256_setr_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f));
   }
   template <bool Conj>
+  static R cmul_split(R a, float wr, float wi) {
+    const R t = _mm256_mul_ps(swap(a), _mm256_set1_ps(wi));
+    return Conj ? _mm256_fmsubadd_ps(a, _mm256_set1_ps(wr), t) : _mm256_fmaddsub_ps(a, _mm256_set1_ps(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm256_moveldup_ps(w), wi = _mm256_movehdup_ps(w);
     const R t = _mm256_mul_ps(swap(a), wi);
     return Conj ? _mm256_fmsubadd_ps(a, wr, t) : _mm256_fmaddsub_ps(a, wr, t);
   }
+  static bool interleave2(float*, long, R, R) { return false; }
   static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
     const __m256d y0 = _mm256_castps_pd(f0), y1 = _mm256_castps_pd(f1);
     const __m256d y2 = _mm256_castps_pd(f2), y3 = _mm256_castps_pd(f3);

@@ -5,6 +5,7 @@
 // within an ulp of it, whatever the length.
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 
 #include "dft/engine_internal.h"
 #include "dft/engine_tuning.h"
@@ -230,13 +231,29 @@ int build_complex(PrimitiveDftContext* c) {
   }
   int radix[max_passes];
   if ((n & (n - 1)) == 0) {
-    // Radix-4 passes; an odd order ends with one radix-2 pass, which has no twiddles.
-    int count = 0, rest = n;
-    while (rest >= 4) {
+    // Radix 4 while the stride is below the vector width (that pass interleaves its outputs in
+    // registers), then radix 8 to cut the passes over the line, with the one or two bits left
+    // over taken by a radix-4 or radix-2 pass: fewer passes over a line that has left the
+    // first-level cache matter more than the extra multiplies of the radix-8 butterfly.
+    int count = 0, bits = 0, s = 1;
+    while ((1 << bits) < n) ++bits;
+    while (s < width && bits >= 2) {
       radix[count++] = 4;
-      rest /= 4;
+      s *= 4;
+      bits -= 2;
     }
-    if (rest == 2) radix[count++] = 2;
+    if (bits % 3 == 1 && bits >= 4) {  // two fours in place of an eight and a two
+      radix[count++] = 4;
+      radix[count++] = 4;
+      bits -= 4;
+    } else if (bits % 3 == 2) {
+      radix[count++] = 4;
+      bits -= 2;
+    } else if (bits == 1) {
+      radix[count++] = 2;
+      bits = 0;
+    }
+    for (; bits >= 3; bits -= 3) radix[count++] = 8;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
     c->buffer_size = static_cast<int>(element * n);
@@ -266,7 +283,16 @@ int build_complex(PrimitiveDftContext* c) {
       const int status = build_permutation(c);
       if (status != engine_ok) return status;
     }
-    return build_plan<T>(c, list, count, width);
+    // The passes run the fours first, then the two, then the odd factors: the strides of the
+    // first passes are below the vector width, and the radix-4 pass is the one that interleaves
+    // its outputs with register shuffles there.
+    int order[max_factors], placed = 0;
+    for (int want : {4, 2})
+      for (int i = 0; i < count; ++i)
+        if (list[i] == want) order[placed++] = want;
+    for (int i = 0; i < count; ++i)
+      if (list[i] != 4 && list[i] != 2) order[placed++] = list[i];
+    return build_plan<T>(c, order, count, width);
   }
   if (n <= tuning::direct_limit) {
     // One pass of radix n: the folded direct sum, reading the input and writing the output.
