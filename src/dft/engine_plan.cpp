@@ -126,7 +126,7 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
         for (long k = 1; k < r; ++k)
           for (long pp = 0; pp < m; ++pp)
             for (long q = 0; q < s; ++q) {
-              const long e = (pp * k * s) % n;
+              const long e = pp * k * s;  // below m * r * s = n
               T* w = next + 2 * ((k - 1) * m * s + q + s * pp);
               w[0] = roots[2 * e];
               w[1] = roots[2 * e + 1];
@@ -135,7 +135,7 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
       } else {
         for (long pp = 0; pp < m; ++pp)
           for (long k = 1; k < r; ++k) {
-            const long e = (pp * k * s) % n;
+            const long e = pp * k * s;  // below m * r * s = n
             next[2 * (pp * (r - 1) + k - 1)] = roots[2 * e];
             next[2 * (pp * (r - 1) + k - 1) + 1] = roots[2 * e + 1];
           }
