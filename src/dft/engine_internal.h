@@ -37,6 +37,9 @@ struct engine_kernels {
   int width_double;
   void (*pass_single)(const engine_pass& pass, const float* x, float* y, int inverse);
   void (*pass_double)(const engine_pass& pass, const double* x, double* y, int inverse);
+  // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
+  void (*multiply_single)(const float* a, const float* b, float* y, long n);
+  void (*multiply_double)(const double* a, const double* b, double* y, long n);
 };
 
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }

@@ -174,7 +174,15 @@ void pass_double(const engine_pass& pass, const double* x, double* y, int invers
   engine_detail::run_pass<avx512_double>(pass, x, y, inverse);
 }
 
-constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double};
+void multiply_single(const float* a, const float* b, float* y, long n) {
+  engine_detail::multiply<avx512_single>(a, b, y, n);
+}
+void multiply_double(const double* a, const double* b, double* y, long n) {
+  engine_detail::multiply<avx512_double>(a, b, y, n);
+}
+
+constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double,
+                               multiply_single, multiply_double};
 
 }  // namespace
 

@@ -271,6 +271,15 @@ void pass_direction(const engine_pass& P, const typename V::real* x, typename V:
 }
 
 template <class V>
+void multiply(const typename V::real* a, const typename V::real* b, typename V::real* y, long n) {
+  using S = scalar_complex<typename V::real>;
+  long k = 0;
+  for (; k + V::W <= n; k += V::W)
+    V::store(y + 2 * k, V::template cmul<false>(V::load(a + 2 * k), V::load(b + 2 * k)));
+  for (; k < n; ++k) S::store(y + 2 * k, S::template cmul<false>(S::load(a + 2 * k), S::load(b + 2 * k)));
+}
+
+template <class V>
 void run_pass(const engine_pass& P, const typename V::real* x, typename V::real* y, int inverse) {
   if (inverse) pass_direction<V, true>(P, x, y);
   else pass_direction<V, false>(P, x, y);
