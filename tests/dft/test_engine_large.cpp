@@ -1,6 +1,7 @@
 // The line engine on long lines, against FFTW in long double as the oracle (a naive sum would be
 // too slow): powers of two up to 2^20, products of 2, 3, 5 and 7 across the group limits, the
-// primes and products around the direct limit, the chirp lengths; forward and inverse, in place.
+// primes and products around the direct limit, the chirp lengths; forward out of place, inverse
+// in place.
 #include <fftw3.h>
 
 #include "dft/engine_test_support.h"
@@ -43,10 +44,11 @@ void check_length(int n, int type) {
   const auto forward = oracle(x);
   std::vector<lc> backward(n);
   for (int k = 0; k < n; ++k) backward[k] = forward[(n - k) % n];
+  // Forward out of place, inverse in place.
   for (int inverse = 0; inverse < 2; ++inverse) {
     std::vector<E> y(x);
     const int status = inverse ? P::inverse(type, y.data(), y.data(), ctx.c, nullptr)
-                               : P::forward(type, y.data(), y.data(), ctx.c, nullptr);
+                               : P::forward(type, x.data(), y.data(), ctx.c, nullptr);
     ASSERT_EQ(status, engine_ok);
     EXPECT_LE(relative_rms(y, inverse ? backward : forward), bound<T>(n))
         << "n " << n << " inverse " << inverse << " route " << primitive_dft_route(ctx.c);
