@@ -3,6 +3,7 @@
 // scrambled contexts, and the chirp tables. Roots of unity are evaluated in long double from
 // their own angle (never by repeated multiplication), so every twiddle is correctly rounded or
 // within an ulp of it, whatever the length.
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <initializer_list>
@@ -180,6 +181,8 @@ int build_chirp(PrimitiveDftContext* c) {
   const long n = c->length;
   long L = 1;
   while (L < 2 * n - 1) L *= 2;
+  // The convolution runs on a power of two the engine accepts.
+  if (L > (1L << tuning::largest_order)) return engine_bad_order;
   c->chirp_length = static_cast<int>(L);
   const int chirp_type = c->is_double ? context_complex_double : context_complex_single;
   int status = primitive_dft_create(&c->chirp_context, chirp_type, static_cast<int>(L), scale_none, 0);
@@ -219,6 +222,15 @@ int build_chirp(PrimitiveDftContext* c) {
   return engine_ok;
 }
 
+// The scratch a compute call needs, in the int the query reports. A line whose scratch that
+// cannot express (and which the caller could not be told to provide) is refused as out of memory
+// before anything is built.
+bool set_buffer_size(PrimitiveDftContext* c, long bytes) {
+  if (bytes > INT_MAX - 64) return false;
+  c->buffer_size = static_cast<int>(bytes);
+  return true;
+}
+
 template <class T>
 int build_complex(PrimitiveDftContext* c) {
   const int n = c->length;
@@ -256,7 +268,7 @@ int build_complex(PrimitiveDftContext* c) {
     for (; bits >= 3; bits -= 3) radix[count++] = 8;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
-    c->buffer_size = static_cast<int>(element * n);
+    if (!set_buffer_size(c, element * n)) return engine_no_memory;
     return build_plan<T>(c, radix, count, width);
   }
   int list[max_factors];
@@ -278,7 +290,7 @@ int build_complex(PrimitiveDftContext* c) {
     const int reorder_limit =
         c->is_double ? tuning::reorder_limit_double : tuning::reorder_limit_single;
     c->no_reorder = scrambled && n > reorder_limit;
-    c->buffer_size = static_cast<int>(element * n * (c->no_reorder ? 2 : 1));
+    if (!set_buffer_size(c, element * n * (c->no_reorder ? 2 : 1))) return engine_no_memory;
     if (c->no_reorder) {
       const int status = build_permutation(c);
       if (status != engine_ok) return status;
@@ -305,7 +317,7 @@ int build_complex(PrimitiveDftContext* c) {
   const int status = build_chirp<T>(c);
   if (status != engine_ok) return status;
   long bytes = element * c->chirp_length + c->chirp_context->buffer_size + 64;
-  c->buffer_size = static_cast<int>(bytes);
+  if (!set_buffer_size(c, bytes)) return engine_no_memory;
   return engine_ok;
 }
 
