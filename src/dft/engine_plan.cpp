@@ -244,9 +244,10 @@ int build_complex(PrimitiveDftContext* c) {
   int radix[max_passes];
   if ((n & (n - 1)) == 0) {
     // Radix 4 while the stride is below the vector width (that pass interleaves its outputs in
-    // registers), then radix 8 to cut the passes over the line, with the one or two bits left
-    // over taken by a radix-4 or radix-2 pass: fewer passes over a line that has left the
-    // first-level cache matter more than the extra multiplies of the radix-8 butterfly.
+    // registers), then radix 8 to cut the passes over the line, and the one or two bits left
+    // over by radix 4 or 2 at the end, where the last pass needs no twiddles: fewer passes over
+    // a line that has left the first-level cache matter more than the extra multiplies of the
+    // radix-8 butterfly (see the tuning header for the measurements).
     int count = 0, bits = 0, s = 1;
     while ((1 << bits) < n) ++bits;
     while (s < width && bits >= 2) {
@@ -254,18 +255,13 @@ int build_complex(PrimitiveDftContext* c) {
       s *= 4;
       bits -= 2;
     }
-    if (bits % 3 == 1 && bits >= 4) {  // two fours in place of an eight and a two
-      radix[count++] = 4;
-      radix[count++] = 4;
-      bits -= 4;
-    } else if (bits % 3 == 2) {
-      radix[count++] = 4;
-      bits -= 2;
-    } else if (bits == 1) {
-      radix[count++] = 2;
-      bits = 0;
-    }
-    for (; bits >= 3; bits -= 3) radix[count++] = 8;
+    int fours = 0, twos = 0;
+    if (bits % 3 == 1 && bits >= 4) fours = 2;  // two fours in place of an eight and a two
+    else if (bits % 3 == 2) fours = 1;
+    else if (bits == 1) twos = 1;
+    for (bits -= 2 * fours + twos; bits >= 3; bits -= 3) radix[count++] = 8;
+    for (; fours > 0; --fours) radix[count++] = 4;
+    if (twos) radix[count++] = 2;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
     if (!set_buffer_size(c, element * n)) return engine_no_memory;
