@@ -15,10 +15,12 @@ struct engine_pass {
   int radix;
   int m;
   int s;
-  // 1 when s is below the vector width: the twiddles are stored per element index,
-  // tw[(k-1)*m*s + q + s*p], so that a vector of neighbouring indices loads them in one go.
+  // 1 when s is below the vector width: vectors run over neighbouring indices q + s*p. When s
+  // divides the width (`grouped`), the twiddles are stored by k and p, tw[(k-1)*m + p], and a
+  // vector repeats each of its W/s twiddles s times; otherwise per index, tw[(k-1)*m*s + q + s*p].
   // 0: per p, tw[p*(radix-1) + k-1], broadcast over q.
   int expanded;
+  int grouped;
   const void* twiddles;  // interleaved complex of the context's precision; null when m is 1
   const void* roots;     // radix above 5: the radix roots exp(-2 pi i t / radix), t < radix
 };

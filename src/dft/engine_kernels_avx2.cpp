@@ -14,6 +14,7 @@ struct avx2_double {
   static R load(const double* p) { return _mm256_loadu_pd(p); }
   static void store(double* p, R v) { _mm256_storeu_pd(p, v); }
   static R bcast(const double* p) { return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)); }
+  static R repeat(const double* p, long) { return load(p); }  // s below W = 2 is 1
   static R add(R a, R b) { return _mm256_add_pd(a, b); }
   static R sub(R a, R b) { return _mm256_sub_pd(a, b); }
   static R mulr(R a, double c) { return _mm256_mul_pd(a, _mm256_set1_pd(c)); }
@@ -54,6 +55,12 @@ struct avx2_single {
     double d;
     std::memcpy(&d, p, sizeof d);
     return _mm256_castpd_ps(_mm256_set1_pd(d));
+  }
+  // W / s complex numbers, each repeated s times (s = 1, 2), moved as 64-bit words.
+  static R repeat(const float* p, long s) {
+    if (s == 1) return load(p);
+    return _mm256_castpd_ps(_mm256_permute4x64_pd(
+        _mm256_castpd128_pd256(_mm_loadu_pd(reinterpret_cast<const double*>(p))), 0x50));
   }
   static R add(R a, R b) { return _mm256_add_ps(a, b); }
   static R sub(R a, R b) { return _mm256_sub_ps(a, b); }

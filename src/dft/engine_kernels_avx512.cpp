@@ -74,6 +74,12 @@ struct avx512_double {
   static R load(const double* p) { return _mm512_loadu_pd(p); }
   static void store(double* p, R v) { _mm512_storeu_pd(p, v); }
   static R bcast(const double* p) { return _mm512_broadcast_f64x2(_mm_loadu_pd(p)); }
+  // W / s complex numbers, each repeated s times (s = 1 or 2).
+  static R repeat(const double* p, long s) {
+    if (s == 1) return load(p);
+    return _mm512_permutexvar_pd(_mm512_setr_epi64(0, 1, 0, 1, 2, 3, 2, 3),
+                                 _mm512_castpd256_pd512(_mm256_loadu_pd(p)));
+  }
   static R add(R a, R b) { return _mm512_add_pd(a, b); }
   static R sub(R a, R b) { return _mm512_sub_pd(a, b); }
   static R mulr(R a, double c) { return _mm512_mul_pd(a, _mm512_set1_pd(c)); }
@@ -122,6 +128,17 @@ struct avx512_single {
     double d;
     std::memcpy(&d, p, sizeof d);
     return _mm512_castpd_ps(_mm512_set1_pd(d));
+  }
+  // W / s complex numbers, each repeated s times (s = 1, 2, 4), moved as 64-bit words.
+  static R repeat(const float* p, long s) {
+    if (s == 1) return load(p);
+    if (s == 2)
+      return _mm512_castpd_ps(_mm512_permutexvar_pd(
+          _mm512_setr_epi64(0, 0, 1, 1, 2, 2, 3, 3),
+          _mm512_castpd256_pd512(_mm256_loadu_pd(reinterpret_cast<const double*>(p)))));
+    return _mm512_castpd_ps(_mm512_permutexvar_pd(
+        _mm512_setr_epi64(0, 0, 0, 0, 1, 1, 1, 1),
+        _mm512_castpd128_pd512(_mm_loadu_pd(reinterpret_cast<const double*>(p)))));
   }
   static R add(R a, R b) { return _mm512_add_ps(a, b); }
   static R sub(R a, R b) { return _mm512_sub_ps(a, b); }

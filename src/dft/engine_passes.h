@@ -38,6 +38,7 @@ struct scalar_complex {
   }
   template <bool Conj>
   static R cmul_split(R a, T wr, T wi) { return cmul<Conj>(a, R{wr, wi}); }
+  static R repeat(const T* p, long) { return load(p); }
   static bool interleave4(T*, long, R, R, R, R) { return false; }
   static bool interleave2(T*, long, R, R) { return false; }
 };
@@ -213,7 +214,8 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     butterfly<V, Inv, Radix>(r, roots, a, o);
     if (tw)
       for (int k = 1; k < r; ++k)
-        o[k] = V::template cmul<Inv>(o[k], V::load(tw + 2 * ((k - 1) * ms + i)));
+        o[k] = V::template cmul<Inv>(o[k], P.grouped ? V::repeat(tw + 2 * ((k - 1) * m + i / s), s)
+                                                     : V::load(tw + 2 * ((k - 1) * ms + i)));
     // A vector holds W / s whole groups of s when s divides W; they land in r * W contiguous
     // outputs, ordered group, k, q.
     if constexpr (Radix == 4) {
@@ -246,7 +248,8 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     const long q = i % s, p = i / s;
     for (int k = 0; k < r; ++k) {
       auto v = os[k];
-      if (tw && k > 0) v = S::template cmul<Inv>(v, S::load(tw + 2 * ((k - 1) * ms + i)));
+      if (tw && k > 0)
+        v = S::template cmul<Inv>(v, S::load(tw + 2 * (P.grouped ? (k - 1) * m + p : (k - 1) * ms + i)));
       S::store(y + 2 * (q + s * (r * p + k)), v);
     }
   }

@@ -87,7 +87,7 @@ long plan_table_elements(const int* radix, int count, long n, int width) {
   long total = 0, s = 1;
   for (int i = 0; i < count; ++i) {
     const long r = radix[i], m = n / (s * r);
-    if (m > 1) total += (s < width) ? (r - 1) * m * s : (r - 1) * m;
+    if (m > 1) total += (s < width && width % s != 0) ? (r - 1) * m * s : (r - 1) * m;
     if (r > 5) total += r;
     s *= r;
   }
@@ -118,12 +118,21 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
     p.m = static_cast<int>(m);
     p.s = static_cast<int>(s);
     p.expanded = s < width;
+    p.grouped = p.expanded && width % s == 0;
     p.twiddles = nullptr;
     p.roots = nullptr;
     // w of the sub-length m*r to the power p*k is the n-th root to the power p*k*s.
     if (m > 1) {
       p.twiddles = next;
-      if (p.expanded) {
+      if (p.grouped) {
+        for (long k = 1; k < r; ++k)
+          for (long pp = 0; pp < m; ++pp) {
+            const long e = pp * k * s;  // below m * r * s = n
+            next[2 * ((k - 1) * m + pp)] = roots[2 * e];
+            next[2 * ((k - 1) * m + pp) + 1] = roots[2 * e + 1];
+          }
+        next += 2 * (r - 1) * m;
+      } else if (p.expanded) {
         for (long k = 1; k < r; ++k)
           for (long pp = 0; pp < m; ++pp)
             for (long q = 0; q < s; ++q) {
