@@ -150,6 +150,12 @@ result measure(int n, const zvx_bench::options& opt) {
   return {t.ours, t.peer, error, cpu.first, cpu.second};
 }
 
+std::string scientific(double v) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1e", v);
+  return text;
+}
+
 double gflops(int n, double seconds) { return 5.0 * n * std::log2(static_cast<double>(n)) / seconds * 1e-9; }
 
 }  // namespace
@@ -196,7 +202,7 @@ int main(int argc, char** argv) {
              zvx_bench::fmt(r.peer * 1e6, 2), zvx_bench::fmt(r.ours / r.peer, 3),
              zvx_bench::fmt(r.ours_cpu / r.peer_cpu, 3),
              zvx_bench::fmt(gflops(n, r.ours_cpu), 1), zvx_bench::fmt(gflops(n, r.peer_cpu), 1),
-             zvx_bench::fmt(r.error * 1e9, 2) + "e-9"});
+             scientific(r.error)});
       std::printf("%s n=%d ours %.2f us FFTW %.2f us ratio %.3f, least CPU time %.2f / %.2f us "
                   "ratio %.3f, diff %.2e\n", ch == 'z' ? "z" : "c", n, r.ours * 1e6, r.peer * 1e6,
                   r.ours / r.peer, r.ours_cpu * 1e6, r.peer_cpu * 1e6, r.ours_cpu / r.peer_cpu,
