@@ -136,7 +136,8 @@ result measure(int n, const zvx_bench::options& opt) {
   for (int k = 0; k < n; ++k) {
     const long double dr = ours[k].real - p[2 * k], di = ours[k].imag - p[2 * k + 1];
     num += dr * dr + di * di;
-    den += static_cast<long double>(p[2 * k]) * p[2 * k] + static_cast<long double>(p[2 * k + 1]) * p[2 * k + 1];
+    const long double pr = p[2 * k], pi = p[2 * k + 1];
+    den += pr * pr + pi * pi;
   }
   const double error = std::sqrt(static_cast<double>(num / den));
   std::memset(ours.data(), 0, sizeof(typename K::element) * n);
@@ -156,7 +157,9 @@ std::string scientific(double v) {
   return text;
 }
 
-double gflops(int n, double seconds) { return 5.0 * n * std::log2(static_cast<double>(n)) / seconds * 1e-9; }
+double gflops(int n, double seconds) {
+  return 5.0 * n * std::log2(static_cast<double>(n)) / seconds * 1e-9;
+}
 
 }  // namespace
 
