@@ -8,5 +8,6 @@
 #include "zvx_blas3.h"
 #include "zvx_lapack.h"
 #include "zvx_nvo.h"
+#include "zvx_dft.h"
 
 #endif
