@@ -1,0 +1,117 @@
+// The line engine's own records: the context layout, the passes a plan runs, and the table of
+// pass kernels per instruction set. Nothing here leaves the engine and its tests.
+#pragma once
+#include <cstddef>
+
+#include "dft/engine.h"
+
+namespace zvx::dft {
+
+// One pass of a self-sorting transform. A line of n elements is read as x[q + s*(p + j*m)] for
+// q < s, p < m, j < radix and written as y[q + s*(radix*p + k)], multiplied by w^(p*k) of the
+// sub-length m * radix. After the last pass (m = 1) the result stands in natural order, so no
+// permutation is ever needed; the last pass has no twiddles and may run in place.
+struct engine_pass {
+  int radix;
+  int m;
+  int s;
+  // 1 when s is below the vector width: the twiddles are stored per element index,
+  // tw[(k-1)*m*s + q + s*p], so that a vector of neighbouring indices loads them in one go.
+  // 0: per p, tw[p*(radix-1) + k-1], broadcast over q.
+  int expanded;
+  const void* twiddles;  // interleaved complex of the context's precision; null when m is 1
+  const void* roots;     // radix above 5: the radix roots exp(-2 pi i t / radix), t < radix
+};
+
+inline constexpr int max_passes = 40;
+
+struct engine_plan {
+  int pass_count;
+  engine_pass passes[max_passes];
+};
+
+// Kernels of one instruction set. `width` is the number of complex elements in a vector; a plan
+// stores its twiddles for that width, so a context runs only with the table it was built for.
+struct engine_kernels {
+  int width_single;
+  int width_double;
+  void (*pass_single)(const engine_pass& pass, const float* x, float* y, int inverse);
+  void (*pass_double)(const engine_pass& pass, const double* x, double* y, int inverse);
+};
+
+namespace isa_portable { const engine_kernels& dft_engine_kernels(); }
+namespace isa_avx2 { const engine_kernels& dft_engine_kernels(); }
+namespace isa_avx512 { const engine_kernels& dft_engine_kernels(); }
+// The table for this process's instruction set, chosen once.
+const engine_kernels& dft_engine_kernels();
+
+// How a context transforms its line.
+enum engine_route : int {
+  route_fixed = 1,         // lengths 1 to 4
+  route_power_of_two = 2,  // radix-4 passes
+  route_mixed_radix = 3,   // factors 4, 2, odd primes up to 150
+  route_direct = 4,        // one folded direct sum
+  route_chirp = 5,         // chirp convolution on a power-of-two length
+};
+
+// One factor of the mixed-radix route.
+struct engine_factor {
+  int factor;
+  int remainder;  // n divided by the factors up to this one
+  int stride;     // product of the factors before this one
+  int group;      // product of the factors within the current group, this one included
+};
+
+inline constexpr int max_factors = 32;
+
+struct PrimitiveDftContext {
+  int type_id;
+  int length;
+  int scale_forward;
+  int scale_inverse;
+  double scale;
+  int hint;
+  int buffer_size;
+  int route;
+  int is_double;
+  int is_power_of_two;
+  int is_mixed_radix;
+  int no_reorder;
+  int chirp_length;
+  int factor_count;  // factors in the list; the last one is factors[factor_count - 1]
+  engine_factor factors[max_factors];
+  const engine_kernels* kernels;
+  engine_plan plan;
+  void* twiddle_block;     // every twiddle and radix-root table of the plan
+  int* permutation;        // digit reversal, for contexts with no_reorder
+  void* chirp_table;       // c(k) = exp(-pi i k^2 / n), k < n
+  void* chirp_spectrum;    // transform of the conjugate chirp, scaled by 1 / L
+  PrimitiveDftContext* chirp_context;  // power-of-two context of length L
+};
+
+// The route a context takes; 0 for null. For tests and the descriptor layer's diagnostics.
+int primitive_dft_route(const PrimitiveDftContext* context);
+
+// Test seam: the allocator fails from the `count`-th call on (counting from 0) until reset with a
+// negative count. Lets tests reach every failure path of create.
+void engine_fail_allocation_after(int count);
+
+}  // namespace zvx::dft
+
+namespace zvx::dft {
+
+// Builds the route and every table of a complex context whose type, length, flag fields,
+// is_double and kernels are set. On failure returns the status; what was built stays in the
+// context for engine_release_tables.
+int engine_build_complex(PrimitiveDftContext* context);
+// Releases every table of a context (not the record itself). Safe on a partly built context.
+void engine_release_tables(PrimitiveDftContext* context);
+
+// The self-sorting passes of a plan on n elements from `in` to `out` (which may be equal), with
+// `work` of n elements. No scaling.
+void engine_run_plan_single(const PrimitiveDftContext* context, const float* in, float* out,
+                            float* work, int inverse);
+void engine_run_plan_double(const PrimitiveDftContext* context, const double* in, double* out,
+                            double* work, int inverse);
+
+}  // namespace zvx::dft

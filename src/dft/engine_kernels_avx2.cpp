@@ -1,0 +1,106 @@
+// Passes of the line engine with AVX2 and FMA: two complex doubles or four complex floats a
+// vector, interleaved (real, imaginary).
+#include <immintrin.h>
+
+#include "dft/engine_passes.h"
+
+namespace zvx::dft::isa_avx2 {
+namespace {
+
+struct avx2_double {
+  using real = double;
+  using R = __m256d;
+  static constexpr int W = 2;
+  static R load(const double* p) { return _mm256_loadu_pd(p); }
+  static void store(double* p, R v) { _mm256_storeu_pd(p, v); }
+  static R bcast(const double* p) { return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)); }
+  static R add(R a, R b) { return _mm256_add_pd(a, b); }
+  static R sub(R a, R b) { return _mm256_sub_pd(a, b); }
+  static R mulr(R a, double c) { return _mm256_mul_pd(a, _mm256_set1_pd(c)); }
+  static R fmar(R acc, R a, double c) { return _mm256_fmadd_pd(a, _mm256_set1_pd(c), acc); }
+  static R swap(R a) { return _mm256_permute_pd(a, 0x5); }
+  static R neg_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
+  static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
+  template <bool Conj>
+  static R cmul(R a, R w) {
+    const R wr = _mm256_movedup_pd(w), wi = _mm256_permute_pd(w, 0xF);
+    const R t = _mm256_mul_pd(swap(a), wi);
+    return Conj ? _mm256_fmsubadd_pd(a, wr, t) : _mm256_fmaddsub_pd(a, wr, t);
+  }
+  // s = 1: each vector holds two groups of one element.
+  static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
+    if (s != 1) return false;
+    _mm256_storeu_pd(y, _mm256_permute2f128_pd(y0, y1, 0x20));
+    _mm256_storeu_pd(y + 4, _mm256_permute2f128_pd(y2, y3, 0x20));
+    _mm256_storeu_pd(y + 8, _mm256_permute2f128_pd(y0, y1, 0x31));
+    _mm256_storeu_pd(y + 12, _mm256_permute2f128_pd(y2, y3, 0x31));
+    return true;
+  }
+};
+
+struct avx2_single {
+  using real = float;
+  using R = __m256;
+  static constexpr int W = 4;
+  static R load(const float* p) { return _mm256_loadu_ps(p); }
+  static void store(float* p, R v) { _mm256_storeu_ps(p, v); }
+  static R bcast(const float* p) {
+    double d;
+    std::memcpy(&d, p, sizeof d);
+    return _mm256_castpd_ps(_mm256_set1_pd(d));
+  }
+  static R add(R a, R b) { return _mm256_add_ps(a, b); }
+  static R sub(R a, R b) { return _mm256_sub_ps(a, b); }
+  static R mulr(R a, float c) { return _mm256_mul_ps(a, _mm256_set1_ps(c)); }
+  static R fmar(R acc, R a, float c) { return _mm256_fmadd_ps(a, _mm256_set1_ps(c), acc); }
+  static R swap(R a) { return _mm256_permute_ps(a, 0xB1); }
+  static R neg_i(R a) {
+    return _mm256_xor_ps(swap(a), _mm256_setr_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f));
+  }
+  static R pos_i(R a) {
+    return _mm256_xor_ps(swap(a), _mm256_setr_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f));
+  }
+  template <bool Conj>
+  static R cmul(R a, R w) {
+    const R wr = _mm256_moveldup_ps(w), wi = _mm256_movehdup_ps(w);
+    const R t = _mm256_mul_ps(swap(a), wi);
+    return Conj ? _mm256_fmsubadd_ps(a, wr, t) : _mm256_fmaddsub_ps(a, wr, t);
+  }
+  static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
+    const __m256d y0 = _mm256_castps_pd(f0), y1 = _mm256_castps_pd(f1);
+    const __m256d y2 = _mm256_castps_pd(f2), y3 = _mm256_castps_pd(f3);
+    double* d = reinterpret_cast<double*>(y);
+    if (s == 1) {  // a 4 x 4 transpose of complex elements
+      const __m256d l01 = _mm256_unpacklo_pd(y0, y1), h01 = _mm256_unpackhi_pd(y0, y1);
+      const __m256d l23 = _mm256_unpacklo_pd(y2, y3), h23 = _mm256_unpackhi_pd(y2, y3);
+      _mm256_storeu_pd(d, _mm256_permute2f128_pd(l01, l23, 0x20));
+      _mm256_storeu_pd(d + 4, _mm256_permute2f128_pd(h01, h23, 0x20));
+      _mm256_storeu_pd(d + 8, _mm256_permute2f128_pd(l01, l23, 0x31));
+      _mm256_storeu_pd(d + 12, _mm256_permute2f128_pd(h01, h23, 0x31));
+      return true;
+    }
+    if (s == 2) {  // two groups of two elements a vector
+      _mm256_storeu_pd(d, _mm256_permute2f128_pd(y0, y1, 0x20));
+      _mm256_storeu_pd(d + 4, _mm256_permute2f128_pd(y2, y3, 0x20));
+      _mm256_storeu_pd(d + 8, _mm256_permute2f128_pd(y0, y1, 0x31));
+      _mm256_storeu_pd(d + 12, _mm256_permute2f128_pd(y2, y3, 0x31));
+      return true;
+    }
+    return false;
+  }
+};
+
+void pass_single(const engine_pass& pass, const float* x, float* y, int inverse) {
+  engine_detail::run_pass<avx2_single>(pass, x, y, inverse);
+}
+void pass_double(const engine_pass& pass, const double* x, double* y, int inverse) {
+  engine_detail::run_pass<avx2_double>(pass, x, y, inverse);
+}
+
+constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double};
+
+}  // namespace
+
+const engine_kernels& dft_engine_kernels() { return table; }
+
+}  // namespace zvx::dft::isa_avx2

@@ -1,0 +1,21 @@
+// Passes of the line engine for the x86-64 baseline: one complex element at a time, in whatever
+// the compiler makes of plain code.
+#include "dft/engine_passes.h"
+
+namespace zvx::dft::isa_portable {
+namespace {
+
+void pass_single(const engine_pass& pass, const float* x, float* y, int inverse) {
+  engine_detail::run_pass<scalar_complex<float>>(pass, x, y, inverse);
+}
+void pass_double(const engine_pass& pass, const double* x, double* y, int inverse) {
+  engine_detail::run_pass<scalar_complex<double>>(pass, x, y, inverse);
+}
+
+constexpr engine_kernels table{1, 1, pass_single, pass_double};
+
+}  // namespace
+
+const engine_kernels& dft_engine_kernels() { return table; }
+
+}  // namespace zvx::dft::isa_portable

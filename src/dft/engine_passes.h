@@ -1,0 +1,251 @@
+// The passes of the line engine, written once over a vector type and compiled per instruction
+// set. An instruction-set file defines its vector types (a struct with `real`, `R`, `W` complex
+// elements per vector, loads, stores, adds, the complex product and the products by +-i), then
+// includes this header inside its own namespace and instantiates `run_pass`.
+//
+// Data are interleaved complex (real part first). A pass reads x[q + s*(p + j*m)] and writes
+// y[q + s*(radix*p + k)]; see engine_pass. When s is at least the vector width, a vector covers
+// neighbouring q and a twiddle is broadcast; below it, a vector covers neighbouring indices
+// q + s*p, the twiddles are stored per index, and the outputs are interleaved on the way out.
+#pragma once
+#include <cstring>
+
+#include "dft/engine_internal.h"
+
+namespace zvx::dft {
+
+// Scalar complex "vector" of one element: the portable path, and the tails of the vector paths.
+template <class T>
+struct scalar_complex {
+  using real = T;
+  struct R {
+    T re, im;
+  };
+  static constexpr int W = 1;
+  static R load(const T* p) { return {p[0], p[1]}; }
+  static void store(T* p, R v) { p[0] = v.re; p[1] = v.im; }
+  static R bcast(const T* p) { return {p[0], p[1]}; }
+  static R add(R a, R b) { return {a.re + b.re, a.im + b.im}; }
+  static R sub(R a, R b) { return {a.re - b.re, a.im - b.im}; }
+  static R mulr(R a, T c) { return {a.re * c, a.im * c}; }
+  static R fmar(R acc, R a, T c) { return {acc.re + a.re * c, acc.im + a.im * c}; }
+  static R neg_i(R a) { return {a.im, -a.re}; }
+  static R pos_i(R a) { return {-a.im, a.re}; }
+  template <bool Conj>
+  static R cmul(R a, R w) {
+    if constexpr (Conj) return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
+    else return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
+  }
+  static bool interleave4(T*, long, R, R, R, R) { return false; }
+};
+
+namespace engine_detail {
+
+inline constexpr int max_radix = 151;
+
+// Forward multiplies the odd part by -i, inverse by +i.
+template <class V, bool Inv>
+inline typename V::R rot(typename V::R b) {
+  if constexpr (Inv) return V::pos_i(b);
+  else return V::neg_i(b);
+}
+
+// y[k] = sum_j a[j] w^(jk) for the fixed radices.
+template <class V, bool Inv, int Radix>
+inline void butterfly_fixed(const typename V::R* a, typename V::R* y) {
+  using T = typename V::real;
+  if constexpr (Radix == 2) {
+    y[0] = V::add(a[0], a[1]);
+    y[1] = V::sub(a[0], a[1]);
+  } else if constexpr (Radix == 4) {
+    const auto s02 = V::add(a[0], a[2]), d02 = V::sub(a[0], a[2]);
+    const auto s13 = V::add(a[1], a[3]), d13 = rot<V, Inv>(V::sub(a[1], a[3]));
+    y[0] = V::add(s02, s13);
+    y[2] = V::sub(s02, s13);
+    y[1] = V::add(d02, d13);
+    y[3] = V::sub(d02, d13);
+  } else if constexpr (Radix == 3) {
+    constexpr T half = T(-0.5), sin3 = T(0.86602540378443864676372317075294);
+    const auto t = V::add(a[1], a[2]);
+    const auto u = V::fmar(a[0], t, half);
+    const auto v = rot<V, Inv>(V::mulr(V::sub(a[1], a[2]), sin3));
+    y[0] = V::add(a[0], t);
+    y[1] = V::add(u, v);
+    y[2] = V::sub(u, v);
+  } else if constexpr (Radix == 5) {
+    constexpr T c1 = T(0.30901699437494742410229341718281906);
+    constexpr T c2 = T(-0.80901699437494742410229341718281906);
+    constexpr T s1 = T(0.95105651629515357211643933337938214);
+    constexpr T s2 = T(0.58778525229247312916870595463907277);
+    const auto t1 = V::add(a[1], a[4]), t2 = V::add(a[2], a[3]);
+    const auto d1 = V::sub(a[1], a[4]), d2 = V::sub(a[2], a[3]);
+    y[0] = V::add(a[0], V::add(t1, t2));
+    const auto a1 = V::fmar(V::fmar(a[0], t1, c1), t2, c2);
+    const auto a2 = V::fmar(V::fmar(a[0], t1, c2), t2, c1);
+    const auto b1 = rot<V, Inv>(V::fmar(V::mulr(d1, s1), d2, s2));
+    const auto b2 = rot<V, Inv>(V::fmar(V::mulr(d1, s2), d2, -s1));
+    y[1] = V::add(a1, b1);
+    y[4] = V::sub(a1, b1);
+    y[2] = V::add(a2, b2);
+    y[3] = V::sub(a2, b2);
+  }
+}
+
+// Any odd radix: fold into sums and differences of a[j] and a[r-j], so that every product by a
+// cosine or a sine serves two outputs. roots[t] = exp(-2 pi i t / r).
+template <class V, bool Inv>
+inline void butterfly_odd(int r, const typename V::real* roots, typename V::R* a,
+                          typename V::R* y) {
+  using R = typename V::R;
+  const int h = (r - 1) / 2;
+  R sum[max_radix / 2 + 1], dif[max_radix / 2 + 1];
+  R y0 = a[0];
+  for (int j = 1; j <= h; ++j) {
+    sum[j] = V::add(a[j], a[r - j]);
+    dif[j] = V::sub(a[j], a[r - j]);
+    y0 = V::add(y0, sum[j]);
+  }
+  for (int k = 1; k <= h; ++k) {
+    R re = a[0];
+    R im = V::mulr(dif[1], -roots[2 * k + 1]);
+    re = V::fmar(re, sum[1], roots[2 * k]);
+    int t = k;
+    for (int j = 2; j <= h; ++j) {
+      t += k;
+      if (t >= r) t -= r;
+      re = V::fmar(re, sum[j], roots[2 * t]);
+      im = V::fmar(im, dif[j], -roots[2 * t + 1]);
+    }
+    const R b = rot<V, Inv>(im);
+    y[k] = V::add(re, b);
+    y[r - k] = V::sub(re, b);
+  }
+  y[0] = y0;
+}
+
+template <class V, bool Inv, int Radix>
+inline void butterfly(int r, const typename V::real* roots, typename V::R* a, typename V::R* y) {
+  if constexpr (Radix == 0) butterfly_odd<V, Inv>(r, roots, a, y);
+  else butterfly_fixed<V, Inv, Radix>(a, y);
+}
+
+// s at least the vector width: vectors over q, one twiddle per (p, k) broadcast.
+template <class V, bool Inv, int Radix>
+void pass_over_q(const engine_pass& P, const typename V::real* x, typename V::real* y) {
+  using T = typename V::real;
+  using R = typename V::R;
+  using S = scalar_complex<T>;
+  const int r = Radix ? Radix : P.radix;
+  const long m = P.m, s = P.s;
+  const T* tw = static_cast<const T*>(P.twiddles);
+  const T* roots = static_cast<const T*>(P.roots);
+  R a[Radix ? Radix : max_radix], o[Radix ? Radix : max_radix];
+  typename S::R as[Radix ? Radix : max_radix], os[Radix ? Radix : max_radix];
+  for (long p = 0; p < m; ++p) {
+    const T* twp = (tw != nullptr && p != 0) ? tw + 2 * p * (r - 1) : nullptr;
+    const T* xp = x + 2 * s * p;
+    T* yp = y + 2 * s * r * p;
+    long q = 0;
+    for (; q + V::W <= s; q += V::W) {
+      for (int j = 0; j < r; ++j) a[j] = V::load(xp + 2 * (q + s * m * j));
+      butterfly<V, Inv, Radix>(r, roots, a, o);
+      V::store(yp + 2 * q, o[0]);
+      if (twp) {
+        for (int k = 1; k < r; ++k)
+          V::store(yp + 2 * (q + s * k), V::template cmul<Inv>(o[k], V::bcast(twp + 2 * (k - 1))));
+      } else {
+        for (int k = 1; k < r; ++k) V::store(yp + 2 * (q + s * k), o[k]);
+      }
+    }
+    for (; q < s; ++q) {
+      for (int j = 0; j < r; ++j) as[j] = S::load(xp + 2 * (q + s * m * j));
+      butterfly<S, Inv, Radix>(r, roots, as, os);
+      S::store(yp + 2 * q, os[0]);
+      for (int k = 1; k < r; ++k)
+        S::store(yp + 2 * (q + s * k),
+                 twp ? S::template cmul<Inv>(os[k], S::load(twp + 2 * (k - 1))) : os[k]);
+    }
+  }
+}
+
+// s below the vector width: vectors over neighbouring indices i = q + s*p, twiddles per index.
+template <class V, bool Inv, int Radix>
+void pass_over_index(const engine_pass& P, const typename V::real* x, typename V::real* y) {
+  using T = typename V::real;
+  using R = typename V::R;
+  using S = scalar_complex<T>;
+  const int r = Radix ? Radix : P.radix;
+  const long m = P.m, s = P.s, ms = m * s;
+  const T* tw = static_cast<const T*>(P.twiddles);
+  const T* roots = static_cast<const T*>(P.roots);
+  R a[Radix ? Radix : max_radix], o[Radix ? Radix : max_radix];
+  typename S::R as[Radix ? Radix : max_radix], os[Radix ? Radix : max_radix];
+  const bool whole_groups = (V::W % s) == 0;
+  long i = 0;
+  for (; i + V::W <= ms; i += V::W) {
+    for (int j = 0; j < r; ++j) a[j] = V::load(x + 2 * (i + ms * j));
+    butterfly<V, Inv, Radix>(r, roots, a, o);
+    if (tw)
+      for (int k = 1; k < r; ++k)
+        o[k] = V::template cmul<Inv>(o[k], V::load(tw + 2 * ((k - 1) * ms + i)));
+    // A vector holds W / s whole groups of s when s divides W; they land in r * W contiguous
+    // outputs, ordered group, k, q.
+    if constexpr (Radix == 4) {
+      if (whole_groups && V::interleave4(y + 2 * r * i, s, o[0], o[1], o[2], o[3])) continue;
+    }
+    alignas(64) T lanes[Radix ? Radix : max_radix][2 * V::W];
+    for (int k = 0; k < r; ++k) V::store(lanes[k], o[k]);
+    if (whole_groups) {
+      for (long g = 0; g < V::W; g += s) {
+        T* dst = y + 2 * r * (i + g);
+        for (int k = 0; k < r; ++k) std::memcpy(dst + 2 * s * k, lanes[k] + 2 * g, sizeof(T) * 2 * s);
+      }
+    } else {
+      for (int l = 0; l < V::W; ++l) {
+        const long idx = i + l, q = idx % s, p = idx / s;
+        for (int k = 0; k < r; ++k) {
+          T* dst = y + 2 * (q + s * (r * p + k));
+          dst[0] = lanes[k][2 * l];
+          dst[1] = lanes[k][2 * l + 1];
+        }
+      }
+    }
+  }
+  for (; i < ms; ++i) {
+    for (int j = 0; j < r; ++j) as[j] = S::load(x + 2 * (i + ms * j));
+    butterfly<S, Inv, Radix>(r, roots, as, os);
+    const long q = i % s, p = i / s;
+    for (int k = 0; k < r; ++k) {
+      auto v = os[k];
+      if (tw && k > 0) v = S::template cmul<Inv>(v, S::load(tw + 2 * ((k - 1) * ms + i)));
+      S::store(y + 2 * (q + s * (r * p + k)), v);
+    }
+  }
+}
+
+template <class V, bool Inv, int Radix>
+void pass_radix(const engine_pass& P, const typename V::real* x, typename V::real* y) {
+  if (P.expanded) pass_over_index<V, Inv, Radix>(P, x, y);
+  else pass_over_q<V, Inv, Radix>(P, x, y);
+}
+
+template <class V, bool Inv>
+void pass_direction(const engine_pass& P, const typename V::real* x, typename V::real* y) {
+  switch (P.radix) {
+    case 4: pass_radix<V, Inv, 4>(P, x, y); break;
+    case 2: pass_radix<V, Inv, 2>(P, x, y); break;
+    case 3: pass_radix<V, Inv, 3>(P, x, y); break;
+    case 5: pass_radix<V, Inv, 5>(P, x, y); break;
+    default: pass_radix<V, Inv, 0>(P, x, y); break;
+  }
+}
+
+template <class V>
+void run_pass(const engine_pass& P, const typename V::real* x, typename V::real* y, int inverse) {
+  if (inverse) pass_direction<V, true>(P, x, y);
+  else pass_direction<V, false>(P, x, y);
+}
+
+}  // namespace engine_detail
+
+}  // namespace zvx::dft
