@@ -2,7 +2,8 @@
 # long double DFT. The threaded cases run in their own entry with two threads, since the thread
 # policy is decided once per process.
 zvx_gtest(NAME dft_descriptor_tests SOURCES
-    ${CMAKE_CURRENT_LIST_DIR}/test_descriptor.cpp ${CMAKE_CURRENT_LIST_DIR}/test_compute.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/test_descriptor.cpp ${CMAKE_CURRENT_LIST_DIR}/test_compute.cpp
+    ISA_VARIANTS)
 target_include_directories(dft_descriptor_tests PRIVATE ${PROJECT_SOURCE_DIR}/src)
 zvx_gtest(NAME dft_compute_thread_tests SOURCES ${CMAKE_CURRENT_LIST_DIR}/test_compute_threads.cpp
     NO_DEFAULT_RUN)
