@@ -70,6 +70,7 @@ struct config {
   layout input, output;
   double scale = 1.0;  // of the direction computed
   int ordering = DFTI_ORDERED;
+  bool threaded_function = false;  // call compute_*_par instead of the entry
 };
 
 inline long product(const std::vector<long>& n) {
@@ -152,6 +153,18 @@ int compute(DFTI_DESCRIPTOR_HANDLE& h, const config& c, E* in, E* out) {
   }
 }
 
+// The same through the threaded functions, which take the data before the offsets as well.
+template <class E>
+int compute_par(DFTI_DESCRIPTOR_HANDLE& h, const config& c, E* in, E* out) {
+  if constexpr (sizeof(E) == sizeof(zvx_complex8)) {
+    if (c.in_place) return c.forward ? compute_forward_c_par(&h, in) : compute_backward_c_par(&h, in);
+    return c.forward ? compute_forward_c_out_par(&h, in, out) : compute_backward_c_out_par(&h, in, out);
+  } else {
+    if (c.in_place) return c.forward ? compute_forward_z_par(&h, in) : compute_backward_z_par(&h, in);
+    return c.forward ? compute_forward_z_out_par(&h, in, out) : compute_backward_z_out_par(&h, in, out);
+  }
+}
+
 template <class E>
 std::vector<E> random_array(long size, unsigned seed) {
   using R = typename real_of<E>::type;
@@ -182,7 +195,10 @@ void check_against_reference(const config& c, unsigned seed = 1) {
   std::vector<E> b(static_cast<size_t>(c.in_place ? 1 : extent(opos) + 7), E{777, -777});
   DFTI_DESCRIPTOR_HANDLE h = make_descriptor<E>(c);
   ASSERT_NE(h, nullptr);
-  ASSERT_EQ(compute<E>(h, c, a.data(), c.in_place ? a.data() : b.data()), 0);
+  E* target = c.in_place ? a.data() : b.data();
+  ASSERT_EQ(c.threaded_function ? compute_par<E>(h, c, a.data(), target)
+                                : compute<E>(h, c, a.data(), target),
+            0);
   EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
 
   const std::vector<E>& result = c.in_place ? a : b;

@@ -147,6 +147,26 @@ TYPED_TEST(DftCompute, RankThreeAndUp) {
   }
 }
 
+TYPED_TEST(DftCompute, ThreadedFunctionsOnOneThread) {
+  using E = TypeParam;
+  // Called on their own, the threaded functions check, apply the offsets and, on a serial
+  // process, run the serial frame.
+  for (const std::vector<long>& n : {std::vector<long>{50}, std::vector<long>{12, 9},
+                                     std::vector<long>{4, 5, 6}})
+    for (bool in_place : {true, false})
+      for (bool forward : {true, false}) {
+        config c;
+        c.n = n;
+        c.in_place = in_place;
+        c.forward = forward;
+        c.count = 2;
+        c.threaded_function = true;
+        c.input = {4, {}, product(n) + 3};
+        c.output = {1, {}, product(n) + 1};
+        check_against_reference<E>(c);
+      }
+}
+
 TYPED_TEST(DftCompute, ForwardThenBackwardGivesNTimesTheInput) {
   using E = TypeParam;
   using R = typename real_of<E>::type;

@@ -86,6 +86,28 @@ TYPED_TEST(DftThreads, ThreadedResultsEqualSerialOnes) {
   }
 }
 
+TYPED_TEST(DftThreads, ThreadedFunctionsCalledDirectlyMatchTheEntries) {
+  using E = TypeParam;
+  for (bool in_place : {true, false})
+    for (bool forward : {true, false}) {
+      config c;
+      c.in_place = in_place;
+      c.forward = forward;
+      c.n = {20, 30};  // small: the entries stay serial, the threaded functions fork all the same
+      c.input = {3, {1, 21}, 0};
+      c.output = {2, {1, 22}, 0};
+      SCOPED_TRACE(describe(c));
+      DFTI_DESCRIPTOR_HANDLE h = make_descriptor<E>(c);
+      std::vector<E> a = random_array<E>(700, 9), b = a;
+      std::vector<E> oa(700, E{1, 1}), ob = oa;
+      ASSERT_EQ(compute<E>(h, c, a.data(), in_place ? a.data() : oa.data()), 0);
+      ASSERT_EQ(compute_par<E>(h, c, b.data(), in_place ? b.data() : ob.data()), 0);
+      EXPECT_EQ(memcmp(a.data(), b.data(), a.size() * sizeof(E)), 0);
+      EXPECT_EQ(memcmp(oa.data(), ob.data(), oa.size() * sizeof(E)), 0);
+      EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
+    }
+}
+
 TYPED_TEST(DftThreads, SmallProblemsStaySerial) {
   using E = TypeParam;
   // Below the limits the entries never fork; the committed descriptor still records two threads.
