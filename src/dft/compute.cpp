@@ -6,17 +6,6 @@
 namespace zvx::dft {
 namespace {
 
-// Batch level of interleaved lines (distance 1 between transforms).
-template <class E>
-int interleaved_level(long count, long n) {
-  if constexpr (sizeof(E) == sizeof(complex16)) {
-    return count <= tuning::kInterleavedCountLimitDouble && n <= tuning::kShortLineLength ? 2 : 3;
-  } else {
-    if (count < tuning::kInterleavedCountSmallSingle) return 3;
-    return count <= tuning::kInterleavedCountLimitSingle && n <= tuning::kShortLineLength ? 3 : 4;
-  }
-}
-
 // One rank-1 transform of the serial frame.
 template <class E>
 int one_line(const call<E>& c, const E* in, E* out, void* scratch) {
@@ -50,8 +39,9 @@ int serial_frame(const call<E>& c, long start, long count, void* scratch) {
   E* out = c.out + start * odist;
   const long n = first->length;
   if (first->rank == 1 && n != 1 && idist == 1 && odist == 1) {
-    // Interleaved transforms: lines side by side, moved in batches through one buffer.
-    const int level = interleaved_level<E>(count, n);
+    // Interleaved transforms: lines side by side, a column walk like the columns of a 2-D
+    // transform, moved in batches through one buffer.
+    const int level = column_batch_level<E>(n);
     const long lines = count < (1L << level) ? count : (1L << level);
     E* buf = take_buffer<E>(n * lines + 128);
     if (buf == nullptr) return DFTI_MEMORY_ERROR;

@@ -49,7 +49,7 @@ int parallel_two_d(const call<E>& c, int T) {
   if (status != DFTI_NO_ERROR || n2 == 1) return status;
   const line_job<E> cols{slot_of<E>(g.rec[1], c.forward), g.rec[1]};
   const long col_chunk = ceil_div(n1, T);
-  const int level = col_chunk <= 16384 && n2 <= tuning::kShortLineLength ? 2 : 3;
+  const int level = column_batch_level<E>(n2);
   return region(c.first, T, T, [&](long i, void* scratch) {
     const long c0 = i * col_chunk, c1 = c0 + col_chunk < n1 ? c0 + col_chunk : n1;
     if (c0 >= c1) return static_cast<int>(DFTI_NO_ERROR);

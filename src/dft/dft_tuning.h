@@ -27,14 +27,19 @@ inline constexpr int kLargeLengthDouble = 8192;
 // arrays send each row through a private buffer.
 inline constexpr long kRowsInPlaceElements = 524288;
 
-// Interleaved lines (distance 1): 2^level lines are gathered into one buffer so that each cache
-// line fetched along a column serves 2^level lines. A line of 16-byte elements at level 3 fills
-// two 64-byte cache lines per element row; level 2 is kept for short lines and few transforms,
-// where the whole buffer stays in the first-level cache either way.
-inline constexpr int kInterleavedCountLimitDouble = 16384;
-inline constexpr int kShortLineLength = 32;
-inline constexpr int kInterleavedCountSmallSingle = 64;
-inline constexpr int kInterleavedCountLimitSingle = 32768;
+// Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
+// transforms interleaved at distance 1) move
+// 2^level neighbouring lines through a buffer, so that every cache line fetched down a column
+// serves several lines. Sixteen lines while the buffer holds at most 32 KiB, else eight, else
+// (buffer above 1 MiB) four. Measured in the same run against FFTW, minimum of 100 single
+// transforms: 64^3 took 1.15 times FFTW's time in double and 1.6 in single with 16 lines in the
+// last dimension, against 1.4 and 2.2 with 8 or 32; the columns of 512 x 512 took 1.09 times in
+// both precisions with 8 lines, against 1.2 (double) and 1.7 (single) with 16 and 1.35 with 4.
+// Machine: x86-64 with AVX-512, 48 KiB first-level and 1 MiB second-level data caches.
+inline constexpr int kBatchLevelWide = 4;
+inline constexpr int kBatchLevelNarrow = 3;
+inline constexpr long kBatchBufferBytes = 32 * 1024;
+inline constexpr long kBatchBufferLargest = 1024 * 1024;
 
 // Extra bytes of the workspace of each thread beyond what the engine asks for: room to align the
 // scratch up to 32 bytes.

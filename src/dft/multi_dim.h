@@ -84,10 +84,9 @@ inline int batch_of(const line_job<E>& job, long n, const E* in, long ies, E* ou
   return DFTI_NO_ERROR;
 }
 
-// The largest batch of a precision: 16 lines of 8-byte elements or 8 of 16-byte elements, both
-// 128 bytes, two cache lines per element row.
+// The largest batch: 16 lines (see column_batch_level).
 template <class E>
-inline constexpr int max_batch_level = sizeof(E) == sizeof(complex8) ? 4 : 3;
+inline constexpr int max_batch_level = 4;
 
 // Multi-line driver: `count` lines of `n` elements, element strides ies/oes, line strides
 // ils/ols, from `in` to `out` (the same array in place). With unit line strides, lines move in
@@ -152,10 +151,18 @@ int columns_pass(const line_job<E>& job, long n2, E* out, long os1, long os2, lo
                     os1 == 1 ? level : 0, scratch);
 }
 
-// Batch level of the columns of the 2-D routine.
-inline int two_d_column_level(long n1, long n2, long s1) {
-  if (s1 != 1) return 0;
-  return n1 > 16384 || n2 > tuning::kShortLineLength ? 3 : 2;
+// Batch level of a column walk: lines of n elements whose neighbours are 1 element apart. Sixteen
+// lines while their buffer stays small enough to live in the first-level cache with the line being
+// transformed, else eight (an element row of 64 bytes or more, whole cache lines); for columns so
+// long that eight of them overflow the second-level cache, four.
+template <class E>
+inline int column_batch_level(long n) {
+  const long line_bytes = n * static_cast<long>(sizeof(E));
+  if ((line_bytes << tuning::kBatchLevelWide) <= tuning::kBatchBufferBytes)
+    return tuning::kBatchLevelWide;
+  if ((line_bytes << tuning::kBatchLevelNarrow) <= tuning::kBatchBufferLargest)
+    return tuning::kBatchLevelNarrow;
+  return tuning::kBatchLevelNarrow - 1;
 }
 
 // The 2-D routine: a rank-2 transform from `in` to `out` (same array in place): rows with the
@@ -164,7 +171,7 @@ template <class E>
 int two_d(const DftiDimensionRecord* r0, const DftiDimensionRecord* r1, bool forward, const E* in,
           long is1, long is2, E* out, long os1, long os2, void* scratch) {
   const long n1 = r0->length, n2 = r1->length;
-  const int level = two_d_column_level(n1, n2, os1);
+  const int level = os1 == 1 ? column_batch_level<E>(n2) : 0;
   const long need = n1 > (n2 << level) ? n1 : (n2 << level);
   E* buf = take_buffer<E>(need);
   if (buf == nullptr) return DFTI_MEMORY_ERROR;
@@ -198,22 +205,6 @@ inline geometry geometry_of(const DftiDimensionRecord* first, bool in_place) {
     g.rec[d] = r;
   }
   return g;
-}
-
-// Batch level of the lines of the higher dimensions: how many neighbouring dimension-0 lines move
-// together. Short first dimensions with long higher ones take the smaller batch.
-template <class E>
-inline int higher_dimension_level(const geometry& g) {
-  if (g.os[0] != 1) return 0;
-  const long n1 = g.n[0], n2 = g.n[1], n3 = g.n[2];
-  if constexpr (sizeof(E) == sizeof(complex16)) {
-    if ((n2 <= 32 && n3 <= 32 && n1 >= 4096) || (n1 <= 16 && n2 <= 16 && n3 >= 2049)) return 2;
-    return 3;
-  } else {
-    if (n2 > 32) return 4;
-    if (n3 > 32) return n1 <= 16 && n2 <= 16 && n3 >= 8193 ? 3 : 4;
-    return n1 < 129 ? 3 : 4;
-  }
 }
 
 // Calls f(input offset, output offset) for every index tuple of the dimensions in `dims`, with
@@ -264,7 +255,7 @@ template <class E>
 int higher_dimension(const geometry& g, int d, bool forward, E* out, int split, long lo, long hi,
                      void* scratch) {
   if (g.n[d] == 1) return DFTI_NO_ERROR;
-  const int level = higher_dimension_level<E>(g);
+  const int level = g.os[0] == 1 ? column_batch_level<E>(g.n[d]) : 0;
   E* buf = take_buffer<E>(g.n[d] << level);
   if (buf == nullptr) return DFTI_MEMORY_ERROR;
   int dims[7], nd = 0;
