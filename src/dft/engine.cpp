@@ -88,24 +88,16 @@ void chirp_transform(const PrimitiveDftContext* c, const T* in, T* out, T* work,
   const T* spectrum = static_cast<const T*>(c->chirp_spectrum);
   T* y = work;
   T* fft_work = work + 2 * L;
-  for (long k = 0; k < n; ++k) {
-    const T xr = in[2 * k], xi = in[2 * k + 1], cr = chirp[2 * k], ci = chirp[2 * k + 1];
-    y[2 * k] = xr * cr - xi * ci;
-    y[2 * k + 1] = xr * ci + xi * cr;
-  }
+  auto multiply = [&](const T* a, const T* b, T* dst, long count) {
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->multiply_double(a, b, dst, count);
+    else c->kernels->multiply_single(a, b, dst, count);
+  };
+  multiply(in, chirp, y, n);
   std::memset(y + 2 * n, 0, sizeof(T) * 2 * (L - n));
   run_plan(c->chirp_context, y, y, fft_work, 0);
-  for (long k = 0; k < L; ++k) {
-    const T yr = y[2 * k], yi = y[2 * k + 1], sr = spectrum[2 * k], si = spectrum[2 * k + 1];
-    y[2 * k] = yr * sr - yi * si;
-    y[2 * k + 1] = yr * si + yi * sr;
-  }
+  multiply(y, spectrum, y, L);
   run_plan(c->chirp_context, y, y, fft_work, 1);
-  for (long k = 0; k < n; ++k) {
-    const T yr = y[2 * k], yi = y[2 * k + 1], cr = chirp[2 * k], ci = chirp[2 * k + 1];
-    out[2 * k] = yr * cr - yi * ci;
-    out[2 * k + 1] = yr * ci + yi * cr;
-  }
+  multiply(y, chirp, out, n);
   if (inverse) {
     for (long k = 1; 2 * k < n; ++k) {
       T* a = out + 2 * k;

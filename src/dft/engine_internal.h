@@ -15,10 +15,12 @@ struct engine_pass {
   int radix;
   int m;
   int s;
-  // 1 when s is below the vector width: the twiddles are stored per element index,
-  // tw[(k-1)*m*s + q + s*p], so that a vector of neighbouring indices loads them in one go.
+  // 1 when s is below the vector width: vectors run over neighbouring indices q + s*p. When s
+  // divides the width (`grouped`), the twiddles are stored by k and p, tw[(k-1)*m + p], and a
+  // vector repeats each of its W/s twiddles s times; otherwise per index, tw[(k-1)*m*s + q + s*p].
   // 0: per p, tw[p*(radix-1) + k-1], broadcast over q.
   int expanded;
+  int grouped;
   const void* twiddles;  // interleaved complex of the context's precision; null when m is 1
   const void* roots;     // radix above 5: the radix roots exp(-2 pi i t / radix), t < radix
 };
@@ -37,6 +39,9 @@ struct engine_kernels {
   int width_double;
   void (*pass_single)(const engine_pass& pass, const float* x, float* y, int inverse);
   void (*pass_double)(const engine_pass& pass, const double* x, double* y, int inverse);
+  // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
+  void (*multiply_single)(const float* a, const float* b, float* y, long n);
+  void (*multiply_double)(const double* a, const double* b, double* y, long n);
 };
 
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }

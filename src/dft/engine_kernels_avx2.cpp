@@ -14,6 +14,7 @@ struct avx2_double {
   static R load(const double* p) { return _mm256_loadu_pd(p); }
   static void store(double* p, R v) { _mm256_storeu_pd(p, v); }
   static R bcast(const double* p) { return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)); }
+  static R repeat(const double* p, long) { return load(p); }  // s below W = 2 is 1
   static R add(R a, R b) { return _mm256_add_pd(a, b); }
   static R sub(R a, R b) { return _mm256_sub_pd(a, b); }
   static R mulr(R a, double c) { return _mm256_mul_pd(a, _mm256_set1_pd(c)); }
@@ -22,11 +23,17 @@ struct avx2_double {
   static R neg_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
   static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
   template <bool Conj>
+  static R cmul_split(R a, double wr, double wi) {
+    const R t = _mm256_mul_pd(swap(a), _mm256_set1_pd(wi));
+    return Conj ? _mm256_fmsubadd_pd(a, _mm256_set1_pd(wr), t) : _mm256_fmaddsub_pd(a, _mm256_set1_pd(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm256_movedup_pd(w), wi = _mm256_permute_pd(w, 0xF);
     const R t = _mm256_mul_pd(swap(a), wi);
     return Conj ? _mm256_fmsubadd_pd(a, wr, t) : _mm256_fmaddsub_pd(a, wr, t);
   }
+  static bool interleave2(double*, long, R, R) { return false; }
   // s = 1: each vector holds two groups of one element.
   static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
     if (s != 1) return false;
@@ -49,6 +56,12 @@ struct avx2_single {
     std::memcpy(&d, p, sizeof d);
     return _mm256_castpd_ps(_mm256_set1_pd(d));
   }
+  // W / s complex numbers, each repeated s times (s = 1, 2), moved as 64-bit words.
+  static R repeat(const float* p, long s) {
+    if (s == 1) return load(p);
+    return _mm256_castpd_ps(_mm256_permute4x64_pd(
+        _mm256_castpd128_pd256(_mm_loadu_pd(reinterpret_cast<const double*>(p))), 0x50));
+  }
   static R add(R a, R b) { return _mm256_add_ps(a, b); }
   static R sub(R a, R b) { return _mm256_sub_ps(a, b); }
   static R mulr(R a, float c) { return _mm256_mul_ps(a, _mm256_set1_ps(c)); }
@@ -61,11 +74,17 @@ struct avx2_single {
     return _mm256_xor_ps(swap(a), _mm256_setr_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f));
   }
   template <bool Conj>
+  static R cmul_split(R a, float wr, float wi) {
+    const R t = _mm256_mul_ps(swap(a), _mm256_set1_ps(wi));
+    return Conj ? _mm256_fmsubadd_ps(a, _mm256_set1_ps(wr), t) : _mm256_fmaddsub_ps(a, _mm256_set1_ps(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm256_moveldup_ps(w), wi = _mm256_movehdup_ps(w);
     const R t = _mm256_mul_ps(swap(a), wi);
     return Conj ? _mm256_fmsubadd_ps(a, wr, t) : _mm256_fmaddsub_ps(a, wr, t);
   }
+  static bool interleave2(float*, long, R, R) { return false; }
   static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
     const __m256d y0 = _mm256_castps_pd(f0), y1 = _mm256_castps_pd(f1);
     const __m256d y2 = _mm256_castps_pd(f2), y3 = _mm256_castps_pd(f3);
@@ -97,7 +116,15 @@ void pass_double(const engine_pass& pass, const double* x, double* y, int invers
   engine_detail::run_pass<avx2_double>(pass, x, y, inverse);
 }
 
-constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double};
+void multiply_single(const float* a, const float* b, float* y, long n) {
+  engine_detail::multiply<avx2_single>(a, b, y, n);
+}
+void multiply_double(const double* a, const double* b, double* y, long n) {
+  engine_detail::multiply<avx2_double>(a, b, y, n);
+}
+
+constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double,
+                               multiply_single, multiply_double};
 
 }  // namespace
 

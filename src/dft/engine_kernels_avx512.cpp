@@ -44,6 +44,29 @@ inline void interleave_elements(double* d, __m512d y0, __m512d y1, __m512d y2, _
   _mm512_storeu_pd(d + 24, _mm512_shuffle_f64x2(h, k, _MM_SHUFFLE(3, 1, 3, 1)));
 }
 
+// Groups of u 64-bit words of two vectors, interleaved (u words of y0, then u of y1, for each
+// group): one two-source permutation per output vector, its indices fixed by u.
+template <int U>
+struct pair_index {
+  alignas(64) long long v[16];
+  constexpr pair_index() : v{} {
+    for (int p = 0; p < 16; ++p) {
+      const int g = p / (2 * U), k = (p % (2 * U)) / U, w = p % U;
+      v[p] = k * 8 + g * U + w;
+    }
+  }
+};
+template <int U>
+inline constexpr pair_index<U> pair_indices{};
+
+template <int U>
+inline void interleave_pairs(double* d, __m512d y0, __m512d y1) {
+  const __m512i low = _mm512_load_si512(pair_indices<U>.v);
+  const __m512i high = _mm512_load_si512(pair_indices<U>.v + 8);
+  _mm512_storeu_pd(d, _mm512_permutex2var_pd(y0, low, y1));
+  _mm512_storeu_pd(d + 8, _mm512_permutex2var_pd(y0, high, y1));
+}
+
 struct avx512_double {
   using real = double;
   using R = __m512d;
@@ -51,6 +74,12 @@ struct avx512_double {
   static R load(const double* p) { return _mm512_loadu_pd(p); }
   static void store(double* p, R v) { _mm512_storeu_pd(p, v); }
   static R bcast(const double* p) { return _mm512_broadcast_f64x2(_mm_loadu_pd(p)); }
+  // W / s complex numbers, each repeated s times (s = 1 or 2).
+  static R repeat(const double* p, long s) {
+    if (s == 1) return load(p);
+    return _mm512_permutexvar_pd(_mm512_setr_epi64(0, 1, 0, 1, 2, 3, 2, 3),
+                                 _mm512_castpd256_pd512(_mm256_loadu_pd(p)));
+  }
   static R add(R a, R b) { return _mm512_add_pd(a, b); }
   static R sub(R a, R b) { return _mm512_sub_pd(a, b); }
   static R mulr(R a, double c) { return _mm512_mul_pd(a, _mm512_set1_pd(c)); }
@@ -65,10 +94,21 @@ struct avx512_double {
         0, static_cast<long long>(0x8000000000000000ull), 0, static_cast<long long>(0x8000000000000000ull))));
   }
   template <bool Conj>
+  static R cmul_split(R a, double wr, double wi) {
+    const R t = _mm512_mul_pd(swap(a), _mm512_set1_pd(wi));
+    return Conj ? _mm512_fmsubadd_pd(a, _mm512_set1_pd(wr), t) : _mm512_fmaddsub_pd(a, _mm512_set1_pd(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm512_movedup_pd(w), wi = _mm512_permute_pd(w, 0xFF);
     const R t = _mm512_mul_pd(swap(a), wi);
     return Conj ? _mm512_fmsubadd_pd(a, wr, t) : _mm512_fmaddsub_pd(a, wr, t);
+  }
+  static bool interleave2(double* y, long s, R y0, R y1) {
+    if (s == 1) interleave_pairs<2>(y, y0, y1);
+    else if (s == 2) interleave_pairs<4>(y, y0, y1);
+    else return false;
+    return true;
   }
   static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
     if (s == 1) interleave_lanes(y, y0, y1, y2, y3);
@@ -89,6 +129,17 @@ struct avx512_single {
     std::memcpy(&d, p, sizeof d);
     return _mm512_castpd_ps(_mm512_set1_pd(d));
   }
+  // W / s complex numbers, each repeated s times (s = 1, 2, 4), moved as 64-bit words.
+  static R repeat(const float* p, long s) {
+    if (s == 1) return load(p);
+    if (s == 2)
+      return _mm512_castpd_ps(_mm512_permutexvar_pd(
+          _mm512_setr_epi64(0, 0, 1, 1, 2, 2, 3, 3),
+          _mm512_castpd256_pd512(_mm256_loadu_pd(reinterpret_cast<const double*>(p)))));
+    return _mm512_castpd_ps(_mm512_permutexvar_pd(
+        _mm512_setr_epi64(0, 0, 0, 0, 1, 1, 1, 1),
+        _mm512_castpd128_pd512(_mm_loadu_pd(reinterpret_cast<const double*>(p)))));
+  }
   static R add(R a, R b) { return _mm512_add_ps(a, b); }
   static R sub(R a, R b) { return _mm512_sub_ps(a, b); }
   static R mulr(R a, float c) { return _mm512_mul_ps(a, _mm512_set1_ps(c)); }
@@ -102,10 +153,24 @@ struct avx512_single {
     return _mm512_xor_ps(swap(a), _mm512_castsi512_ps(_mm512_set1_epi64(0x80000000ll)));
   }
   template <bool Conj>
+  static R cmul_split(R a, float wr, float wi) {
+    const R t = _mm512_mul_ps(swap(a), _mm512_set1_ps(wi));
+    return Conj ? _mm512_fmsubadd_ps(a, _mm512_set1_ps(wr), t) : _mm512_fmaddsub_ps(a, _mm512_set1_ps(wr), t);
+  }
+  template <bool Conj>
   static R cmul(R a, R w) {
     const R wr = _mm512_moveldup_ps(w), wi = _mm512_movehdup_ps(w);
     const R t = _mm512_mul_ps(swap(a), wi);
     return Conj ? _mm512_fmsubadd_ps(a, wr, t) : _mm512_fmaddsub_ps(a, wr, t);
+  }
+  static bool interleave2(float* y, long s, R f0, R f1) {
+    double* d = reinterpret_cast<double*>(y);
+    const __m512d y0 = _mm512_castps_pd(f0), y1 = _mm512_castps_pd(f1);
+    if (s == 1) interleave_pairs<1>(d, y0, y1);
+    else if (s == 2) interleave_pairs<2>(d, y0, y1);
+    else if (s == 4) interleave_pairs<4>(d, y0, y1);
+    else return false;
+    return true;
   }
   static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
     double* d = reinterpret_cast<double*>(y);
@@ -126,7 +191,15 @@ void pass_double(const engine_pass& pass, const double* x, double* y, int invers
   engine_detail::run_pass<avx512_double>(pass, x, y, inverse);
 }
 
-constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double};
+void multiply_single(const float* a, const float* b, float* y, long n) {
+  engine_detail::multiply<avx512_single>(a, b, y, n);
+}
+void multiply_double(const double* a, const double* b, double* y, long n) {
+  engine_detail::multiply<avx512_double>(a, b, y, n);
+}
+
+constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double,
+                               multiply_single, multiply_double};
 
 }  // namespace
 

@@ -12,7 +12,15 @@ void pass_double(const engine_pass& pass, const double* x, double* y, int invers
   engine_detail::run_pass<scalar_complex<double>>(pass, x, y, inverse);
 }
 
-constexpr engine_kernels table{1, 1, pass_single, pass_double};
+void multiply_single(const float* a, const float* b, float* y, long n) {
+  engine_detail::multiply<scalar_complex<float>>(a, b, y, n);
+}
+void multiply_double(const double* a, const double* b, double* y, long n) {
+  engine_detail::multiply<scalar_complex<double>>(a, b, y, n);
+}
+
+constexpr engine_kernels table{1, 1, pass_single, pass_double,
+                               multiply_single, multiply_double};
 
 }  // namespace
 

@@ -36,7 +36,11 @@ struct scalar_complex {
     if constexpr (Conj) return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
     else return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
   }
+  template <bool Conj>
+  static R cmul_split(R a, T wr, T wi) { return cmul<Conj>(a, R{wr, wi}); }
+  static R repeat(const T* p, long) { return load(p); }
   static bool interleave4(T*, long, R, R, R, R) { return false; }
+  static bool interleave2(T*, long, R, R) { return false; }
 };
 
 namespace engine_detail {
@@ -64,6 +68,28 @@ inline void butterfly_fixed(const typename V::R* a, typename V::R* y) {
     y[2] = V::sub(s02, s13);
     y[1] = V::add(d02, d13);
     y[3] = V::sub(d02, d13);
+  } else if constexpr (Radix == 8) {
+    // Two radix-4 butterflies on the even and the odd inputs, then the odd ones turned by the
+    // eighth roots: w a = c (a + rot a), w^2 a = rot a, w^3 a = c (rot a - a).
+    constexpr T c = T(0.70710678118654752440084436210484904);
+    const auto s04 = V::add(a[0], a[4]), d04 = V::sub(a[0], a[4]);
+    const auto s26 = V::add(a[2], a[6]), d26 = rot<V, Inv>(V::sub(a[2], a[6]));
+    const auto s15 = V::add(a[1], a[5]), d15 = V::sub(a[1], a[5]);
+    const auto s37 = V::add(a[3], a[7]), d37 = rot<V, Inv>(V::sub(a[3], a[7]));
+    const auto e0 = V::add(s04, s26), e2 = V::sub(s04, s26);
+    const auto e1 = V::add(d04, d26), e3 = V::sub(d04, d26);
+    const auto o0 = V::add(s15, s37), o2 = rot<V, Inv>(V::sub(s15, s37));
+    auto o1 = V::add(d15, d37), o3 = V::sub(d15, d37);
+    o1 = V::mulr(V::add(o1, rot<V, Inv>(o1)), c);
+    o3 = V::mulr(V::sub(rot<V, Inv>(o3), o3), c);
+    y[0] = V::add(e0, o0);
+    y[4] = V::sub(e0, o0);
+    y[1] = V::add(e1, o1);
+    y[5] = V::sub(e1, o1);
+    y[2] = V::add(e2, o2);
+    y[6] = V::sub(e2, o2);
+    y[3] = V::add(e3, o3);
+    y[7] = V::sub(e3, o3);
   } else if constexpr (Radix == 3) {
     constexpr T half = T(-0.5), sin3 = T(0.86602540378443864676372317075294);
     const auto t = V::add(a[1], a[2]);
@@ -152,7 +178,8 @@ void pass_over_q(const engine_pass& P, const typename V::real* x, typename V::re
       V::store(yp + 2 * q, o[0]);
       if (twp) {
         for (int k = 1; k < r; ++k)
-          V::store(yp + 2 * (q + s * k), V::template cmul<Inv>(o[k], V::bcast(twp + 2 * (k - 1))));
+          V::store(yp + 2 * (q + s * k),
+                   V::template cmul_split<Inv>(o[k], twp[2 * (k - 1)], twp[2 * (k - 1) + 1]));
       } else {
         for (int k = 1; k < r; ++k) V::store(yp + 2 * (q + s * k), o[k]);
       }
@@ -187,11 +214,15 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     butterfly<V, Inv, Radix>(r, roots, a, o);
     if (tw)
       for (int k = 1; k < r; ++k)
-        o[k] = V::template cmul<Inv>(o[k], V::load(tw + 2 * ((k - 1) * ms + i)));
+        o[k] = V::template cmul<Inv>(o[k], P.grouped ? V::repeat(tw + 2 * ((k - 1) * m + i / s), s)
+                                                     : V::load(tw + 2 * ((k - 1) * ms + i)));
     // A vector holds W / s whole groups of s when s divides W; they land in r * W contiguous
     // outputs, ordered group, k, q.
     if constexpr (Radix == 4) {
       if (whole_groups && V::interleave4(y + 2 * r * i, s, o[0], o[1], o[2], o[3])) continue;
+    }
+    if constexpr (Radix == 2) {
+      if (whole_groups && V::interleave2(y + 2 * r * i, s, o[0], o[1])) continue;
     }
     alignas(64) T lanes[Radix ? Radix : max_radix][2 * V::W];
     for (int k = 0; k < r; ++k) V::store(lanes[k], o[k]);
@@ -217,7 +248,8 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     const long q = i % s, p = i / s;
     for (int k = 0; k < r; ++k) {
       auto v = os[k];
-      if (tw && k > 0) v = S::template cmul<Inv>(v, S::load(tw + 2 * ((k - 1) * ms + i)));
+      if (tw && k > 0)
+        v = S::template cmul<Inv>(v, S::load(tw + 2 * (P.grouped ? (k - 1) * m + p : (k - 1) * ms + i)));
       S::store(y + 2 * (q + s * (r * p + k)), v);
     }
   }
@@ -233,11 +265,21 @@ template <class V, bool Inv>
 void pass_direction(const engine_pass& P, const typename V::real* x, typename V::real* y) {
   switch (P.radix) {
     case 4: pass_radix<V, Inv, 4>(P, x, y); break;
+    case 8: pass_radix<V, Inv, 8>(P, x, y); break;
     case 2: pass_radix<V, Inv, 2>(P, x, y); break;
     case 3: pass_radix<V, Inv, 3>(P, x, y); break;
     case 5: pass_radix<V, Inv, 5>(P, x, y); break;
     default: pass_radix<V, Inv, 0>(P, x, y); break;
   }
+}
+
+template <class V>
+void multiply(const typename V::real* a, const typename V::real* b, typename V::real* y, long n) {
+  using S = scalar_complex<typename V::real>;
+  long k = 0;
+  for (; k + V::W <= n; k += V::W)
+    V::store(y + 2 * k, V::template cmul<false>(V::load(a + 2 * k), V::load(b + 2 * k)));
+  for (; k < n; ++k) S::store(y + 2 * k, S::template cmul<false>(S::load(a + 2 * k), S::load(b + 2 * k)));
 }
 
 template <class V>

@@ -3,8 +3,10 @@
 // scrambled contexts, and the chirp tables. Roots of unity are evaluated in long double from
 // their own angle (never by repeated multiplication), so every twiddle is correctly rounded or
 // within an ulp of it, whatever the length.
+#include <climits>
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 
 #include "dft/engine_internal.h"
 #include "dft/engine_tuning.h"
@@ -85,7 +87,7 @@ long plan_table_elements(const int* radix, int count, long n, int width) {
   long total = 0, s = 1;
   for (int i = 0; i < count; ++i) {
     const long r = radix[i], m = n / (s * r);
-    if (m > 1) total += (s < width) ? (r - 1) * m * s : (r - 1) * m;
+    if (m > 1) total += (s < width && width % s != 0) ? (r - 1) * m * s : (r - 1) * m;
     if (r > 5) total += r;
     s *= r;
   }
@@ -116,16 +118,25 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
     p.m = static_cast<int>(m);
     p.s = static_cast<int>(s);
     p.expanded = s < width;
+    p.grouped = p.expanded && width % s == 0;
     p.twiddles = nullptr;
     p.roots = nullptr;
     // w of the sub-length m*r to the power p*k is the n-th root to the power p*k*s.
     if (m > 1) {
       p.twiddles = next;
-      if (p.expanded) {
+      if (p.grouped) {
+        for (long k = 1; k < r; ++k)
+          for (long pp = 0; pp < m; ++pp) {
+            const long e = pp * k * s;  // below m * r * s = n
+            next[2 * ((k - 1) * m + pp)] = roots[2 * e];
+            next[2 * ((k - 1) * m + pp) + 1] = roots[2 * e + 1];
+          }
+        next += 2 * (r - 1) * m;
+      } else if (p.expanded) {
         for (long k = 1; k < r; ++k)
           for (long pp = 0; pp < m; ++pp)
             for (long q = 0; q < s; ++q) {
-              const long e = (pp * k * s) % n;
+              const long e = pp * k * s;  // below m * r * s = n
               T* w = next + 2 * ((k - 1) * m * s + q + s * pp);
               w[0] = roots[2 * e];
               w[1] = roots[2 * e + 1];
@@ -134,7 +145,7 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
       } else {
         for (long pp = 0; pp < m; ++pp)
           for (long k = 1; k < r; ++k) {
-            const long e = (pp * k * s) % n;
+            const long e = pp * k * s;  // below m * r * s = n
             next[2 * (pp * (r - 1) + k - 1)] = roots[2 * e];
             next[2 * (pp * (r - 1) + k - 1) + 1] = roots[2 * e + 1];
           }
@@ -179,6 +190,8 @@ int build_chirp(PrimitiveDftContext* c) {
   const long n = c->length;
   long L = 1;
   while (L < 2 * n - 1) L *= 2;
+  // The convolution runs on a power of two the engine accepts.
+  if (L > (1L << tuning::largest_order)) return engine_bad_order;
   c->chirp_length = static_cast<int>(L);
   const int chirp_type = c->is_double ? context_complex_double : context_complex_single;
   int status = primitive_dft_create(&c->chirp_context, chirp_type, static_cast<int>(L), scale_none, 0);
@@ -218,6 +231,15 @@ int build_chirp(PrimitiveDftContext* c) {
   return engine_ok;
 }
 
+// The scratch a compute call needs, in the int the query reports. A line whose scratch that
+// cannot express (and which the caller could not be told to provide) is refused as out of memory
+// before anything is built.
+bool set_buffer_size(PrimitiveDftContext* c, long bytes) {
+  if (bytes > INT_MAX - 64) return false;
+  c->buffer_size = static_cast<int>(bytes);
+  return true;
+}
+
 template <class T>
 int build_complex(PrimitiveDftContext* c) {
   const int n = c->length;
@@ -230,16 +252,28 @@ int build_complex(PrimitiveDftContext* c) {
   }
   int radix[max_passes];
   if ((n & (n - 1)) == 0) {
-    // Radix-4 passes; an odd order ends with one radix-2 pass, which has no twiddles.
-    int count = 0, rest = n;
-    while (rest >= 4) {
+    // Radix 4 while the stride is below the vector width (that pass interleaves its outputs in
+    // registers), then radix 8 to cut the passes over the line, and the one or two bits left
+    // over by radix 4 or 2 at the end, where the last pass needs no twiddles: fewer passes over
+    // a line that has left the first-level cache matter more than the extra multiplies of the
+    // radix-8 butterfly (see the tuning header for the measurements).
+    int count = 0, bits = 0, s = 1;
+    while ((1 << bits) < n) ++bits;
+    while (s < width && bits >= 2) {
       radix[count++] = 4;
-      rest /= 4;
+      s *= 4;
+      bits -= 2;
     }
-    if (rest == 2) radix[count++] = 2;
+    int fours = 0, twos = 0;
+    if (bits % 3 == 1 && bits >= 4) fours = 2;  // two fours in place of an eight and a two
+    else if (bits % 3 == 2) fours = 1;
+    else if (bits == 1) twos = 1;
+    for (bits -= 2 * fours + twos; bits >= 3; bits -= 3) radix[count++] = 8;
+    for (; fours > 0; --fours) radix[count++] = 4;
+    if (twos) radix[count++] = 2;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
-    c->buffer_size = static_cast<int>(element * n);
+    if (!set_buffer_size(c, element * n)) return engine_no_memory;
     return build_plan<T>(c, radix, count, width);
   }
   int list[max_factors];
@@ -261,12 +295,21 @@ int build_complex(PrimitiveDftContext* c) {
     const int reorder_limit =
         c->is_double ? tuning::reorder_limit_double : tuning::reorder_limit_single;
     c->no_reorder = scrambled && n > reorder_limit;
-    c->buffer_size = static_cast<int>(element * n * (c->no_reorder ? 2 : 1));
+    if (!set_buffer_size(c, element * n * (c->no_reorder ? 2 : 1))) return engine_no_memory;
     if (c->no_reorder) {
       const int status = build_permutation(c);
       if (status != engine_ok) return status;
     }
-    return build_plan<T>(c, list, count, width);
+    // The passes run the fours first, then the two, then the odd factors: the strides of the
+    // first passes are below the vector width, and the radix-4 pass is the one that interleaves
+    // its outputs with register shuffles there.
+    int order[max_factors], placed = 0;
+    for (int want : {4, 2})
+      for (int i = 0; i < count; ++i)
+        if (list[i] == want) order[placed++] = want;
+    for (int i = 0; i < count; ++i)
+      if (list[i] != 4 && list[i] != 2) order[placed++] = list[i];
+    return build_plan<T>(c, order, count, width);
   }
   if (n <= tuning::direct_limit) {
     // One pass of radix n: the folded direct sum, reading the input and writing the output.
@@ -279,7 +322,7 @@ int build_complex(PrimitiveDftContext* c) {
   const int status = build_chirp<T>(c);
   if (status != engine_ok) return status;
   long bytes = element * c->chirp_length + c->chirp_context->buffer_size + 64;
-  c->buffer_size = static_cast<int>(bytes);
+  if (!set_buffer_size(c, bytes)) return engine_no_memory;
   return engine_ok;
 }
 
