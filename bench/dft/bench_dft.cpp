@@ -261,6 +261,17 @@ int main(int argc, char** argv) {
       "Instruction set: " + std::string(zvx_bench::vector_isa_name()) +
       "; the machine's two cores are shared with other work, so figures move by a few per cent "
       "between runs and the two-thread rows need the second core free.");
+  if (FILE* f = std::fopen("/proc/loadavg", "r")) {
+    double load = 0;
+    if (std::fscanf(f, "%lf", &load) == 1) {
+      char line[160];
+      std::snprintf(line, sizeof line,
+                    "Load average of the machine when the run ended: %.1f on %d cores.", load,
+                    omp_get_num_procs());
+      t.notes.push_back(line);
+    }
+    std::fclose(f);
+  }
   t.print();
   t.write_docs(opt);
   return 0;
