@@ -450,6 +450,24 @@ TEST(DftCommit, UnbuiltConfigurationsFailAndCanBeReconfigured) {
   release(h);
 }
 
+TEST(DftCommit, EngineRefusalIsAnInternalErrorAndReleasesWhatWasBuilt) {
+  // The largest prime length: its chirp convolution would need 2^32 points, more than the line
+  // engine builds, so the engine refuses the second record after the first one's context exists.
+  const int prime = 2147483647;
+  DFTI_DESCRIPTOR_HANDLE h = create(kDouble, kComplex, {8, prime});
+  EXPECT_EQ(commit(h), 7);
+  EXPECT_EQ(get_int(h, DFTI_COMMIT_STATUS), DFTI_UNCOMMITTED);
+  for (const DftiDimensionRecord* r = h; r != nullptr; r = r->next) {
+    EXPECT_EQ(r->context_z, nullptr);
+    EXPECT_EQ(r->forward_z, nullptr);
+  }
+  EXPECT_EQ(h->workspace, nullptr);
+  EXPECT_NE(h->next, nullptr);  // the chain stays whole for the next configuration
+  zvx_complex16 x[8] = {};
+  EXPECT_EQ(dfti_compute_forward_z(&h, x), 2);
+  release(h);
+}
+
 TEST(DftCommit, CreateCommitFreeLoopsReleaseEverything) {
   // The sanitizer build reports any leak of these paths.
   for (int i = 0; i < 50; ++i) {
