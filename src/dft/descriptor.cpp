@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "dft/dft_tuning.h"
 #include "service/service.h"
 
 namespace zvx::dft {
@@ -58,7 +59,8 @@ void store_scale(record* first, int parameter, float single, double dbl) {
 void refresh_single_direct(record* first, bool from_vector) {
   const bool one_line = first->rank == 1 && first->number_of_transforms == 1 &&
                         first->input_stride == 1 && first->output_stride == 1;
-  if (one_line && (!from_vector || first->length < 2048)) first->single_direct = 1;
+  if (one_line && (!from_vector || first->length < tuning::kSetVectorDirectLength))
+    first->single_direct = 1;
 }
 
 bool read_only_parameter(int p) {

@@ -23,19 +23,15 @@ inline constexpr long kHighRankSerialElements = 32000;
 inline constexpr int kLargeLengthSingle = 32768;
 inline constexpr int kLargeLengthDouble = 8192;
 
-// Rows of a threaded rank-2 transform run in place on the data up to this many elements; larger
-// arrays send each row through a private buffer.
-inline constexpr long kRowsInPlaceElements = 524288;
-
 // Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
-// transforms interleaved at distance 1) move
-// 2^level neighbouring lines through a buffer, so that every cache line fetched down a column
-// serves several lines. Sixteen lines while the buffer holds at most 32 KiB, else eight, else
-// (buffer above 1 MiB) four. Measured in the same run against FFTW, minimum of 100 single
-// transforms: 64^3 took 1.15 times FFTW's time in double and 1.6 in single with 16 lines in the
-// last dimension, against 1.4 and 2.2 with 8 or 32; the columns of 512 x 512 took 1.09 times in
-// both precisions with 8 lines, against 1.2 (double) and 1.7 (single) with 16 and 1.35 with 4.
-// Machine: x86-64 with AVX-512, 48 KiB first-level and 1 MiB second-level data caches.
+// transforms interleaved at distance 1) move 2^level neighbouring lines through a buffer, so that
+// every cache line fetched down a column serves several lines. Sixteen lines while the buffer
+// holds at most 32 KiB, else eight, else (buffer above 1 MiB) four. Measured against FFTW in the
+// same run, least of 100 single transforms: 64^3 took 1.15 times FFTW's time in double and 1.6 in
+// single with 16 lines, against 1.4 and 2.2 with 8 lines and 1.25 and 2.15 with 32; the columns
+// of 512 x 512 took 1.0 to 1.1 times in both precisions with 8 lines, against 1.2 (double) and
+// 1.7 (single) with 16, and 1.35 (double) with 4. Machine: x86-64 with AVX-512, 48 KiB
+// first-level and 1 MiB second-level data caches.
 inline constexpr int kBatchLevelWide = 4;
 inline constexpr int kBatchLevelNarrow = 3;
 inline constexpr long kBatchBufferBytes = 32 * 1024;
