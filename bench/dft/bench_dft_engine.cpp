@@ -136,7 +136,8 @@ result measure(int n, const zvx_bench::options& opt) {
   for (int k = 0; k < n; ++k) {
     const long double dr = ours[k].real - p[2 * k], di = ours[k].imag - p[2 * k + 1];
     num += dr * dr + di * di;
-    den += static_cast<long double>(p[2 * k]) * p[2 * k] + static_cast<long double>(p[2 * k + 1]) * p[2 * k + 1];
+    const long double pr = p[2 * k], pi = p[2 * k + 1];
+    den += pr * pr + pi * pi;
   }
   const double error = std::sqrt(static_cast<double>(num / den));
   std::memset(ours.data(), 0, sizeof(typename K::element) * n);
@@ -150,7 +151,15 @@ result measure(int n, const zvx_bench::options& opt) {
   return {t.ours, t.peer, error, cpu.first, cpu.second};
 }
 
-double gflops(int n, double seconds) { return 5.0 * n * std::log2(static_cast<double>(n)) / seconds * 1e-9; }
+std::string scientific(double v) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1e", v);
+  return text;
+}
+
+double gflops(int n, double seconds) {
+  return 5.0 * n * std::log2(static_cast<double>(n)) / seconds * 1e-9;
+}
 
 }  // namespace
 
@@ -196,7 +205,7 @@ int main(int argc, char** argv) {
              zvx_bench::fmt(r.peer * 1e6, 2), zvx_bench::fmt(r.ours / r.peer, 3),
              zvx_bench::fmt(r.ours_cpu / r.peer_cpu, 3),
              zvx_bench::fmt(gflops(n, r.ours_cpu), 1), zvx_bench::fmt(gflops(n, r.peer_cpu), 1),
-             zvx_bench::fmt(r.error * 1e9, 2) + "e-9"});
+             scientific(r.error)});
       std::printf("%s n=%d ours %.2f us FFTW %.2f us ratio %.3f, least CPU time %.2f / %.2f us "
                   "ratio %.3f, diff %.2e\n", ch == 'z' ? "z" : "c", n, r.ours * 1e6, r.peer * 1e6,
                   r.ours / r.peer, r.ours_cpu * 1e6, r.peer_cpu * 1e6, r.ours_cpu / r.peer_cpu,

@@ -13,7 +13,9 @@ struct avx2_double {
   static constexpr int W = 2;
   static R load(const double* p) { return _mm256_loadu_pd(p); }
   static void store(double* p, R v) { _mm256_storeu_pd(p, v); }
-  static R bcast(const double* p) { return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)); }
+  static R bcast(const double* p) {
+    return _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p));
+  }
   static R repeat(const double* p, long) { return load(p); }  // s below W = 2 is 1
   static R add(R a, R b) { return _mm256_add_pd(a, b); }
   static R sub(R a, R b) { return _mm256_sub_pd(a, b); }
@@ -25,7 +27,8 @@ struct avx2_double {
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm256_mul_pd(swap(a), _mm256_set1_pd(wi));
-    return Conj ? _mm256_fmsubadd_pd(a, _mm256_set1_pd(wr), t) : _mm256_fmaddsub_pd(a, _mm256_set1_pd(wr), t);
+    const R r = _mm256_set1_pd(wr);
+    return Conj ? _mm256_fmsubadd_pd(a, r, t) : _mm256_fmaddsub_pd(a, r, t);
   }
   template <bool Conj>
   static R cmul(R a, R w) {
@@ -76,7 +79,8 @@ struct avx2_single {
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {
     const R t = _mm256_mul_ps(swap(a), _mm256_set1_ps(wi));
-    return Conj ? _mm256_fmsubadd_ps(a, _mm256_set1_ps(wr), t) : _mm256_fmaddsub_ps(a, _mm256_set1_ps(wr), t);
+    const R r = _mm256_set1_ps(wr);
+    return Conj ? _mm256_fmsubadd_ps(a, r, t) : _mm256_fmaddsub_ps(a, r, t);
   }
   template <bool Conj>
   static R cmul(R a, R w) {

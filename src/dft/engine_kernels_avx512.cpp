@@ -86,17 +86,18 @@ struct avx512_double {
   static R fmar(R acc, R a, double c) { return _mm512_fmadd_pd(a, _mm512_set1_pd(c), acc); }
   static R swap(R a) { return _mm512_permute_pd(a, 0x55); }
   static R neg_i(R a) {
-    return _mm512_xor_pd(swap(a), _mm512_castsi512_pd(_mm512_set4_epi64(
-        static_cast<long long>(0x8000000000000000ull), 0, static_cast<long long>(0x8000000000000000ull), 0)));
+    const long long sign = static_cast<long long>(0x8000000000000000ull);
+    return _mm512_xor_pd(swap(a), _mm512_castsi512_pd(_mm512_set4_epi64(sign, 0, sign, 0)));
   }
   static R pos_i(R a) {
-    return _mm512_xor_pd(swap(a), _mm512_castsi512_pd(_mm512_set4_epi64(
-        0, static_cast<long long>(0x8000000000000000ull), 0, static_cast<long long>(0x8000000000000000ull))));
+    const long long sign = static_cast<long long>(0x8000000000000000ull);
+    return _mm512_xor_pd(swap(a), _mm512_castsi512_pd(_mm512_set4_epi64(0, sign, 0, sign)));
   }
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm512_mul_pd(swap(a), _mm512_set1_pd(wi));
-    return Conj ? _mm512_fmsubadd_pd(a, _mm512_set1_pd(wr), t) : _mm512_fmaddsub_pd(a, _mm512_set1_pd(wr), t);
+    const R r = _mm512_set1_pd(wr);
+    return Conj ? _mm512_fmsubadd_pd(a, r, t) : _mm512_fmaddsub_pd(a, r, t);
   }
   template <bool Conj>
   static R cmul(R a, R w) {
@@ -155,7 +156,8 @@ struct avx512_single {
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {
     const R t = _mm512_mul_ps(swap(a), _mm512_set1_ps(wi));
-    return Conj ? _mm512_fmsubadd_ps(a, _mm512_set1_ps(wr), t) : _mm512_fmaddsub_ps(a, _mm512_set1_ps(wr), t);
+    const R r = _mm512_set1_ps(wr);
+    return Conj ? _mm512_fmsubadd_ps(a, r, t) : _mm512_fmaddsub_ps(a, r, t);
   }
   template <bool Conj>
   static R cmul(R a, R w) {

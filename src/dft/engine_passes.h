@@ -195,7 +195,9 @@ void pass_over_q(const engine_pass& P, const typename V::real* x, typename V::re
   }
 }
 
-// s below the vector width: vectors over neighbouring indices i = q + s*p, twiddles per index.
+// s below the vector width: vectors over neighbouring indices i = q + s*p, with the twiddles
+// stored per group of s (repeated across the group in registers) or, when s does not divide the
+// width, per index.
 template <class V, bool Inv, int Radix>
 void pass_over_index(const engine_pass& P, const typename V::real* x, typename V::real* y) {
   using T = typename V::real;
@@ -214,8 +216,9 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     butterfly<V, Inv, Radix>(r, roots, a, o);
     if (tw)
       for (int k = 1; k < r; ++k)
-        o[k] = V::template cmul<Inv>(o[k], P.grouped ? V::repeat(tw + 2 * ((k - 1) * m + i / s), s)
-                                                     : V::load(tw + 2 * ((k - 1) * ms + i)));
+        o[k] = V::template cmul<Inv>(o[k], P.grouped
+                                               ? V::repeat(tw + 2 * ((k - 1) * m + i / s), s)
+                                               : V::load(tw + 2 * ((k - 1) * ms + i)));
     // A vector holds W / s whole groups of s when s divides W; they land in r * W contiguous
     // outputs, ordered group, k, q.
     if constexpr (Radix == 4) {
@@ -229,7 +232,8 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     if (whole_groups) {
       for (long g = 0; g < V::W; g += s) {
         T* dst = y + 2 * r * (i + g);
-        for (int k = 0; k < r; ++k) std::memcpy(dst + 2 * s * k, lanes[k] + 2 * g, sizeof(T) * 2 * s);
+        for (int k = 0; k < r; ++k)
+          std::memcpy(dst + 2 * s * k, lanes[k] + 2 * g, sizeof(T) * 2 * s);
       }
     } else {
       for (int l = 0; l < V::W; ++l) {
@@ -248,8 +252,10 @@ void pass_over_index(const engine_pass& P, const typename V::real* x, typename V
     const long q = i % s, p = i / s;
     for (int k = 0; k < r; ++k) {
       auto v = os[k];
-      if (tw && k > 0)
-        v = S::template cmul<Inv>(v, S::load(tw + 2 * (P.grouped ? (k - 1) * m + p : (k - 1) * ms + i)));
+      if (tw && k > 0) {
+        const long at = P.grouped ? (k - 1) * m + p : (k - 1) * ms + i;
+        v = S::template cmul<Inv>(v, S::load(tw + 2 * at));
+      }
       S::store(y + 2 * (q + s * (r * p + k)), v);
     }
   }
@@ -279,7 +285,8 @@ void multiply(const typename V::real* a, const typename V::real* b, typename V::
   long k = 0;
   for (; k + V::W <= n; k += V::W)
     V::store(y + 2 * k, V::template cmul<false>(V::load(a + 2 * k), V::load(b + 2 * k)));
-  for (; k < n; ++k) S::store(y + 2 * k, S::template cmul<false>(S::load(a + 2 * k), S::load(b + 2 * k)));
+  for (; k < n; ++k)
+    S::store(y + 2 * k, S::template cmul<false>(S::load(a + 2 * k), S::load(b + 2 * k)));
 }
 
 template <class V>

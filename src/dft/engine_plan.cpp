@@ -194,7 +194,8 @@ int build_chirp(PrimitiveDftContext* c) {
   if (L > (1L << tuning::largest_order)) return engine_bad_order;
   c->chirp_length = static_cast<int>(L);
   const int chirp_type = c->is_double ? context_complex_double : context_complex_single;
-  int status = primitive_dft_create(&c->chirp_context, chirp_type, static_cast<int>(L), scale_none, 0);
+  int status =
+      primitive_dft_create(&c->chirp_context, chirp_type, static_cast<int>(L), scale_none, 0);
   if (status != engine_ok) return status;
   T* chirp = static_cast<T*>(engine_allocate(static_cast<long>(2 * sizeof(T)) * n));
   c->chirp_table = chirp;

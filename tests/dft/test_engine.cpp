@@ -108,12 +108,23 @@ TYPED_TEST(EngineLines, RoutesOfTheFactorRule) {
   using P = precision<TypeParam>;
   const struct {
     int n, route;
-  } cases[] = {{1, route_fixed},         {4, route_fixed},          {5, route_direct},
-               {6, route_mixed_radix},   {7, route_direct},         {8, route_power_of_two},
-               {27, route_mixed_radix},  {149, route_direct},       {151, route_chirp},
-               {2 * 151, route_chirp},   {4 * 151 * 3, route_chirp}, {2 * 149, route_mixed_radix},
-               {9 * 149, route_mixed_radix}, {151 * 157, route_chirp}, {1 << 20, route_power_of_two},
-               {65537, route_chirp},     {1000, route_mixed_radix}};
+  } cases[] = {{1, route_fixed},
+               {4, route_fixed},
+               {5, route_direct},
+               {6, route_mixed_radix},
+               {7, route_direct},
+               {8, route_power_of_two},
+               {27, route_mixed_radix},
+               {149, route_direct},
+               {151, route_chirp},
+               {2 * 151, route_chirp},
+               {4 * 151 * 3, route_chirp},
+               {2 * 149, route_mixed_radix},
+               {9 * 149, route_mixed_radix},
+               {151 * 157, route_chirp},
+               {1 << 20, route_power_of_two},
+               {65537, route_chirp},
+               {1000, route_mixed_radix}};
   for (const auto& c : cases) {
     context ctx(P::ordered, c.n);
     ASSERT_EQ(ctx.status, engine_ok) << c.n;
