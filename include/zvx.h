@@ -9,5 +9,6 @@
 #include "zvx_lapack.h"
 #include "zvx_nvo.h"
 #include "zvx_spblas.h"
+#include "zvx_dft.h"
 
 #endif

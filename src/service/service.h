@@ -35,6 +35,9 @@ void scratch_free(void* ptr);
 // Writes text to the error console (one write for the piece).
 void console_piece(const char* text);
 
+// The version line padded with blanks to `length` bytes, or cut to it (zvxgetversionstring).
+void version_string(char* buffer, int length);
+
 // Instruction-set level of the processor (0 none, 1 SSE, 2 SSE2, 3 SSE3, 4 SSSE3), cached.
 int instruction_set_level();
 // Cache class from the processor's descriptor bytes, -1 when none is known. Cached.

@@ -50,7 +50,11 @@ ZVX_EXPORT void zvxgetversion(zvx_version* version) {
   version->processor = gettargetprocessor();
 }
 
-ZVX_EXPORT void zvxgetversionstring(char* buffer, int length) {
+namespace zvx {
+
+// The exported entry and the DFT's version parameter share this body, so that the library never
+// reaches its own exported name.
+void version_string(char* buffer, int length) {
   char line[128];
   const size_t n = build_version_line(line);
   if (length <= static_cast<int>(n)) {
@@ -60,6 +64,10 @@ ZVX_EXPORT void zvxgetversionstring(char* buffer, int length) {
   memcpy(buffer, line, n);
   memset(buffer + n, ' ', static_cast<size_t>(length) - n);
 }
+
+}  // namespace zvx
+
+ZVX_EXPORT void zvxgetversionstring(char* buffer, int length) { zvx::version_string(buffer, length); }
 
 ZVX_EXPORT void zvxgetversionstring_c(char* buffer, int length) {
   char line[128];

@@ -1,0 +1,290 @@
+// Complex transforms through the descriptor entries against FFTW (plans made with FFTW_MEASURE
+// before any timing), one thread, in place; then the two-thread speed-up of our 2-D and 3-D
+// transforms. Every row also compares our result with FFTW's on the same input.
+#include <fftw3.h>
+#include <omp.h>
+
+#include <time.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "harness.h"
+#include "zvx.h"
+
+namespace {
+
+struct shape {
+  std::string label;
+  std::vector<int> n;  // the first dimension is the contiguous one
+  long total() const {
+    long t = 1;
+    for (int v : n) t *= v;
+    return t;
+  }
+};
+
+double flops(long total) { return 5.0 * total * std::log2(static_cast<double>(total)); }
+
+template <class E> struct traits;
+template <> struct traits<zvx_complex16> {
+  using fftw_c = fftw_complex;
+  using plan = fftw_plan;
+  static constexpr int precision = DFTI_DOUBLE;
+  static constexpr const char* name = "double";
+  static fftw_c* alloc(long n) { return fftw_alloc_complex(static_cast<size_t>(n)); }
+  static void free(fftw_c* p) { fftw_free(p); }
+  static plan make(const shape& s, fftw_c* x) {
+    // FFTW takes the dimensions slowest first.
+    std::vector<int> dims(s.n.rbegin(), s.n.rend());
+    return fftw_plan_dft(static_cast<int>(dims.size()), dims.data(), x, x, FFTW_FORWARD, FFTW_MEASURE);
+  }
+  static void run(plan p) { fftw_execute(p); }
+  static void destroy(plan p) { fftw_destroy_plan(p); }
+  static int forward(DFTI_DESCRIPTOR_HANDLE* h, zvx_complex16* x) { return dfti_compute_forward_z(h, x); }
+};
+template <> struct traits<zvx_complex8> {
+  using fftw_c = fftwf_complex;
+  using plan = fftwf_plan;
+  static constexpr int precision = DFTI_SINGLE;
+  static constexpr const char* name = "single";
+  static fftw_c* alloc(long n) { return fftwf_alloc_complex(static_cast<size_t>(n)); }
+  static void free(fftw_c* p) { fftwf_free(p); }
+  static plan make(const shape& s, fftw_c* x) {
+    std::vector<int> dims(s.n.rbegin(), s.n.rend());
+    return fftwf_plan_dft(static_cast<int>(dims.size()), dims.data(), x, x, FFTW_FORWARD, FFTW_MEASURE);
+  }
+  static void run(plan p) { fftwf_execute(p); }
+  static void destroy(plan p) { fftwf_destroy_plan(p); }
+  static int forward(DFTI_DESCRIPTOR_HANDLE* h, zvx_complex8* x) { return dfti_compute_forward_c(h, x); }
+};
+
+DFTI_DESCRIPTOR_HANDLE make_descriptor(int precision, const shape& s) {
+  DFTI_DESCRIPTOR_HANDLE h = nullptr;
+  const int domain = DFTI_COMPLEX, rank = static_cast<int>(s.n.size());
+  if (dfti_create_descriptor_highd(&h, &precision, &domain, &rank, s.n.data()) != 0 ||
+      dfti_commit_descriptor_external(&h) != 0) {
+    std::fprintf(stderr, "descriptor for %s failed\n", s.label.c_str());
+    std::exit(1);
+  }
+  return h;
+}
+
+template <class E>
+void fill(E* x, long n, unsigned seed) {
+  std::mt19937 gen(seed);
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  for (long i = 0; i < n; ++i) {
+    x[i].real = static_cast<decltype(x[i].real)>(u(gen));
+    x[i].imag = static_cast<decltype(x[i].imag)>(u(gen));
+  }
+}
+
+struct row_result {
+  double ours, peer;          // median wall-clock seconds per call
+  double ours_cpu, peer_cpu;  // least thread CPU seconds per call
+  double difference;
+};
+
+double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return t.tv_sec + 1e-9 * t.tv_nsec;
+}
+double wall_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return t.tv_sec + 1e-9 * t.tv_nsec;
+}
+
+// The least time per call of each side over alternating samples, each sample a run of calls that
+// lasts about a millisecond. With `cpu`, the clock is this thread's CPU time, which other work on
+// a shared machine does not inflate; without it (threaded calls), the wall clock, whose minimum
+// is the run that nothing interrupted.
+void least_times(const std::function<void()>& a, const std::function<void()>& b, bool cpu,
+                 double* ta, double* tb) {
+  auto clock = cpu ? thread_seconds : wall_seconds;
+  const double t0 = clock();
+  a();
+  const double once = std::max(clock() - t0, 1e-7);
+  const long reps = std::max(1L, static_cast<long>(1e-3 / once));
+  *ta = *tb = 1e30;
+  for (int s = 0; s < 41; ++s) {
+    for (int side = 0; side < 2; ++side) {
+      const std::function<void()>& f = side == 0 ? a : b;
+      const double start = clock();
+      for (long r = 0; r < reps; ++r) f();
+      double& best = side == 0 ? *ta : *tb;
+      best = std::min(best, (clock() - start) / static_cast<double>(reps));
+    }
+  }
+}
+
+// Times one in-place forward transform of ours and FFTW's, alternating, and compares their
+// results on one fresh input (relative RMS difference).
+template <class E>
+row_result run_row(const shape& s, const zvx_bench::options& opt) {
+  using T = traits<E>;
+  const long total = s.total();
+  auto* peer_data = T::alloc(total);
+  typename T::plan plan = T::make(s, peer_data);  // measuring overwrites the array: plan first
+  std::vector<E> ours(static_cast<size_t>(total));
+  DFTI_DESCRIPTOR_HANDLE h = make_descriptor(T::precision, s);
+
+  fill(ours.data(), total, 5);
+  std::memcpy(static_cast<void*>(peer_data), ours.data(), sizeof(E) * total);
+  T::forward(&h, ours.data());
+  T::run(plan);
+  double diff = 0, norm = 0;
+  for (long i = 0; i < total; ++i) {
+    const double dr = ours[i].real - peer_data[i][0], di = ours[i].imag - peer_data[i][1];
+    diff += dr * dr + di * di;
+    norm += static_cast<double>(peer_data[i][0]) * peer_data[i][0] +
+            static_cast<double>(peer_data[i][1]) * peer_data[i][1];
+  }
+  // Repeated in-place transforms grow the data without bound on both sides alike; start small.
+  fill(ours.data(), total, 6);
+  for (long i = 0; i < total; ++i) {
+    ours[i].real *= 1e-30f;
+    ours[i].imag *= 1e-30f;
+  }
+  std::memcpy(static_cast<void*>(peer_data), ours.data(), sizeof(E) * total);
+  auto run_ours = [&] { T::forward(&h, ours.data()); };
+  auto run_peer = [&] { T::run(plan); };
+  const zvx_bench::pair_timing t = zvx_bench::time_pair(run_ours, run_peer, opt);
+  double ours_cpu, peer_cpu;
+  least_times(run_ours, run_peer, true, &ours_cpu, &peer_cpu);
+  dfti_free_descriptor_external(&h);
+  T::destroy(plan);
+  T::free(peer_data);
+  return {t.ours, t.peer, ours_cpu, peer_cpu, std::sqrt(diff / norm)};
+}
+
+// Our time with one thread against two, on one descriptor each (the count is fixed at commit):
+// the least wall-clock time of one call of each.
+template <class E>
+double speedup(const shape& s, const zvx_bench::options& opt) {
+  using T = traits<E>;
+  const long total = s.total();
+  std::vector<E> x(static_cast<size_t>(total));
+  fill(x.data(), total, 7);
+  for (E& e : x) e.real *= 1e-30f, e.imag *= 1e-30f;
+  omp_set_num_threads(1);
+  DFTI_DESCRIPTOR_HANDLE one = make_descriptor(T::precision, s);
+  omp_set_num_threads(2);
+  DFTI_DESCRIPTOR_HANDLE two = make_descriptor(T::precision, s);
+  omp_set_num_threads(1);
+  // Runs of consecutive calls, each call timed: the first call of a run may wait for the team's
+  // threads to wake up, which a loaded machine stretches to milliseconds; the least call of all
+  // runs is the transform itself.
+  double t1 = 1e30, t2 = 1e30;
+  for (int s = 0; s < 21; ++s) {
+    for (int side = 0; side < 2; ++side) {
+      DFTI_DESCRIPTOR_HANDLE* h = side == 0 ? &one : &two;
+      double& best = side == 0 ? t1 : t2;
+      for (int r = 0; r < 8; ++r) {
+        const double start = wall_seconds();
+        T::forward(h, x.data());
+        best = std::min(best, wall_seconds() - start);
+      }
+    }
+  }
+  dfti_free_descriptor_external(&one);
+  dfti_free_descriptor_external(&two);
+  return t1 / t2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  zvx_bench::options opt = zvx_bench::parse_options(argc, argv);
+  // Threads for the speed-up rows: the policy is read once, so it is set before anything asks.
+  set_parallel();
+  omp_set_num_threads(1);
+
+  std::vector<shape> shapes;
+  for (int n = 64; n <= 65536; n *= 2) shapes.push_back({std::to_string(n), {n}});
+  for (int n : {1000, 1536, 10000}) shapes.push_back({std::to_string(n) + " (mixed radix)", {n}});
+  for (int n : {1009, 65537}) shapes.push_back({std::to_string(n) + " (prime)", {n}});
+  shapes.push_back({"512 x 512", {512, 512}});
+  shapes.push_back({"64 x 64 x 64", {64, 64, 64}});
+  if (opt.quick) shapes = {shapes[0], shapes[4], shapes[13], shapes[16], shapes[17]};
+
+  zvx_bench::table t;
+  t.section = "dft";
+  t.title = "Complex transforms through the descriptor, in place, forward, one thread, against FFTW";
+  t.columns = {"precision", "n", "ours GFLOP/s", "FFTW GFLOP/s", "ratio ours/FFTW (median time)",
+               "ratio (least CPU time)", "result difference"};
+  std::vector<zvx_bench::series> curves;
+  auto run_precision = [&](auto tag) {
+    using E = decltype(tag);
+    zvx_bench::series ours{std::string("ours, ") + traits<E>::name, {}, {}};
+    zvx_bench::series peer{std::string("FFTW, ") + traits<E>::name, {}, {}};
+    for (const shape& s : shapes) {
+      const row_result r = run_row<E>(s, opt);
+      const double f = flops(s.total());
+      char difference[32];
+      std::snprintf(difference, sizeof difference, "%.1e", r.difference);
+      t.add({traits<E>::name, s.label, zvx_bench::fmt(f / r.ours_cpu * 1e-9, 2),
+             zvx_bench::fmt(f / r.peer_cpu * 1e-9, 2), zvx_bench::fmt(r.ours / r.peer, 3),
+             zvx_bench::fmt(r.ours_cpu / r.peer_cpu, 3), difference});
+      std::printf("%s %s ours %.3g s FFTW %.3g s ratio %.3f, least CPU %.3g / %.3g ratio %.3f, "
+                  "difference %.2e\n",
+                  traits<E>::name, s.label.c_str(), r.ours, r.peer, r.ours / r.peer, r.ours_cpu,
+                  r.peer_cpu, r.ours_cpu / r.peer_cpu, r.difference);
+      std::fflush(stdout);
+      if (s.n.size() == 1 && (s.n[0] & (s.n[0] - 1)) == 0) {
+        ours.x.push_back(s.n[0]);
+        ours.y.push_back(f / r.ours_cpu * 1e-9);
+        peer.x.push_back(s.n[0]);
+        peer.y.push_back(f / r.peer_cpu * 1e-9);
+      }
+    }
+    curves.push_back(ours);
+    curves.push_back(peer);
+    for (const shape& s : {shapes[shapes.size() - 2], shapes.back()}) {
+      const double up = speedup<E>(s, opt);
+      t.add({traits<E>::name, s.label + ", two threads against our one", "", "",
+             zvx_bench::fmt(up, 3) + "x (least wall-clock time)", "", ""});
+      std::printf("%s %s two threads: %.3fx\n", traits<E>::name, s.label.c_str(), up);
+      std::fflush(stdout);
+    }
+  };
+  run_precision(zvx_complex16{});
+  run_precision(zvx_complex8{});
+
+  const std::string plot = zvx_bench::plot_png(
+      opt, "dft_complex.png", "Complex in-place transforms, one thread", "n",
+      "GFLOP/s (5 n log2 n / t)", curves, true);
+  if (!plot.empty()) t.notes.push_back("![speed of complex transforms](" + plot + ")");
+  t.notes.push_back(
+      "FFTW " + std::string(fftw_version) +
+      ", plans made with FFTW_MEASURE before timing, executed through fftw_execute. Two ratios: "
+      "the medians of alternating wall-clock samples in one process, and the least thread CPU "
+      "time per call over alternating samples, which other work on the machine inflates less; "
+      "the speeds and the plot use the latter, counting 5 n log2 n flops per transform. The "
+      "result difference is the relative RMS difference of the two outputs on one input. "
+      "Instruction set: " + std::string(zvx_bench::vector_isa_name()) +
+      "; the machine's two cores are shared with other work, so figures move by a few per cent "
+      "between runs and the two-thread rows need the second core free.");
+  if (FILE* f = std::fopen("/proc/loadavg", "r")) {
+    double load = 0;
+    if (std::fscanf(f, "%lf", &load) == 1) {
+      char line[160];
+      std::snprintf(line, sizeof line,
+                    "Load average of the machine when the run ended: %.1f on %d cores.", load,
+                    omp_get_num_procs());
+      t.notes.push_back(line);
+    }
+    std::fclose(f);
+  }
+  t.print();
+  t.write_docs(opt);
+  return 0;
+}

@@ -1,0 +1,228 @@
+// Commit: threads, fast flags, the algorithm of every dimension with its engine context, the line
+// wrappers that scale after the engine, and the one workspace all compute calls share.
+#include <omp.h>
+
+#include <climits>
+#include <cstring>
+
+#include "blas/level12/kernels.h"
+#include "dft/descriptor.h"
+#include "dft/dft_tuning.h"
+#include "service/service.h"
+
+namespace zvx::dft {
+namespace {
+
+using record = DftiDimensionRecord;
+
+bool is_power_of_two(int n) { return n > 0 && (n & (n - 1)) == 0; }
+
+// Scales one line after the engine, through the library's own level-1 kernel: a real scale of a
+// complex vector is the real scale of its 2n reals.
+template <class R>
+void scale_line(long n, R alpha, R* data) {
+  if constexpr (sizeof(R) == sizeof(float))
+    blas12::kernels().s.scal(2 * n, alpha, data);
+  else
+    blas12::kernels().d.scal(2 * n, alpha, data);
+}
+
+// The line wrappers: the engine transforms unscaled, the record's scale of the direction follows
+// when it is not 1.
+template <class R, bool Forward, bool Scrambled>
+int complex_line(const typename std::conditional_t<sizeof(R) == 4, complex8, complex16>* in,
+                 typename std::conditional_t<sizeof(R) == 4, complex8, complex16>* out,
+                 const record* r, void* scratch) {
+  int status;
+  if constexpr (sizeof(R) == 4) {
+    PrimitiveDftContext* ctx = Scrambled ? r->context_c_scrambled : r->context_c;
+    if constexpr (Scrambled)
+      status = Forward ? primitive_dft_forward_c_scrambled(in, out, ctx, scratch)
+                       : primitive_dft_inverse_c_scrambled(in, out, ctx, scratch);
+    else
+      status = Forward ? primitive_dft_forward_c(in, out, ctx, scratch)
+                       : primitive_dft_inverse_c(in, out, ctx, scratch);
+  } else {
+    PrimitiveDftContext* ctx = Scrambled ? r->context_z_scrambled : r->context_z;
+    if constexpr (Scrambled)
+      status = Forward ? primitive_dft_forward_z_scrambled(in, out, ctx, scratch)
+                       : primitive_dft_inverse_z_scrambled(in, out, ctx, scratch);
+    else
+      status = Forward ? primitive_dft_forward_z(in, out, ctx, scratch)
+                       : primitive_dft_inverse_z(in, out, ctx, scratch);
+  }
+  if (status != engine_ok) return map_engine_status(status);
+  R scale;
+  if constexpr (sizeof(R) == 4)
+    scale = Forward ? r->forward_scale_single : r->backward_scale_single;
+  else
+    scale = Forward ? r->forward_scale_double : r->backward_scale_double;
+  if (scale != R(1)) scale_line<R>(r->length, scale, reinterpret_cast<R*>(out));
+  return DFTI_NO_ERROR;
+}
+
+// Builds the engine context of one complex record and stores the wrappers of its order.
+int setup_complex_record(record* r) {
+  const bool single = r->precision == DFTI_SINGLE;
+  const bool scrambled = r->ordering == DFTI_BACKWARD_SCRAMBLED;
+  const int type = single ? (scrambled ? context_complex_single_scrambled : context_complex_single)
+                          : (scrambled ? context_complex_double_scrambled : context_complex_double);
+  PrimitiveDftContext* ctx = nullptr;
+  int status = primitive_dft_create(&ctx, type, r->length, scale_none, 0);
+  if (status != engine_ok) return map_engine_status(status);
+  (single ? (scrambled ? r->context_c_scrambled : r->context_c)
+          : (scrambled ? r->context_z_scrambled : r->context_z)) = ctx;
+  int bytes = 0;
+  status = primitive_dft_buffer_size(ctx, &bytes);
+  if (status != engine_ok) return map_engine_status(status);
+  if (bytes > r->engine_buffer_size) r->engine_buffer_size = bytes;
+  r->not_power_of_two = 1;  // the dimension runs through the line engine
+  if (single) {
+    r->forward_c = scrambled ? complex_line<float, true, true> : complex_line<float, true, false>;
+    r->backward_c = scrambled ? complex_line<float, false, true> : complex_line<float, false, false>;
+  } else {
+    r->forward_z = scrambled ? complex_line<double, true, true> : complex_line<double, true, false>;
+    r->backward_z =
+        scrambled ? complex_line<double, false, true> : complex_line<double, false, false>;
+  }
+  return DFTI_NO_ERROR;
+}
+
+// Which engine a complex record needs. Long power-of-two lines in scrambled order, and the
+// threaded hybrid of long ordered double lines with a scale other than 1, belong to the large
+// power-of-two engine, which is not built yet: those configurations are refused as unimplemented
+// and nothing else is affected. The hybrid with both scales 1 runs its lines on the line engine,
+// serially, which is where that configuration ends anyway.
+int complex_record_route(const record* first, const record* r) {
+  if (!is_power_of_two(r->length)) return DFTI_NO_ERROR;
+  const bool single = r->precision == DFTI_SINGLE;
+  const int limit = single ? tuning::kLargeLengthSingle : tuning::kLargeLengthDouble;
+  if (r->length <= limit) return DFTI_NO_ERROR;
+  if (r->ordering == DFTI_BACKWARD_SCRAMBLED) return DFTI_UNIMPLEMENTED;
+  const bool hybrid = !single && first->thread_count >= 2 && first->rank == 1 &&
+                      !(first->placement == DFTI_NOT_INPLACE && first->input_stride == 1 &&
+                        first->output_stride == 1);
+  if (hybrid && (r->forward_scale_double != 1.0 || r->backward_scale_double != 1.0))
+    return DFTI_UNIMPLEMENTED;
+  return DFTI_NO_ERROR;
+}
+
+// A commit that fails leaves nothing built and the descriptor uncommitted, so that a compute call
+// reports status 2 instead of running on released tables, and the caller can reconfigure.
+int fail(record* first, int status) {
+  release_committed(first);
+  first->commit_status = DFTI_UNCOMMITTED;
+  return status;
+}
+
+}  // namespace
+
+void release_committed(record* first) {
+  if (first->user_thread_flags != nullptr) zvx::scratch_free(first->user_thread_flags);
+  first->user_thread_flags = nullptr;
+  if (first->workspace != nullptr) zvx::scratch_free(first->workspace);
+  first->workspace = nullptr;
+  record* last = first;
+  while (last->next != nullptr) last = last->next;
+  for (record* r = last; r != nullptr; r = r->previous) {
+    r->workspace_size = 0;
+    r->engine_buffer_size = 0;
+    for (PrimitiveDftContext** ctx : {&r->context_c, &r->context_z, &r->context_s, &r->context_d,
+                                      &r->context_c_scrambled, &r->context_z_scrambled}) {
+      primitive_dft_free(*ctx);
+      *ctx = nullptr;
+    }
+    for (void** table : {&r->large_table_single, &r->large_table_double}) {
+      if (*table != nullptr) zvx::scratch_free(*table);
+      *table = nullptr;
+    }
+    r->forward_c = r->backward_c = nullptr;
+    r->forward_z = r->backward_z = nullptr;
+    r->forward_s = r->backward_s = nullptr;
+    r->forward_d = r->backward_d = nullptr;
+    r->parallel_forward_c = r->parallel_backward_c = nullptr;
+    r->parallel_forward_z = r->parallel_backward_z = nullptr;
+    r->real_forward_s = r->real_backward_s = nullptr;
+    r->real_forward_d = r->real_backward_d = nullptr;
+  }
+}
+
+}  // namespace zvx::dft
+
+using namespace zvx::dft;
+
+ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
+  if (handle == nullptr || *handle == nullptr) return DFTI_INCONSISTENT_CONFIGURATION;
+  DftiDimensionRecord* first = *handle;
+  if (!has_tag(first)) return DFTI_BAD_DESCRIPTOR;
+  release_committed(first);
+
+  // Real transforms come with the real line engine; until then a real descriptor can be created
+  // and configured but not committed.
+  if (first->forward_domain != DFTI_COMPLEX) return fail(first, DFTI_UNIMPLEMENTED);
+
+  // Threads: decided here once; a later change of the policy does not reach this descriptor.
+  const bool user_threads = first->number_of_user_threads > 1;
+  if (user_threads) {
+    first->thread_count = 1;
+    first->two_d_direct = 0;
+    // Each caller takes its own scratch through the busy flags, so no call may bypass them.
+    first->direct_call = 0;
+    const long bytes = static_cast<long>(first->number_of_user_threads) * sizeof(int32_t);
+    if (bytes > UINT_MAX) return fail(first, DFTI_MEMORY_ERROR);
+    first->user_thread_flags = static_cast<int32_t*>(zvx::scratch_allocate(static_cast<unsigned>(bytes), 0));
+    if (first->user_thread_flags == nullptr) return fail(first, DFTI_MEMORY_ERROR);
+    memset(first->user_thread_flags, 0, static_cast<size_t>(bytes));
+  } else {
+    first->thread_count =
+        zvx::serial_policy() == 1 || omp_in_parallel() ? 1 : omp_get_max_threads();
+  }
+
+  const int direct_limit = first->precision == DFTI_SINGLE ? tuning::kDirectLengthSingle
+                                                           : tuning::kDirectLengthDouble;
+  first->single_direct = first->rank == 1 && first->number_of_transforms == 1 &&
+                                 first->input_stride == 1 && first->output_stride == 1 &&
+                                 first->length < direct_limit
+                             ? 1
+                             : 0;
+  if (!user_threads) {
+    first->direct_call = first->single_direct == 1 ? 1 : 0;
+    first->two_d_direct = first->number_of_transforms == 1 && first->rank == 2 &&
+                                  first->product_of_lengths < tuning::kTwoDDirectElements
+                              ? 1
+                              : 0;
+  }
+
+  first->workspace_size = 0;
+  for (DftiDimensionRecord* r = first; r != nullptr; r = r->next) {
+    r->input_offset = first->input_offset;
+    r->output_offset = first->output_offset;
+    r->input_distance = first->input_distance;
+    r->output_distance = first->output_distance;
+    r->forward_domain = first->forward_domain;
+    r->precision = first->precision;
+    r->ordering = first->ordering;
+    r->complex_storage = first->complex_storage;
+    r->real_storage = first->real_storage;
+    r->conjugate_even_storage = first->conjugate_even_storage;
+    r->packed_format = first->packed_format;
+    r->number_of_transforms = first->number_of_transforms;
+    r->placement = first->placement;
+    r->transpose = first->transpose;
+    r->dimension_index = static_cast<int32_t>(r - first);
+    int status = complex_record_route(first, r);
+    if (status == DFTI_NO_ERROR) status = setup_complex_record(r);
+    if (status != DFTI_NO_ERROR) return fail(first, status);
+    if (r->unsupported == 1) return fail(first, DFTI_UNIMPLEMENTED);
+    if (r->engine_buffer_size > first->workspace_size) first->workspace_size = r->engine_buffer_size;
+  }
+
+  first->workspace_size += tuning::kWorkspacePad;
+  const long blocks = user_threads ? first->number_of_user_threads : first->thread_count;
+  const long bytes = first->workspace_size * blocks;
+  if (bytes > UINT_MAX) return fail(first, DFTI_MEMORY_ERROR);
+  first->workspace = zvx::scratch_allocate(static_cast<unsigned>(bytes), 0);
+  if (first->workspace == nullptr) return fail(first, DFTI_MEMORY_ERROR);
+  for (DftiDimensionRecord* r = first; r != nullptr; r = r->next) r->commit_status = DFTI_COMMITTED;
+  return DFTI_NO_ERROR;
+}

@@ -1,0 +1,42 @@
+// The compute frames of the complex families, shared by the entries and the threaded functions.
+#pragma once
+#include "dft/multi_dim.h"
+
+namespace zvx::dft {
+
+// What one compute call works on, after the offsets: `in` and `out` are the same array in place,
+// whose strides and distance are then the input ones.
+template <class E>
+struct call {
+  const DftiDimensionRecord* first;
+  bool forward;
+  bool in_place;
+  const E* in;
+  E* out;
+  long input_distance() const { return first->input_distance; }
+  long output_distance() const { return in_place ? first->input_distance : first->output_distance; }
+  long output_stride() const { return in_place ? first->input_stride : first->output_stride; }
+};
+
+// Serial frame: `count` transforms from transform `start` on, with the scratch given.
+template <class E>
+int serial_frame(const call<E>& c, long start, long count, void* scratch);
+
+// The threaded function after the checks and offsets (the user-thread path included).
+template <class E>
+int parallel_frame(const call<E>& c);
+
+// Checks of a compute call; 0 when it may run.
+template <class E>
+int check_call(DFTI_DESCRIPTOR_HANDLE* handle, const void* in, const void* out);
+// The call on the data after the offsets.
+template <class E>
+call<E> make_call(const DftiDimensionRecord* first, bool forward, const E* in, E* out,
+                  bool in_place);
+
+// Scratch of iteration i of a region, or of user thread i.
+inline void* scratch_of(const DftiDimensionRecord* first, long i) {
+  return static_cast<char*>(first->workspace) + i * first->workspace_size;
+}
+
+}  // namespace zvx::dft
