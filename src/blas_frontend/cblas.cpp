@@ -1,0 +1,1 @@
+#include "blas_frontend/common.h"
