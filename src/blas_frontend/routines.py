@@ -199,17 +199,28 @@ def gen():
         call = ', '.join(n for n, c, k in params)
         rtype = {'v': 'void', 'r': R[t] if name not in ('scnrm2', 'scasum', 'dznrm2', 'dzasum', 'scabs1', 'dcabs1') else R[t],
                  'd': 'double', 'i': 'int', 'x': T[t]}[res]
+        # The standard quick returns where the library's own entries do otherwise.
         if name == 'sdsdot':
             body = 'return *n < 1 ? *sb : ::sdsdot(n, sb, x, incx, y, incy);'
         elif name == 'scabs1':
             body = 'return std::fabs(z->real) + std::fabs(z->imag);'
+        elif name.endswith('scal'):
+            body = f'if (*n >= 1 && *incx >= 1) ::{name}({call});'
+        elif name.endswith('asum'):
+            body = f'return *n < 1 || *incx < 1 ? {rtype}(0) : ::{name}({call});'
+        elif name in ('crotg', 'zrotg'):
+            body = (f'if (b->real == 0 && b->imag == 0) {{ *c = 1; *s = {{0, 0}}; return; }} '
+                    f'::{name}({call});')
         elif res == 'x':
             body = f'{T[t]} r; ::{name}(&r, {call}); return r;'
         elif res == 'v':
             body = f'::{name}({call});'
         else:
             body = f'return ::{name}({call});'
-        out.append(f'FRONT_API {rtype} {name}_({sig}) {{ {body} }}')
+        # The body is shared with the CBLAS layer; the exported name only forwards.
+        bodies.append(f'inline {rtype} l1_{name}({sig}) {{ {body} }}')
+        ret = '' if rtype == 'void' else 'return '
+        out.append(f'FRONT_API {rtype} {name}_({sig}) {{ {ret}l1_{name}({call}); }}')
         names.append(name + '_')
     bodies.append('}  // namespace zvx::front')
     return out, bodies, names
