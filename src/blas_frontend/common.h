@@ -4,6 +4,7 @@
 #include <cstddef>
 #include "zvx_blas12.h"
 #include "zvx_blas3.h"
+#include "blas/level12/level12.h"
 
 #define FRONT_API extern "C" __attribute__((visibility("default")))
 
