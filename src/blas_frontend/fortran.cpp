@@ -38,5 +38,17 @@ FRONT_API void xerbla_(const char* name, const int* info, size_t name_len) {
 }
 
 #include "fortran_bodies.inc"
+// The two helpers of the standard set: letter comparison without regard to case, and the report
+// of a routine named by an array of characters (from C), handed to xerbla_ blank-padded to 32.
+FRONT_API int lsame_(const char* ca, const char* cb, size_t, size_t) {
+  auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
+  return upper(*ca) == upper(*cb);
+}
+FRONT_API void xerbla_array_(const char* name, const int* name_len, const int* info, size_t) {
+  char padded[32];
+  for (int i = 0; i < 32; ++i) padded[i] = i < *name_len ? name[i] : ' ';
+  xerbla_(padded, info, sizeof padded);
+}
+
 using namespace zvx::front;
 #include "fortran_wrappers.inc"

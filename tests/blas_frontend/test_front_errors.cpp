@@ -70,6 +70,8 @@ void dtrmm_(const char*, const char*, const char*, const char*, const int*, cons
 void ztrsm_(const char*, const char*, const char*, const char*, const int*, const int*,
             const cd*, const cd*, const int*, cd*, const int*, size_t, size_t, size_t, size_t);
 float sdsdot_(const int*, const float*, const float*, const int*, const float*, const int*);
+void xerbla_array_(const char*, const int*, const int*, size_t);
+int lsame_(const char*, const char*, size_t, size_t);
 }
 
 namespace {
@@ -172,6 +174,24 @@ TEST(FortranInterface, BadArgumentsReachTheProgramsXerblaAndChangeNothing) {
       {"ZTRSM ", 11, [](arrays& s) { ztrsm_("R", "L", "C", "U", &n4, &n3, &zalpha, s.a.data(), &ld4, s.b.data(), &n3, 1, 1, 1, 1); }},
   };
   for (const bad_call& c : calls) expect_report(c);
+}
+
+TEST(FortranInterface, HelpersOfTheStandardSet) {
+  // xerbla_array_ hands the name to xerbla_ blank-padded to 32 characters.
+  last = report{};
+  const char name[] = {'D', 'G', 'E', 'S', 'V', 'X', 'Y'};
+  const int len = 6, info = -3;
+  xerbla_array_(name, &len, &info, 1);
+  EXPECT_EQ(last.calls, 1);
+  EXPECT_EQ(last.name, "DGESVX" + std::string(26, ' '));
+  EXPECT_EQ(last.info, -3);
+  // lsame_: one letter, either case; other characters only themselves.
+  EXPECT_TRUE(lsame_("u", "U", 1, 1));
+  EXPECT_TRUE(lsame_("N", "n", 1, 1));
+  EXPECT_TRUE(lsame_("Trans", "T", 5, 1));
+  EXPECT_FALSE(lsame_("L", "U", 1, 1));
+  EXPECT_FALSE(lsame_("[", "{", 1, 1));
+  EXPECT_TRUE(lsame_("1", "1", 1, 1));
 }
 
 TEST(FortranInterface, LegalCallsReportNothingAndQuickReturnsAsTheStandard) {
