@@ -15,4 +15,6 @@ dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 ln -s "$(readlink -f "$lib")" "$dir/libblas.so.3"
 ln -s "$lapack" "$dir/liblapack.so.3"
-LD_LIBRARY_PATH="$dir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}" ${ZVX_PRELOAD_FIRST:+LD_PRELOAD="$ZVX_PRELOAD_FIRST"} "$python" "$check"
+env=(LD_LIBRARY_PATH="$dir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}")
+[ -n "${ZVX_PRELOAD_FIRST:-}" ] && env+=(LD_PRELOAD="$ZVX_PRELOAD_FIRST")
+env "${env[@]}" "$python" "$check"
