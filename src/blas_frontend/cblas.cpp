@@ -25,8 +25,10 @@
 #include "fortran_bodies.inc"
 #include "zvx_cblas.h"
 
-FRONT_API int CBLAS_CallFromC = 0;
-FRONT_API int RowMajorStrg = 0;
+extern "C" {
+__attribute__((visibility("default"))) int CBLAS_CallFromC = 0;
+__attribute__((visibility("default"))) int RowMajorStrg = 0;
+}
 
 namespace zvx::front {
 namespace {
