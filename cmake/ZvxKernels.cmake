@@ -28,6 +28,8 @@ function(_zvx_object_library name isa)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PRIVATE OpenMP::OpenMP_CXX)
   target_sources(zvx_c3 PRIVATE $<TARGET_OBJECTS:${name}>)
+  # The standard-interface front end links the same objects (src/blas_frontend).
+  set_property(GLOBAL APPEND PROPERTY ZVX_OBJECT_LIBRARIES ${name})
 endfunction()
 
 # zvx_library_sources(NAME <unique> SOURCES ...): portable sources of the library.
