@@ -310,6 +310,7 @@ ZVX_API void __gmpz_powm_ui(mpz_ptr, mpz_srcptr, unsigned long, mpz_srcptr);
 ZVX_API void mpz_powm_mary(mpz_ptr, mpz_srcptr, mpz_srcptr, mpz_srcptr);
 ZVX_API int __gmpz_invert(mpz_ptr, mpz_srcptr, mpz_srcptr);
 ZVX_API void __gmpz_gcd(mpz_ptr, mpz_srcptr, mpz_srcptr);
+ZVX_API void __gmpz_gcdext(mpz_ptr, mpz_ptr, mpz_ptr, mpz_srcptr, mpz_srcptr);
 ZVX_API unsigned long __gmpz_gcd_ui(mpz_ptr, mpz_srcptr, unsigned long);
 ZVX_API void __gmpz_lcm(mpz_ptr, mpz_srcptr, mpz_srcptr);
 ZVX_API void __gmpz_lcm_ui(mpz_ptr, mpz_srcptr, unsigned long);
@@ -335,6 +336,7 @@ ZVX_API void __gmpz_lucnum2_ui(mpz_ptr, mpz_ptr, unsigned long);
 #define mpz_powm_ui __gmpz_powm_ui
 #define mpz_invert __gmpz_invert
 #define mpz_gcd __gmpz_gcd
+#define mpz_gcdext __gmpz_gcdext
 #define mpz_gcd_ui __gmpz_gcd_ui
 #define mpz_lcm __gmpz_lcm
 #define mpz_lcm_ui __gmpz_lcm_ui

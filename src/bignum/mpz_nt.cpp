@@ -285,3 +285,61 @@ ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
   z_set(l, t.p());
 }
 ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { __gmpz_lucnum2_ui(l, nullptr, n); }
+
+// g = gcd(a, b) = a s + b t, with the cofactors of the GMP manual: normally |s| < |b|/(2g) and
+// |t| < |a|/(2g); s = 0, t = sgn(b) when |a| = |b|; s = sgn(a) when b = 0 or |b| = 2g; t = sgn(b)
+// when a = 0 or |a| = 2g. t may be null.
+ZVX_EXPORT void __gmpz_gcdext(mpz_ptr g, mpz_ptr s, mpz_ptr t, mpz_srcptr a, mpz_srcptr b) {
+  int n = abs_size(a) + abs_size(b) + 2;
+  temp gg(n), ss(n), tt(2 * n), bg(n), q(n), r0(n), r1(n), s0(n), s1(n), x(2 * n);
+  int sa = a->_mp_size > 0 ? 1 : (a->_mp_size < 0 ? -1 : 0);
+  int sb = b->_mp_size > 0 ? 1 : (b->_mp_size < 0 ? -1 : 0);
+  if (sb == 0 || z_cmpabs(a, b) == 0 || sa == 0) {
+    if (sa == 0 || (sb != 0)) {  // a = 0, or |a| = |b|: s = 0, t = sgn(b)
+      z_set(gg.p(), b);
+      ss.z._mp_size = 0;
+      z_set(tt.p(), word_mpz(sb != 0 ? 1 : 0, sb < 0).p());
+    } else {  // b = 0: s = sgn(a), t = 0
+      z_set(gg.p(), a);
+      z_set(ss.p(), word_mpz(1, sa < 0).p());
+      tt.z._mp_size = 0;
+    }
+    gg.z._mp_size = abs_size(gg.p());
+  } else {
+    // Extended Euclid on magnitudes, tracking the cofactor of |a|.
+    z_set(r0.p(), a);
+    r0.z._mp_size = abs_size(a);
+    z_set(r1.p(), b);
+    r1.z._mp_size = abs_size(b);
+    z_set_ui(s0.p(), 1);
+    s1.z._mp_size = 0;
+    while (r1.z._mp_size != 0) {
+      z_tdiv_qr(q.p(), x.p(), r0.p(), r1.p());
+      z_swap(r0.p(), r1.p());
+      z_swap(r1.p(), x.p());
+      z_mul(x.p(), q.p(), s1.p());
+      z_add(x.p(), s0.p(), x.p(), true);
+      z_swap(s0.p(), s1.p());
+      z_swap(s1.p(), x.p());
+    }
+    z_set(gg.p(), r0.p());
+    if (sa < 0) s0.z._mp_size = -s0.z._mp_size;
+    // The representative of s modulo |b|/g nearest to zero.
+    z_tdiv_qr(bg.p(), nullptr, b, gg.p());
+    bg.z._mp_size = abs_size(bg.p());
+    z_div_qr(nullptr, ss.p(), s0.p(), bg.p(), -1);
+    z_mul_2exp(x.p(), ss.p(), 1);
+    int c = z_cmp(x.p(), bg.p());
+    if (c == 0)
+      z_set(ss.p(), word_mpz(1, sa < 0).p());  // |b| = 2g
+    else if (c > 0)
+      z_add(ss.p(), ss.p(), bg.p(), true);
+    // t = (g - a s) / b, exact.
+    z_mul(x.p(), a, ss.p());
+    z_add(x.p(), gg.p(), x.p(), true);
+    z_tdiv_qr(tt.p(), nullptr, x.p(), b);
+  }
+  if (t) z_set(t, tt.p());
+  if (s) z_set(s, ss.p());
+  z_set(g, gg.p());
+}

@@ -93,6 +93,37 @@ TEST(BignumNumberTheory, GcdInverseAndLcmMatchGmp) {
   }
 }
 
+TEST(BignumNumberTheory, GcdextCofactorsMatchGmp) {
+  std::mt19937_64 rng(71);
+  auto pext = gmp().sym<void (*)(gz*, gz*, gz*, const gz*, const gz*)>("__gmpz_gcdext");
+  std::vector<std::pair<std::string, std::string>> cases = {
+      {"0", "0"}, {"0", "5"}, {"5", "0"}, {"-5", "0"}, {"0", "-5"}, {"7", "7"}, {"-7", "7"},
+      {"6", "-6"}, {"3", "6"}, {"6", "3"}, {"-3", "6"}, {"4", "2"}, {"2", "4"}, {"-4", "2"}, {"1", "1"}};
+  for (int i = 0; i < 200; ++i) {
+    std::string a = random_hex(rng, i % 5), b = random_hex(rng, (i / 5) % 4);
+    if (i % 3 == 0) {  // a common factor
+      Z za(a), zb(b), zc(random_hex(rng, 1, false));
+      mpz_mul(za.p(), za.p(), zc.p());
+      mpz_mul(zb.p(), zb.p(), zc.p());
+      a = za.str(), b = zb.str();
+    }
+    cases.push_back({a, b});
+  }
+  for (auto& [a, b] : cases) {
+    G ga(a), gb(b), gg, gs, gt;
+    pext(gg.p(), gs.p(), gt.p(), ga.p(), gb.p());
+    Z za(a), zb(b), zg, zs, zt, zs2;
+    mpz_gcdext(zg.p(), zs.p(), zt.p(), za.p(), zb.p());
+    EXPECT_EQ(zg.str(), upper(gg.str())) << a << " " << b;
+    EXPECT_EQ(zs.str(), upper(gs.str())) << a << " " << b;
+    EXPECT_EQ(zt.str(), upper(gt.str())) << a << " " << b;
+    Z x(a);
+    mpz_gcdext(x.p(), zs2.p(), nullptr, x.p(), zb.p());  // g over a, no t
+    EXPECT_EQ(x.str(), zg.str());
+    EXPECT_EQ(zs2.str(), zs.str());
+  }
+}
+
 TEST(BignumNumberTheory, RootsAndPowersMatchGmp) {
   std::mt19937_64 rng(61);
   auto proot = gmp().sym<int (*)(gz*, const gz*, unsigned long)>("__gmpz_root");
