@@ -246,8 +246,14 @@ ZVX_EXPORT void __gmpz_array_init(mpz_ptr a, mp_size_t n, mp_size_t bits) {
 ZVX_EXPORT void* __gmpz_realloc(mpz_ptr z, mp_size_t n) {
   int want = n < 1 ? 1 : static_cast<int>(n);
   if (want > z->_mp_alloc) return grow(z, want);
-  // Shrinking keeps the array; a value that no longer fits becomes 0.
-  if (abs_size(z) > want) z->_mp_size = 0;
+  // Shrinking keeps the array in use: the limbs above the new length are cleared and the value
+  // re-normalised, so it keeps its low limbs and its sign.
+  int used = abs_size(z);
+  if (used > want) {
+    zero(z->_mp_d + want, used - want);
+    int n = normalized_size(z->_mp_d, want);
+    z->_mp_size = z->_mp_size < 0 ? -n : n;
+  }
   return z->_mp_d;
 }
 ZVX_EXPORT void __gmpz_realloc2(mpz_ptr z, mp_bitcnt_t bits) {

@@ -73,7 +73,13 @@ TEST(BignumMemory, HooksSeeEveryBlockWithItsSize) {
     f(s, strlen(s) + 1);
     mpz_realloc2(c, 5000);
     EXPECT_GE(c->_mp_alloc, 157);
-    mpz_realloc(c, 1);  // shrinking keeps the array; the value no longer fits and becomes 0
+    mpz_set_str(c, "-123456789ABCDEF0", 16);
+    mp_limb_t* before = c->_mp_d;
+    mpz_realloc(c, 1);  // shrinking keeps the array and the low limb, with the sign
+    EXPECT_EQ(c->_mp_d, before);
+    EXPECT_EQ(mpz_cmp_si(c, -0x9ABCDEF0L), 0);
+    mpz_set_str(c, "500000000", 16);
+    mpz_realloc(c, 1);  // a zero low limb leaves 0
     EXPECT_EQ(mpz_sgn(c), 0);
     mpz_clear(a);
     mpz_clear(b);
