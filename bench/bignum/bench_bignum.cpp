@@ -165,6 +165,11 @@ int main(int argc, char** argv) {
   t.notes.push_back("Products use the schoolbook loop below 8 limbs and Karatsuba above (32-bit limbs); the "
                     "transform multiplication for 4,096 limbs and more is not built yet, so the 1- and "
                     "8-million-bit rows of the plan are Karatsuba or absent.");
+  t.notes.push_back("");
+  t.notes.push_back("![mpz_mul time against size, both libraries, size on a log scale](bignum_mul.png)");
+  t.notes.push_back("");
+  t.notes.push_back("The machine's two cores were shared with other work during this run; the small rows "
+                    "move by a factor of two between runs.");
   t.print();
   if (opt.write_docs) {
     t.write_docs(opt);
