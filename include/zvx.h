@@ -10,5 +10,6 @@
 #include "zvx_nvo.h"
 #include "zvx_spblas.h"
 #include "zvx_dft.h"
+#include "zvx_gmp.h"
 
 #endif

@@ -1,0 +1,371 @@
+// Natural-number routines on arrays of 32-bit limbs, least significant first, and their exported
+// forms. Products and carries go through 64-bit arithmetic.
+#include <cstring>
+
+#include "bignum/bignum.h"
+#include "bignum/tuning.h"
+#include "service/service.h"
+
+namespace zvx::bn {
+
+limb add_1(limb* r, const limb* a, int n, limb b) {
+  dlimb c = b;
+  for (int i = 0; i < n; ++i) {
+    c += a[i];
+    r[i] = static_cast<limb>(c);
+    c >>= 32;
+  }
+  return static_cast<limb>(c);
+}
+
+limb add_n(limb* r, const limb* a, const limb* b, int n) {
+  dlimb c = 0;
+  for (int i = 0; i < n; ++i) {
+    c += static_cast<dlimb>(a[i]) + b[i];
+    r[i] = static_cast<limb>(c);
+    c >>= 32;
+  }
+  return static_cast<limb>(c);
+}
+
+limb add(limb* r, const limb* a, int an, const limb* b, int bn) {
+  limb c = add_n(r, a, b, bn);
+  return add_1(r + bn, a + bn, an - bn, c);
+}
+
+limb sub_1(limb* r, const limb* a, int n, limb b) {
+  limb borrow = b;
+  for (int i = 0; i < n; ++i) {
+    limb x = a[i];
+    r[i] = x - borrow;
+    borrow = x < borrow;
+  }
+  return borrow;
+}
+
+limb sub_n(limb* r, const limb* a, const limb* b, int n) {
+  dlimb c = 0;  // borrow in bit 0 after each step
+  for (int i = 0; i < n; ++i) {
+    dlimb d = static_cast<dlimb>(a[i]) - b[i] - c;
+    r[i] = static_cast<limb>(d);
+    c = (d >> 63) & 1;
+  }
+  return static_cast<limb>(c);
+}
+
+limb sub(limb* r, const limb* a, int an, const limb* b, int bn) {
+  limb c = sub_n(r, a, b, bn);
+  return sub_1(r + bn, a + bn, an - bn, c);
+}
+
+limb mul_1(limb* r, const limb* a, int n, limb b) {
+  dlimb c = 0;
+  for (int i = 0; i < n; ++i) {
+    c += static_cast<dlimb>(a[i]) * b;
+    r[i] = static_cast<limb>(c);
+    c >>= 32;
+  }
+  return static_cast<limb>(c);
+}
+
+limb addmul_1(limb* r, const limb* a, int n, limb b) {
+  dlimb c = 0;
+  int i = 0;
+  // Two limbs a step: the sum a*b + r + c stays below 2^64.
+  for (; i + 1 < n; i += 2) {
+    c += static_cast<dlimb>(a[i]) * b + r[i];
+    r[i] = static_cast<limb>(c);
+    c >>= 32;
+    c += static_cast<dlimb>(a[i + 1]) * b + r[i + 1];
+    r[i + 1] = static_cast<limb>(c);
+    c >>= 32;
+  }
+  if (i < n) {
+    c += static_cast<dlimb>(a[i]) * b + r[i];
+    r[i] = static_cast<limb>(c);
+    c >>= 32;
+  }
+  return static_cast<limb>(c);
+}
+
+limb submul_1(limb* r, const limb* a, int n, limb b) {
+  limb c = 0;
+  for (int i = 0; i < n; ++i) {
+    dlimb p = static_cast<dlimb>(a[i]) * b + c;
+    limb lo = static_cast<limb>(p);
+    c = static_cast<limb>(p >> 32);
+    limb x = r[i];
+    r[i] = x - lo;
+    c += x < lo;
+  }
+  return c;
+}
+
+int cmp(const limb* a, const limb* b, int n) {
+  for (int i = n - 1; i >= 0; --i)
+    if (a[i] != b[i]) return a[i] > b[i] ? 1 : -1;
+  return 0;
+}
+
+limb lshift(limb* r, const limb* a, int n, unsigned s) {
+  limb out = a[n - 1] >> (32 - s);
+  for (int i = n - 1; i > 0; --i) r[i] = (a[i] << s) | (a[i - 1] >> (32 - s));
+  r[0] = a[0] << s;
+  return out;
+}
+
+limb rshift(limb* r, const limb* a, int n, unsigned s) {
+  limb out = a[0] << (32 - s);
+  for (int i = 0; i + 1 < n; ++i) r[i] = (a[i] >> s) | (a[i + 1] << (32 - s));
+  r[n - 1] = a[n - 1] >> s;
+  return out;
+}
+
+void mul_basecase(limb* r, const limb* a, int an, const limb* b, int bn) {
+  r[an] = mul_1(r, a, an, b[0]);
+  for (int j = 1; j < bn; ++j) r[an + j] = addmul_1(r + j, a, an, b[j]);
+}
+
+namespace {
+
+// Scratch that karatsuba(n) needs for itself and its recursion.
+size_t karatsuba_scratch(int n) {
+  size_t total = 0;
+  while (n >= tuning::karatsuba_recursion) {
+    int hh = n - n / 2;
+    total += 6 * static_cast<size_t>(hh) + 2;
+    n = hh;
+  }
+  return total;
+}
+
+// |x - y| of the low part (h limbs, zero-extended to hh) and the high part (hh limbs) into r;
+// returns 1 when the low part was the larger.
+int abs_diff(limb* r, const limb* hi, int hh, const limb* lo, int h) {
+  int c;
+  if (hh > h && hi[h] != 0) {
+    c = 1;
+  } else {
+    c = cmp(hi, lo, h);
+  }
+  if (c >= 0) {
+    sub(r, hi, hh, lo, h);
+    return 0;
+  }
+  sub_n(r, lo, hi, h);
+  for (int i = h; i < hh; ++i) r[i] = 0;
+  return 1;
+}
+
+void karatsuba(limb* r, const limb* a, const limb* b, int n, limb* ws) {
+  if (n < tuning::karatsuba_recursion) {
+    mul_basecase(r, a, n, b, n);
+    return;
+  }
+  const int h = n / 2, hh = n - h;
+  limb* da = ws;
+  limb* db = da + hh;
+  limb* z1 = db + hh;          // 2hh limbs
+  limb* mid = z1 + 2 * hh;     // 2hh+1 limbs
+  limb* next = mid + 2 * hh + 2;
+  int neg = abs_diff(da, a + h, hh, a, h) ^ abs_diff(db, b + h, hh, b, h);
+  karatsuba(z1, da, db, hh, next);
+  karatsuba(r, a, b, h, next);                  // z0 in r[0, 2h)
+  karatsuba(r + 2 * h, a + h, b + h, hh, next);  // z2 in r[2h, 2n)
+  // mid = z0 + z2 -/+ z1 = a1*b0 + a0*b1
+  mid[2 * hh] = add(mid, r + 2 * h, 2 * hh, r, 2 * h);
+  if (neg)
+    mid[2 * hh] += add_n(mid, mid, z1, 2 * hh);
+  else
+    mid[2 * hh] -= sub_n(mid, mid, z1, 2 * hh);
+  add(r + h, r + h, 2 * n - h, mid, 2 * hh + 1);
+}
+
+}  // namespace
+
+void mul_n(limb* r, const limb* a, const limb* b, int n) {
+  if (n <= 0) return;
+  if (n < tuning::karatsuba_entry) {
+    mul_basecase(r, a, n, b, n);
+    return;
+  }
+  // Sizes from tuning::transform_entry on are meant for the transform multiplication; until it
+  // exists Karatsuba serves them, exactly.
+  size_t need = karatsuba_scratch(n);
+  if (need <= static_cast<size_t>(tuning::karatsuba_local_scratch)) {
+    limb local[tuning::karatsuba_local_scratch];
+    karatsuba(r, a, b, n, local);
+  } else {
+    limb* ws = alloc_limbs(need);
+    karatsuba(r, a, b, n, ws);
+    free_limbs(ws, need);
+  }
+}
+
+void mul(limb* r, const limb* a, int an, const limb* b, int bn) {
+  if (bn == 0) {
+    zero(r, an);
+    return;
+  }
+  if (an + bn < tuning::mul_basecase_sum) {
+    mul_basecase(r, a, an, b, bn);
+    return;
+  }
+  if (an == bn) {
+    mul_n(r, a, b, an);
+    return;
+  }
+  // Cut a in pieces of bn limbs; each square product adds into the result at its offset.
+  mul_n(r, a, b, bn);
+  limb* t = alloc_limbs(2 * static_cast<size_t>(bn));
+  int off = bn;
+  for (; off + bn <= an; off += bn) {
+    mul_n(t, a + off, b, bn);
+    limb c = add_n(r + off, r + off, t, bn);
+    copy(r + off + bn, t + bn, bn);
+    add_1(r + off + bn, r + off + bn, bn, c);
+  }
+  int s = an - off;
+  if (s > 0) {
+    mul(t, b, bn, a + off, s);
+    limb c = add_n(r + off, r + off, t, bn);
+    copy(r + off + bn, t + bn, s);
+    add_1(r + off + bn, r + off + bn, s, c);
+  }
+  free_limbs(t, 2 * static_cast<size_t>(bn));
+}
+
+limb divmod_1(limb* q, const limb* a, int n, limb d) {
+  dlimb rem = 0;
+  for (int i = n - 1; i >= 0; --i) {
+    dlimb x = (rem << 32) | a[i];
+    limb qi = static_cast<limb>(x / d);
+    rem = x - static_cast<dlimb>(qi) * d;
+    q[i] = qi;
+  }
+  return static_cast<limb>(rem);
+}
+
+limb mod_1(const limb* a, int n, limb d) {
+  if ((d & (d - 1)) == 0) return n ? a[0] & (d - 1) : 0;
+  dlimb rem = 0;
+  for (int i = n - 1; i >= 0; --i) rem = ((rem << 32) | a[i]) % d;
+  return static_cast<limb>(rem);
+}
+
+void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
+  if (dn == 1) {
+    limb* qq = q ? q : alloc_limbs(an);
+    limb rem = divmod_1(qq, a, an, d[0]);
+    if (r) r[0] = rem;
+    if (!q) free_limbs(qq, an);
+    return;
+  }
+  // Normalise so that the divisor's top bit is set; the numerator gets one more limb.
+  const unsigned s = __builtin_clz(d[dn - 1]);
+  const size_t work = static_cast<size_t>(an) + 1 + dn;
+  limb* u = alloc_limbs(work);
+  limb* v = u + an + 1;
+  if (s) {
+    lshift(v, d, dn, s);
+    u[an] = lshift(u, a, an, s);
+  } else {
+    copy(v, d, dn);
+    copy(u, a, an);
+    u[an] = 0;
+  }
+  const dlimb v1 = v[dn - 1], v2 = v[dn - 2];
+  for (int j = an - dn; j >= 0; --j) {
+    limb* uj = u + j;
+    dlimb num = (static_cast<dlimb>(uj[dn]) << 32) | uj[dn - 1];
+    dlimb qhat, rhat;
+    if (uj[dn] >= v1) {
+      qhat = 0xFFFFFFFFu;
+      rhat = num - qhat * v1;
+    } else {
+      qhat = num / v1;
+      rhat = num - qhat * v1;
+    }
+    while (rhat <= 0xFFFFFFFFu && qhat * v2 > ((rhat << 32) | uj[dn - 2])) {
+      --qhat;
+      rhat += v1;
+    }
+    limb borrow = submul_1(uj, v, dn, static_cast<limb>(qhat));
+    limb top = uj[dn];
+    uj[dn] = top - borrow;
+    if (top < borrow) {
+      --qhat;
+      uj[dn] += add_n(uj, uj, v, dn);
+    }
+    if (q) q[j] = static_cast<limb>(qhat);
+  }
+  if (r) {
+    if (s)
+      rshift(r, u, dn, s), r[dn - 1] |= u[dn] << (32 - s);
+    else
+      copy(r, u, dn);
+  }
+  free_limbs(u, work);
+}
+
+}  // namespace zvx::bn
+
+using namespace zvx::bn;
+
+ZVX_EXPORT mp_limb_t __gmpn_add_1(mp_ptr r, mp_srcptr a, mp_size_t n, mp_limb_t b) {
+  return add_1(r, a, static_cast<int>(n), b);
+}
+ZVX_EXPORT mp_limb_t __gmpn_add_n(mp_ptr r, mp_srcptr a, mp_srcptr b, mp_size_t n) {
+  return add_n(r, a, b, static_cast<int>(n));
+}
+ZVX_EXPORT mp_limb_t __gmpn_sub_1(mp_ptr r, mp_srcptr a, mp_size_t n, mp_limb_t b) {
+  return sub_1(r, a, static_cast<int>(n), b);
+}
+ZVX_EXPORT mp_limb_t __gmpn_sub_n(mp_ptr r, mp_srcptr a, mp_srcptr b, mp_size_t n) {
+  return sub_n(r, a, b, static_cast<int>(n));
+}
+ZVX_EXPORT mp_limb_t __gmpn_addmul_1(mp_ptr r, mp_srcptr a, mp_size_t n, mp_limb_t b) {
+  return addmul_1(r, a, static_cast<int>(n), b);
+}
+ZVX_EXPORT mp_limb_t __gmpn_submul_1(mp_ptr r, mp_srcptr a, mp_size_t n, mp_limb_t b) {
+  return submul_1(r, a, static_cast<int>(n), b);
+}
+ZVX_EXPORT int __gmpn_cmp(mp_srcptr a, mp_srcptr b, mp_size_t n) { return cmp(a, b, static_cast<int>(n)); }
+// The product's top limb, as GMP returns it.
+ZVX_EXPORT mp_limb_t __gmpn_mul(mp_ptr r, mp_srcptr a, mp_size_t an, mp_srcptr b, mp_size_t bn) {
+  mul(r, a, static_cast<int>(an), b, static_cast<int>(bn));
+  return an + bn > 0 ? r[an + bn - 1] : 0;
+}
+ZVX_EXPORT void __gmpn_mul_n(mp_ptr r, mp_srcptr a, mp_srcptr b, mp_size_t n) {
+  mul_n(r, a, b, static_cast<int>(n));
+}
+
+// Low-level helpers under their own names.
+ZVX_EXPORT void mpl_add_ssaaaa(mp_limb_t* sh, mp_limb_t* sl, mp_limb_t ah, mp_limb_t al, mp_limb_t bh,
+                               mp_limb_t bl) {
+  dlimb s = ((static_cast<dlimb>(ah) << 32) | al) + ((static_cast<dlimb>(bh) << 32) | bl);
+  *sh = static_cast<limb>(s >> 32);
+  *sl = static_cast<limb>(s);
+}
+ZVX_EXPORT void mpl_umul_ppmm(mp_limb_t* ph, mp_limb_t* pl, mp_limb_t a, mp_limb_t b) {
+  dlimb p = static_cast<dlimb>(a) * b;
+  *ph = static_cast<limb>(p >> 32);
+  *pl = static_cast<limb>(p);
+}
+ZVX_EXPORT mp_limb_t mpn_incr_u(mp_ptr p, mp_limb_t incr) {
+  // Carry propagates until it stops; the caller guarantees room.
+  dlimb c = static_cast<dlimb>(p[0]) + incr;
+  p[0] = static_cast<limb>(c);
+  for (int i = 1; (c >> 32) != 0; ++i) {
+    c = static_cast<dlimb>(p[i]) + 1;
+    p[i] = static_cast<limb>(c);
+  }
+  return 0;
+}
+ZVX_EXPORT mp_limb_t mpn_divmod_1(mp_ptr q, mp_srcptr a, mp_size_t n, mp_limb_t d) {
+  return divmod_1(q, a, static_cast<int>(n), d);
+}
+ZVX_EXPORT mp_limb_t mpn_mod_1(mp_srcptr a, mp_size_t n, mp_limb_t d) { return mod_1(a, static_cast<int>(n), d); }
+ZVX_EXPORT void mpn_mul_basecase(mp_ptr r, mp_srcptr a, mp_size_t an, mp_srcptr b, mp_size_t bn) {
+  mul_basecase(r, a, static_cast<int>(an), b, static_cast<int>(bn));
+}
