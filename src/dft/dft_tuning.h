@@ -37,6 +37,12 @@ inline constexpr int kBatchLevelNarrow = 3;
 inline constexpr long kBatchBufferBytes = 32 * 1024;
 inline constexpr long kBatchBufferLargest = 1024 * 1024;
 
+// Column walks whose line has grouped multi-line passes in the engine go through its multi-line
+// entry, and so do unit-stride rows up to this length: for short rows the transpose into the
+// entry's group buffer costs less than the per-index shuffles and tables of the single-line
+// passes.
+inline constexpr long kLinesRowsLimit = 64;
+
 // Extra bytes of the workspace of each thread beyond what the engine asks for: room to align the
 // scratch up to 32 bytes.
 inline constexpr int kWorkspacePad = 64;

@@ -2,6 +2,7 @@
 // entries of the four complex context types, with the engine's own allocator. The arithmetic
 // lives in the pass kernels (engine_kernels_*.cpp) and the tables in engine_plan.cpp.
 #include <atomic>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -168,7 +169,137 @@ int compute(const C* in, C* out, PrimitiveDftContext* c, void* scratch, int type
   return engine_ok;
 }
 
+long batch_of(const PrimitiveDftContext* c) {
+  return c->is_double ? tuning::lines_batch_double : tuning::lines_batch_single;
+}
+
+// Scratch of the multi-line entry in bytes, before alignment: two batch buffers, or one line and
+// the single-line scratch.
+long lines_scratch_bytes(const PrimitiveDftContext* c) {
+  const long element = c->is_double ? 2 * sizeof(double) : 2 * sizeof(float);
+  if (c->batch_plan.pass_count > 0) return 2 * c->length * batch_of(c) * element;
+  return c->length * element + c->buffer_size + 32;
+}
+
+template <class T, class C>
+int compute_lines(const C* in, long is, long id, C* out, long os, long od, long count,
+                  PrimitiveDftContext* c, void* scratch, int type_a, int type_b, int inverse) {
+  if (c == nullptr) return engine_null;
+  if (c->type_id != type_a && c->type_id != type_b) return engine_bad_type;
+  if (in == nullptr || out == nullptr) return engine_null;
+  if (count < 0) return engine_bad_length;
+  if (count == 0) return engine_ok;
+  void* owned = nullptr;
+  if (scratch == nullptr) {
+    owned = engine_allocate(lines_scratch_bytes(c));
+    if (owned == nullptr) return engine_no_memory;
+    scratch = owned;
+  }
+  const auto address = reinterpret_cast<std::uintptr_t>(scratch);
+  T* buf = reinterpret_cast<T*>((address + 31) & ~static_cast<std::uintptr_t>(31));
+  const long n = c->length;
+  const T* x = reinterpret_cast<const T*>(in);
+  T* y = reinterpret_cast<T*>(out);
+  if (c->batch_plan.pass_count == 0) {
+    // One line at a time through the buffer, with the single-line scratch behind it.
+    const auto after = reinterpret_cast<std::uintptr_t>(buf + 2 * n);
+    T* work = reinterpret_cast<T*>((after + 31) & ~static_cast<std::uintptr_t>(31));
+    for (long l = 0; l < count; ++l) {
+      const T* src = x + 2 * l * id;
+      for (long k = 0; k < n; ++k) {
+        buf[2 * k] = src[2 * k * is];
+        buf[2 * k + 1] = src[2 * k * is + 1];
+      }
+      transform(c, buf, buf, work, inverse);
+      T* dst = y + 2 * l * od;
+      for (long k = 0; k < n; ++k) {
+        dst[2 * k * os] = buf[2 * k];
+        dst[2 * k * os + 1] = buf[2 * k + 1];
+      }
+    }
+    engine_free(owned);
+    return engine_ok;
+  }
+  const long B = batch_of(c);
+  T* work = buf + 2 * n * B;
+  const bool scaled = inverse ? c->scale_inverse : c->scale_forward;
+  const T scale = static_cast<T>(c->scale);
+  for (long l0 = 0; l0 < count; l0 += B) {
+    const long b = count - l0 < B ? count - l0 : B;
+    // Element k of line j to k * B + j; a short group is padded with zeros.
+    for (long k = 0; k < n; ++k) {
+      const T* src = x + 2 * (k * is + l0 * id);
+      T* row = buf + 2 * k * B;
+      for (long j = 0; j < b; ++j) {
+        row[2 * j] = src[2 * j * id];
+        row[2 * j + 1] = src[2 * j * id + 1];
+      }
+      for (long j = b; j < B; ++j) row[2 * j] = row[2 * j + 1] = T(0);
+    }
+    if constexpr (sizeof(T) == sizeof(double)) engine_run_batch_double(c, buf, work, B, inverse);
+    else engine_run_batch_single(c, buf, work, B, inverse);
+    for (long k = 0; k < n; ++k) {
+      T* dst = y + 2 * (k * os + l0 * od);
+      const T* row = buf + 2 * k * B;
+      if (scaled) {
+        for (long j = 0; j < b; ++j) {
+          dst[2 * j * od] = row[2 * j] * scale;
+          dst[2 * j * od + 1] = row[2 * j + 1] * scale;
+        }
+      } else {
+        for (long j = 0; j < b; ++j) {
+          dst[2 * j * od] = row[2 * j];
+          dst[2 * j * od + 1] = row[2 * j + 1];
+        }
+      }
+    }
+  }
+  engine_free(owned);
+  return engine_ok;
+}
+
 }  // namespace
+
+int primitive_dft_lines_buffer_size(const PrimitiveDftContext* context, int* bytes) {
+  if (context == nullptr || bytes == nullptr) return engine_null;
+  const long need = lines_scratch_bytes(context);
+  if (need > INT_MAX - 64) return engine_no_memory;
+  *bytes = static_cast<int>(need);
+  return engine_ok;
+}
+
+int primitive_dft_lines_grouped(const PrimitiveDftContext* context) {
+  return context != nullptr && context->batch_plan.pass_count > 0 ? 1 : 0;
+}
+
+int primitive_dft_forward_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<float>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                              context, scratch, context_complex_single,
+                              context_complex_single_scrambled, 0);
+}
+int primitive_dft_inverse_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<float>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                              context, scratch, context_complex_single,
+                              context_complex_single_scrambled, 1);
+}
+int primitive_dft_forward_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<double>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                               context, scratch, context_complex_double,
+                               context_complex_double_scrambled, 0);
+}
+int primitive_dft_inverse_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<double>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                               context, scratch, context_complex_double,
+                               context_complex_double_scrambled, 1);
+}
 
 const engine_kernels& dft_engine_kernels() {
   static const engine_kernels* const chosen =

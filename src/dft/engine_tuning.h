@@ -54,6 +54,21 @@ inline constexpr int reorder_limit_double = 5000;
 //   whole line (1.1 to 1.6 times the time at 2^16 and 2^18 in double, equal at 2^20): the
 //   power-of-two strides of the column copies cost more than the passes they save.
 
+// The multi-line entry moves this many lines at a time into its buffer, element k of line j at
+// k * batch + j, and runs the passes with every stride multiplied by the batch: each vector then
+// holds one element of W neighbouring lines and each twiddle is broadcast across them, so short
+// lines need neither per-index twiddle tables nor lane shuffles. The batch is a multiple of the
+// widest vector (8 complex floats, 4 complex doubles); a group short of the batch is padded with
+// zeros, so a line's arithmetic does not depend on its neighbours. Sixteen single or eight double
+// lines: 128 bytes of each element row, two whole cache lines, while the buffers of a 64-point
+// line stay in the first-level cache.
+inline constexpr int lines_batch_single = 16;
+inline constexpr int lines_batch_double = 8;
+// Lines whose two batch buffers (the group and the passes' work array) would exceed this many
+// bytes go through the multi-line entry one at a time: beyond the second-level cache the
+// strided passes cost more than the single-line passes they replace.
+inline constexpr long lines_batch_bytes = 512 * 1024;
+
 // Power-of-two orders the engine accepts: lengths up to 2^30 elements.
 inline constexpr int largest_order = 30;
 
