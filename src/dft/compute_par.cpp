@@ -37,7 +37,8 @@ int parallel_two_d(const call<E>& c, int T) {
     const long r0 = i * row_chunk, r1 = r0 + row_chunk < n2 ? r0 + row_chunk : n2;
     if (r0 >= r1) return static_cast<int>(DFTI_NO_ERROR);
     E* buf = nullptr;
-    if (g.is[0] != 1 || g.os[0] != 1 || rows.group != nullptr) {
+    if (g.is[0] != 1 || g.os[0] != 1 ||
+        (rows.group != nullptr && g.is[1] == 1 && g.os[1] == 1)) {
       buf = take_buffer<E>(walk_elements(rows, n1, 0));
       if (buf == nullptr) return static_cast<int>(DFTI_MEMORY_ERROR);
     }

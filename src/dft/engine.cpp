@@ -198,9 +198,9 @@ int compute_lines(const C* in, long is, long id, C* out, long os, long od, long 
   const auto address = reinterpret_cast<std::uintptr_t>(scratch);
   T* buf = reinterpret_cast<T*>((address + 31) & ~static_cast<std::uintptr_t>(31));
   const long n = c->length;
-  const T* x = reinterpret_cast<const T*>(in);
-  T* y = reinterpret_cast<T*>(out);
   if (c->batch_plan.pass_count == 0) {
+    const T* x = reinterpret_cast<const T*>(in);
+    T* y = reinterpret_cast<T*>(out);
     // One line at a time through the buffer, with the single-line scratch behind it.
     const auto after = reinterpret_cast<std::uintptr_t>(buf + 2 * n);
     T* work = reinterpret_cast<T*>((after + 31) & ~static_cast<std::uintptr_t>(31));
@@ -220,38 +220,70 @@ int compute_lines(const C* in, long is, long id, C* out, long os, long od, long 
     engine_free(owned);
     return engine_ok;
   }
-  const long B = batch_of(c);
+  constexpr long B = sizeof(T) == sizeof(double) ? tuning::lines_batch_double
+                                                 : tuning::lines_batch_single;
   T* work = buf + 2 * n * B;
   const bool scaled = inverse ? c->scale_inverse : c->scale_forward;
   const T scale = static_cast<T>(c->scale);
+  // Whole complex elements move as one value; neighbouring lines (distance 1) as one block of a
+  // row, unit-stride lines line by line.
+  C* const group = reinterpret_cast<C*>(buf);
   for (long l0 = 0; l0 < count; l0 += B) {
     const long b = count - l0 < B ? count - l0 : B;
     // Element k of line j to k * B + j; a short group is padded with zeros.
-    for (long k = 0; k < n; ++k) {
-      const T* src = x + 2 * (k * is + l0 * id);
-      T* row = buf + 2 * k * B;
-      for (long j = 0; j < b; ++j) {
-        row[2 * j] = src[2 * j * id];
-        row[2 * j + 1] = src[2 * j * id + 1];
+    const C* first = in + l0 * id;
+    if (id == 1) {
+      // Rows of a column walk: the rows of the next group are fetched while this one is moved
+      // and transformed (a row of a group is two cache lines; rows far apart defeat the
+      // hardware's stride detection).
+      const bool next = l0 + 2 * B <= count;
+      for (long k = 0; k < n; ++k) {
+        const C* src = first + k * is;
+        C* row = group + k * B;
+        if (next) {
+          __builtin_prefetch(src + B);
+          __builtin_prefetch(src + B + B / 2);
+        }
+        if (b == B) {
+          for (long j = 0; j < B; ++j) row[j] = src[j];
+        } else {
+          for (long j = 0; j < b; ++j) row[j] = src[j];
+        }
       }
-      for (long j = b; j < B; ++j) row[2 * j] = row[2 * j + 1] = T(0);
+    } else if (is == 1) {
+      for (long j = 0; j < b; ++j) {
+        const C* line = first + j * id;
+        for (long k = 0; k < n; ++k) group[k * B + j] = line[k];
+      }
+    } else {
+      for (long k = 0; k < n; ++k)
+        for (long j = 0; j < b; ++j) group[k * B + j] = first[k * is + j * id];
     }
+    if (b < B)
+      for (long k = 0; k < n; ++k) std::memset(group + k * B + b, 0, sizeof(C) * (B - b));
     if constexpr (sizeof(T) == sizeof(double)) engine_run_batch_double(c, buf, work, B, inverse);
     else engine_run_batch_single(c, buf, work, B, inverse);
-    for (long k = 0; k < n; ++k) {
-      T* dst = y + 2 * (k * os + l0 * od);
-      const T* row = buf + 2 * k * B;
-      if (scaled) {
-        for (long j = 0; j < b; ++j) {
-          dst[2 * j * od] = row[2 * j] * scale;
-          dst[2 * j * od + 1] = row[2 * j + 1] * scale;
-        }
-      } else {
-        for (long j = 0; j < b; ++j) {
-          dst[2 * j * od] = row[2 * j];
-          dst[2 * j * od + 1] = row[2 * j + 1];
+    if (scaled)
+      for (long i = 0; i < 2 * n * B; ++i) buf[i] *= scale;
+    C* const dst = out + l0 * od;
+    if (od == 1) {
+      for (long k = 0; k < n; ++k) {
+        C* row = dst + k * os;
+        const C* src = group + k * B;
+        if (b == B) {
+          for (long j = 0; j < B; ++j) row[j] = src[j];
+        } else {
+          for (long j = 0; j < b; ++j) row[j] = src[j];
         }
       }
+    } else if (os == 1) {
+      for (long j = 0; j < b; ++j) {
+        C* line = dst + j * od;
+        for (long k = 0; k < n; ++k) line[k] = group[k * B + j];
+      }
+    } else {
+      for (long k = 0; k < n; ++k)
+        for (long j = 0; j < b; ++j) dst[k * os + j * od] = group[k * B + j];
     }
   }
   engine_free(owned);

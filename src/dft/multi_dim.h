@@ -144,10 +144,8 @@ template <class E>
 int multi_line(const line_job<E>& job, long n, const E* in, long ies, long ils, E* out, long oes,
                long ols, long count, E* buf, int level, void* scratch) {
   if (level > max_batch_level<E>) level = max_batch_level<E>;
-  // Column walks (neighbouring lines one element apart) and short rows go through the engine's
-  // multi-line entry when the job has it.
-  if (job.group != nullptr && count > 0 &&
-      ((ils == 1 && ols == 1) || (ies == 1 && oes == 1 && n <= tuning::kLinesRowsLimit)))
+  // Column walks go through the engine's multi-line entry when the job has it (dft_tuning.h).
+  if (job.group != nullptr && count > 0 && ils == 1 && ols == 1)
     return job.run_lines(in, ies, ils, out, oes, ols, count, buf);
   if (ils != 1 || ols != 1 || level <= 0) {
     for (long l = 0; l < count; ++l) {
