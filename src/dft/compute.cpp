@@ -10,7 +10,7 @@ namespace {
 template <class E>
 int one_line(const call<E>& c, const E* in, E* out, void* scratch) {
   const DftiDimensionRecord* r = c.first;
-  const line_job<E> job{slot_of<E>(r, c.forward), r};
+  const line_job<E> job = job_of<E>(r, c.forward);
   const long n = r->length, is = r->input_stride, os = c.output_stride();
   if (c.in_place && is == 1) return job.run(out, out, scratch);
   if (!c.in_place && os == 1) {
@@ -43,9 +43,10 @@ int serial_frame(const call<E>& c, long start, long count, void* scratch) {
     // transform, moved in batches through one buffer.
     const int level = column_batch_level<E>(n);
     const long lines = count < (1L << level) ? count : (1L << level);
-    E* buf = take_buffer<E>(n * lines + 128);
+    const line_job<E> job = job_of<E>(first, c.forward);
+    const long walk = walk_elements(job, n, 0);
+    E* buf = take_buffer<E>(n * lines + 128 > walk ? n * lines + 128 : walk);
     if (buf == nullptr) return DFTI_MEMORY_ERROR;
-    const line_job<E> job{slot_of<E>(first, c.forward), first};
     const int status = multi_line(job, n, in, first->input_stride, 1, out, c.output_stride(), 1,
                                   count, buf, level, scratch);
     give_buffer(buf);

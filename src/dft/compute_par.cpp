@@ -31,14 +31,15 @@ template <class E>
 int parallel_two_d(const call<E>& c, int T) {
   const geometry g = geometry_of(c.first, c.in_place);
   const long n1 = g.n[0], n2 = g.n[1];
-  const line_job<E> rows{slot_of<E>(g.rec[0], c.forward), g.rec[0]};
+  const line_job<E> rows = job_of<E>(g.rec[0], c.forward);
   const long row_chunk = ceil_div(n2, T);
   int status = region(c.first, T, T, [&](long i, void* scratch) {
     const long r0 = i * row_chunk, r1 = r0 + row_chunk < n2 ? r0 + row_chunk : n2;
     if (r0 >= r1) return static_cast<int>(DFTI_NO_ERROR);
     E* buf = nullptr;
-    if (g.is[0] != 1 || g.os[0] != 1) {
-      buf = take_buffer<E>(n1);
+    if (g.is[0] != 1 || g.os[0] != 1 ||
+        (rows.group != nullptr && g.is[1] == 1 && g.os[1] == 1)) {
+      buf = take_buffer<E>(walk_elements(rows, n1, 0));
       if (buf == nullptr) return static_cast<int>(DFTI_MEMORY_ERROR);
     }
     const int s = rows_pass(rows, n1, c.in, g.is[0], g.is[1], c.out, g.os[0], g.os[1], r0, r1, buf,
@@ -47,13 +48,13 @@ int parallel_two_d(const call<E>& c, int T) {
     return s;
   });
   if (status != DFTI_NO_ERROR || n2 == 1) return status;
-  const line_job<E> cols{slot_of<E>(g.rec[1], c.forward), g.rec[1]};
+  const line_job<E> cols = job_of<E>(g.rec[1], c.forward);
   const long col_chunk = ceil_div(n1, T);
   const int level = column_batch_level<E>(n2);
   return region(c.first, T, T, [&](long i, void* scratch) {
     const long c0 = i * col_chunk, c1 = c0 + col_chunk < n1 ? c0 + col_chunk : n1;
     if (c0 >= c1) return static_cast<int>(DFTI_NO_ERROR);
-    E* buf = take_buffer<E>(n2 << level);
+    E* buf = take_buffer<E>(walk_elements(cols, n2, level));
     if (buf == nullptr) return static_cast<int>(DFTI_MEMORY_ERROR);
     const int s = columns_pass(cols, n2, c.out, g.os[0], g.os[1], c0, c1, buf, level, scratch);
     give_buffer(buf);

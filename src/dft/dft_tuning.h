@@ -37,6 +37,11 @@ inline constexpr int kBatchLevelNarrow = 3;
 inline constexpr long kBatchBufferBytes = 32 * 1024;
 inline constexpr long kBatchBufferLargest = 1024 * 1024;
 
+// Column walks (neighbouring lines one element apart) whose record has grouped multi-line passes
+// in the engine go through its multi-line entry. Rows (unit element stride) stay with the line
+// slot: moving rows of 64 into the group buffer and back, element by element, cost more than the
+// grouped passes saved (64^3 in single precision 0.62 ms against 0.57 ms, least of 2000).
+
 // Extra bytes of the workspace of each thread beyond what the engine asks for: room to align the
 // scratch up to 32 bytes.
 inline constexpr int kWorkspacePad = 64;

@@ -2,6 +2,7 @@
 // entries of the four complex context types, with the engine's own allocator. The arithmetic
 // lives in the pass kernels (engine_kernels_*.cpp) and the tables in engine_plan.cpp.
 #include <atomic>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -168,7 +169,169 @@ int compute(const C* in, C* out, PrimitiveDftContext* c, void* scratch, int type
   return engine_ok;
 }
 
+long batch_of(const PrimitiveDftContext* c) {
+  return c->is_double ? tuning::lines_batch_double : tuning::lines_batch_single;
+}
+
+// Scratch of the multi-line entry in bytes, before alignment: two batch buffers, or one line and
+// the single-line scratch.
+long lines_scratch_bytes(const PrimitiveDftContext* c) {
+  const long element = c->is_double ? 2 * sizeof(double) : 2 * sizeof(float);
+  if (c->batch_plan.pass_count > 0) return 2 * c->length * batch_of(c) * element;
+  return c->length * element + c->buffer_size + 32;
+}
+
+template <class T, class C>
+int compute_lines(const C* in, long is, long id, C* out, long os, long od, long count,
+                  PrimitiveDftContext* c, void* scratch, int type_a, int type_b, int inverse) {
+  if (c == nullptr) return engine_null;
+  if (c->type_id != type_a && c->type_id != type_b) return engine_bad_type;
+  if (in == nullptr || out == nullptr) return engine_null;
+  if (count < 0) return engine_bad_length;
+  if (count == 0) return engine_ok;
+  void* owned = nullptr;
+  if (scratch == nullptr) {
+    owned = engine_allocate(lines_scratch_bytes(c));
+    if (owned == nullptr) return engine_no_memory;
+    scratch = owned;
+  }
+  const auto address = reinterpret_cast<std::uintptr_t>(scratch);
+  T* buf = reinterpret_cast<T*>((address + 31) & ~static_cast<std::uintptr_t>(31));
+  const long n = c->length;
+  if (c->batch_plan.pass_count == 0) {
+    const T* x = reinterpret_cast<const T*>(in);
+    T* y = reinterpret_cast<T*>(out);
+    // One line at a time through the buffer, with the single-line scratch behind it.
+    const auto after = reinterpret_cast<std::uintptr_t>(buf + 2 * n);
+    T* work = reinterpret_cast<T*>((after + 31) & ~static_cast<std::uintptr_t>(31));
+    for (long l = 0; l < count; ++l) {
+      const T* src = x + 2 * l * id;
+      for (long k = 0; k < n; ++k) {
+        buf[2 * k] = src[2 * k * is];
+        buf[2 * k + 1] = src[2 * k * is + 1];
+      }
+      transform(c, buf, buf, work, inverse);
+      T* dst = y + 2 * l * od;
+      for (long k = 0; k < n; ++k) {
+        dst[2 * k * os] = buf[2 * k];
+        dst[2 * k * os + 1] = buf[2 * k + 1];
+      }
+    }
+    engine_free(owned);
+    return engine_ok;
+  }
+  constexpr long B = sizeof(T) == sizeof(double) ? tuning::lines_batch_double
+                                                 : tuning::lines_batch_single;
+  T* work = buf + 2 * n * B;
+  const bool scaled = inverse ? c->scale_inverse : c->scale_forward;
+  const T scale = static_cast<T>(c->scale);
+  // Whole complex elements move as one value; neighbouring lines (distance 1) as one block of a
+  // row, unit-stride lines line by line.
+  C* const group = reinterpret_cast<C*>(buf);
+  for (long l0 = 0; l0 < count; l0 += B) {
+    const long b = count - l0 < B ? count - l0 : B;
+    // Element k of line j to k * B + j; a short group is padded with zeros.
+    const C* first = in + l0 * id;
+    if (id == 1) {
+      // Rows of a column walk: the rows of the next group are fetched while this one is moved
+      // and transformed (a row of a group is two cache lines; rows far apart defeat the
+      // hardware's stride detection).
+      const bool next = l0 + 2 * B <= count;
+      for (long k = 0; k < n; ++k) {
+        const C* src = first + k * is;
+        C* row = group + k * B;
+        if (next) {
+          __builtin_prefetch(src + B);
+          __builtin_prefetch(src + B + B / 2);
+        }
+        if (b == B) {
+          for (long j = 0; j < B; ++j) row[j] = src[j];
+        } else {
+          for (long j = 0; j < b; ++j) row[j] = src[j];
+        }
+      }
+    } else if (is == 1) {
+      for (long j = 0; j < b; ++j) {
+        const C* line = first + j * id;
+        for (long k = 0; k < n; ++k) group[k * B + j] = line[k];
+      }
+    } else {
+      for (long k = 0; k < n; ++k)
+        for (long j = 0; j < b; ++j) group[k * B + j] = first[k * is + j * id];
+    }
+    if (b < B)
+      for (long k = 0; k < n; ++k) std::memset(group + k * B + b, 0, sizeof(C) * (B - b));
+    if constexpr (sizeof(T) == sizeof(double)) engine_run_batch_double(c, buf, work, B, inverse);
+    else engine_run_batch_single(c, buf, work, B, inverse);
+    if (scaled)
+      for (long i = 0; i < 2 * n * B; ++i) buf[i] *= scale;
+    C* const dst = out + l0 * od;
+    if (od == 1) {
+      for (long k = 0; k < n; ++k) {
+        C* row = dst + k * os;
+        const C* src = group + k * B;
+        if (b == B) {
+          for (long j = 0; j < B; ++j) row[j] = src[j];
+        } else {
+          for (long j = 0; j < b; ++j) row[j] = src[j];
+        }
+      }
+    } else if (os == 1) {
+      for (long j = 0; j < b; ++j) {
+        C* line = dst + j * od;
+        for (long k = 0; k < n; ++k) line[k] = group[k * B + j];
+      }
+    } else {
+      for (long k = 0; k < n; ++k)
+        for (long j = 0; j < b; ++j) dst[k * os + j * od] = group[k * B + j];
+    }
+  }
+  engine_free(owned);
+  return engine_ok;
+}
+
 }  // namespace
+
+int primitive_dft_lines_buffer_size(const PrimitiveDftContext* context, int* bytes) {
+  if (context == nullptr || bytes == nullptr) return engine_null;
+  const long need = lines_scratch_bytes(context);
+  if (need > INT_MAX - 64) return engine_no_memory;
+  *bytes = static_cast<int>(need);
+  return engine_ok;
+}
+
+int primitive_dft_lines_grouped(const PrimitiveDftContext* context) {
+  return context != nullptr && context->batch_plan.pass_count > 0 ? 1 : 0;
+}
+
+int primitive_dft_forward_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<float>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                              context, scratch, context_complex_single,
+                              context_complex_single_scrambled, 0);
+}
+int primitive_dft_inverse_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<float>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                              context, scratch, context_complex_single,
+                              context_complex_single_scrambled, 1);
+}
+int primitive_dft_forward_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<double>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                               context, scratch, context_complex_double,
+                               context_complex_double_scrambled, 0);
+}
+int primitive_dft_inverse_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch) {
+  return compute_lines<double>(in, in_stride, in_distance, out, out_stride, out_distance, count,
+                               context, scratch, context_complex_double,
+                               context_complex_double_scrambled, 1);
+}
 
 const engine_kernels& dft_engine_kernels() {
   static const engine_kernels* const chosen =

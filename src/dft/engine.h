@@ -78,6 +78,35 @@ int primitive_dft_forward_z_scrambled(const zvx_complex16* in, zvx_complex16* ou
 int primitive_dft_inverse_z_scrambled(const zvx_complex16* in, zvx_complex16* out,
                                       PrimitiveDftContext* context, void* scratch);
 
+// Several lines of one context at once: `count` lines, element k of line l read at
+// in[k * in_stride + l * in_distance] and written at out[k * out_stride + l * out_distance]
+// (strides and distances in elements, of any sign). Each line is transformed as the single-line
+// entry of the context's type transforms it, scaling included; the lines of a grouped context
+// (primitive_dft_lines_grouped) are moved in groups into a buffer, element by element
+// across the lines, so that every radix pass runs its vectors over neighbouring lines. A line's
+// result does not depend on `count`, on the line's place among them, or on the strides.
+// `in` and `out` are either the same array with the same strides and distances, or do not
+// overlap. Scratch: the bytes primitive_dft_lines_buffer_size reports, aligned by the entries as
+// for the single-line entries (null: allocated for the call). count 0 does nothing; a negative
+// count gives engine_bad_length.
+int primitive_dft_lines_buffer_size(const PrimitiveDftContext* context, int* bytes);
+// 1 when the multi-line entry moves this context's lines in groups (a length above the fixed
+// kernels and off the chirp route, in natural order, whose group buffers fit the tuning limit), 0 when it takes
+// them one at a time or the context is null.
+int primitive_dft_lines_grouped(const PrimitiveDftContext* context);
+int primitive_dft_forward_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch);
+int primitive_dft_inverse_c_lines(const zvx_complex8* in, long in_stride, long in_distance,
+                                  zvx_complex8* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch);
+int primitive_dft_forward_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch);
+int primitive_dft_inverse_z_lines(const zvx_complex16* in, long in_stride, long in_distance,
+                                  zvx_complex16* out, long out_stride, long out_distance,
+                                  long count, PrimitiveDftContext* context, void* scratch);
+
 // The engine's allocator: 32-byte aligned, zero-filled blocks; a size below 1 gives null; free
 // accepts null.
 void* engine_allocate(long bytes);

@@ -92,6 +92,11 @@ struct PrimitiveDftContext {
   void* chirp_table;       // c(k) = exp(-pi i k^2 / n), k < n
   void* chirp_spectrum;    // transform of the conjugate chirp, scaled by 1 / L
   PrimitiveDftContext* chirp_context;  // power-of-two context of length L
+  // The passes of the multi-line entry: the same factors, every pass with vectors over q and
+  // twiddles per p (its strides are multiplied by the batch at run time); pass_count 0 when the
+  // context's lines go through that entry one at a time.
+  engine_plan batch_plan;
+  void* batch_twiddle_block;
 };
 
 // The route a context takes; 0 for null. For tests and the descriptor layer's diagnostics.
@@ -118,5 +123,11 @@ void engine_run_plan_single(const PrimitiveDftContext* context, const float* in,
                             float* work, int inverse);
 void engine_run_plan_double(const PrimitiveDftContext* context, const double* in, double* out,
                             double* work, int inverse);
+// The batch plan on `lanes` interleaved lines in `data` (element k of line j at k * lanes + j),
+// in place, with `work` of the same size. No scaling.
+void engine_run_batch_single(const PrimitiveDftContext* context, float* data, float* work,
+                             long lanes, int inverse);
+void engine_run_batch_double(const PrimitiveDftContext* context, double* data, double* work,
+                             long lanes, int inverse);
 
 }  // namespace zvx::dft

@@ -94,25 +94,28 @@ long plan_table_elements(const int* radix, int count, long n, int width) {
   return total;
 }
 
+// Builds `plan` and its table block `block` (owned by the context); width 1 gives every pass
+// vectors over q, the layout of the batch plan.
 template <class T>
-int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
+int build_plan_into(PrimitiveDftContext* c, const int* radix, int count, int width,
+                    engine_plan* plan, void** block) {
   const long n = c->length;
   const long elements = plan_table_elements(radix, count, n, width);
   T* roots = static_cast<T*>(engine_allocate(static_cast<long>(2 * sizeof(T)) * n));
   if (roots == nullptr) return engine_no_memory;
   if (elements > 0) {
-    c->twiddle_block = engine_allocate(static_cast<long>(2 * sizeof(T)) * elements);
-    if (c->twiddle_block == nullptr) {
+    *block = engine_allocate(static_cast<long>(2 * sizeof(T)) * elements);
+    if (*block == nullptr) {
       engine_free(roots);
       return engine_no_memory;
     }
   }
   fill_roots(roots, n);
-  T* next = static_cast<T*>(c->twiddle_block);
+  T* next = static_cast<T*>(*block);
   long s = 1;
-  c->plan.pass_count = count;
+  plan->pass_count = count;
   for (int i = 0; i < count; ++i) {
-    engine_pass& p = c->plan.passes[i];
+    engine_pass& p = plan->passes[i];
     const long r = radix[i], m = n / (s * r);
     p.radix = static_cast<int>(r);
     p.m = static_cast<int>(m);
@@ -164,6 +167,39 @@ int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
   }
   engine_free(roots);
   return engine_ok;
+}
+
+template <class T>
+int build_plan(PrimitiveDftContext* c, const int* radix, int count, int width) {
+  return build_plan_into<T>(c, radix, count, width, &c->plan, &c->twiddle_block);
+}
+
+// The batch plan of a power-of-two, mixed-radix or direct context in natural order, when its
+// batch buffers stay within the tuning limit: powers of two by radix 8 from the first pass (every
+// pass runs vectors over lines, so the first ones need no radix 4), the one or two bits left
+// over by radix 4 or 2 at the end; the others with the radices of the line plan in its order.
+template <class T>
+int build_batch_plan(PrimitiveDftContext* c) {
+  const long n = c->length;
+  const long batch = c->is_double ? tuning::lines_batch_double : tuning::lines_batch_single;
+  if (c->no_reorder || 2 * n * batch * static_cast<long>(2 * sizeof(T)) > tuning::lines_batch_bytes)
+    return engine_ok;
+  int radix[max_passes], count = 0;
+  if (c->is_power_of_two) {
+    int bits = 0;
+    while ((1L << bits) < n) ++bits;
+    int fours = 0, twos = 0;
+    if (bits % 3 == 1 && bits >= 4) fours = 2;
+    else if (bits % 3 == 2) fours = 1;
+    else if (bits == 1) twos = 1;
+    for (bits -= 2 * fours + twos; bits >= 3; bits -= 3) radix[count++] = 8;
+    for (; fours > 0; --fours) radix[count++] = 4;
+    if (twos) radix[count++] = 2;
+  } else {
+    count = c->plan.pass_count;
+    for (int i = 0; i < count; ++i) radix[i] = c->plan.passes[i].radix;
+  }
+  return build_plan_into<T>(c, radix, count, 1, &c->batch_plan, &c->batch_twiddle_block);
 }
 
 // Digit reversal of the factor list: the natural index k = k0 + f0 (k1 + f1 (k2 + ...)) goes to
@@ -275,7 +311,8 @@ int build_complex(PrimitiveDftContext* c) {
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
     if (!set_buffer_size(c, element * n)) return engine_no_memory;
-    return build_plan<T>(c, radix, count, width);
+    const int status = build_plan<T>(c, radix, count, width);
+    return status != engine_ok ? status : build_batch_plan<T>(c);
   }
   int list[max_factors];
   const int count = factor_length(n, list);
@@ -310,14 +347,16 @@ int build_complex(PrimitiveDftContext* c) {
         if (list[i] == want) order[placed++] = want;
     for (int i = 0; i < count; ++i)
       if (list[i] != 4 && list[i] != 2) order[placed++] = list[i];
-    return build_plan<T>(c, order, count, width);
+    const int status = build_plan<T>(c, order, count, width);
+    return status != engine_ok ? status : build_batch_plan<T>(c);
   }
   if (n <= tuning::direct_limit) {
     // One pass of radix n: the folded direct sum, reading the input and writing the output.
     c->route = route_direct;
     c->buffer_size = 0;
     radix[0] = n;
-    return build_plan<T>(c, radix, 1, width);
+    const int status = build_plan<T>(c, radix, 1, width);
+    return status != engine_ok ? status : build_batch_plan<T>(c);
   }
   c->route = route_chirp;
   const int status = build_chirp<T>(c);
@@ -348,6 +387,25 @@ void run_plan(const PrimitiveDftContext* c, const T* in, T* out, T* work, int in
   pass(plan.passes[last], x, out);
 }
 
+template <class T>
+void run_batch(const PrimitiveDftContext* c, T* data, T* work, long lanes, int inverse) {
+  const engine_plan& plan = c->batch_plan;
+  // Passes alternate between data and work; the last (m = 1) runs in place wherever the one
+  // before it left the lines, then lands in data.
+  const T* x = data;
+  T* y = work;
+  const int last = plan.pass_count - 1;
+  for (int i = 0; i <= last; ++i) {
+    engine_pass p = plan.passes[i];
+    p.s = static_cast<int>(p.s * lanes);
+    if (i == last) y = data;
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->pass_double(p, x, y, inverse);
+    else c->kernels->pass_single(p, x, y, inverse);
+    x = y;
+    y = (y == work) ? data : work;
+  }
+}
+
 }  // namespace
 
 int engine_build_complex(PrimitiveDftContext* context) {
@@ -359,6 +417,9 @@ void engine_release_tables(PrimitiveDftContext* context) {
   context->chirp_context = nullptr;
   engine_free(context->twiddle_block);
   context->twiddle_block = nullptr;
+  engine_free(context->batch_twiddle_block);
+  context->batch_twiddle_block = nullptr;
+  context->batch_plan.pass_count = 0;
   engine_free(context->permutation);
   context->permutation = nullptr;
   engine_free(context->chirp_table);
@@ -374,6 +435,14 @@ void engine_run_plan_single(const PrimitiveDftContext* context, const float* in,
 void engine_run_plan_double(const PrimitiveDftContext* context, const double* in, double* out,
                             double* work, int inverse) {
   run_plan(context, in, out, work, inverse);
+}
+void engine_run_batch_single(const PrimitiveDftContext* context, float* data, float* work,
+                             long lanes, int inverse) {
+  run_batch(context, data, work, lanes, inverse);
+}
+void engine_run_batch_double(const PrimitiveDftContext* context, double* data, double* work,
+                             long lanes, int inverse) {
+  run_batch(context, data, work, lanes, inverse);
 }
 
 }  // namespace zvx::dft

@@ -26,13 +26,60 @@ inline line_fn<E> slot_of(const DftiDimensionRecord* r, bool forward) {
     return forward ? r->forward_z : r->backward_z;
 }
 
-// A line slot bound to its record.
+// A line slot bound to its record, and the record's engine context when the engine's multi-line
+// entry can take its lines in groups (the record's scale of the direction is 1, so the entry's
+// result is the slot's).
 template <class E>
 struct line_job {
   line_fn<E> fn;
   const DftiDimensionRecord* rec;
+  PrimitiveDftContext* group;
+  bool forward;
   int run(const E* in, E* out, void* scratch) const { return fn(in, out, rec, scratch); }
+  // `count` lines through the multi-line entry, with `buf` as its scratch.
+  int run_lines(const E* in, long is, long il, E* out, long os, long ol, long count,
+                void* buf) const {
+    int status;
+    if constexpr (sizeof(E) == sizeof(complex8))
+      status = forward ? primitive_dft_forward_c_lines(in, is, il, out, os, ol, count, group, buf)
+                       : primitive_dft_inverse_c_lines(in, is, il, out, os, ol, count, group, buf);
+    else
+      status = forward ? primitive_dft_forward_z_lines(in, is, il, out, os, ol, count, group, buf)
+                       : primitive_dft_inverse_z_lines(in, is, il, out, os, ol, count, group, buf);
+    return map_engine_status(status);
+  }
 };
+
+template <class E>
+inline line_job<E> job_of(const DftiDimensionRecord* r, bool forward) {
+  line_job<E> job{slot_of<E>(r, forward), r, nullptr, forward};
+  PrimitiveDftContext* ctx;
+  bool unit_scale;
+  if constexpr (sizeof(E) == sizeof(complex8)) {
+    ctx = r->context_c != nullptr ? r->context_c : r->context_c_scrambled;
+    unit_scale = (forward ? r->forward_scale_single : r->backward_scale_single) == 1.0f;
+  } else {
+    ctx = r->context_z != nullptr ? r->context_z : r->context_z_scrambled;
+    unit_scale = (forward ? r->forward_scale_double : r->backward_scale_double) == 1.0;
+  }
+  if (unit_scale && primitive_dft_lines_grouped(ctx)) job.group = ctx;
+  return job;
+}
+
+// Elements of the buffer a walk of lines of n elements takes: 2^level lines for the batches of
+// the line slot, or the multi-line entry's scratch when the job has it.
+template <class E>
+inline long walk_elements(const line_job<E>& job, long n, int level) {
+  long need = n << level;
+  if (job.group != nullptr) {
+    int bytes = 0;
+    if (primitive_dft_lines_buffer_size(job.group, &bytes) == 0) {
+      const long lines = (bytes + 64) / static_cast<long>(sizeof(E)) + 1;
+      if (lines > need) need = lines;
+    }
+  }
+  return need;
+}
 
 // A buffer of `elements` complex values from the scratch allocator, 32-byte aligned; null when
 // there is no memory (or when the size does not fit the allocator).
@@ -97,6 +144,9 @@ template <class E>
 int multi_line(const line_job<E>& job, long n, const E* in, long ies, long ils, E* out, long oes,
                long ols, long count, E* buf, int level, void* scratch) {
   if (level > max_batch_level<E>) level = max_batch_level<E>;
+  // Column walks go through the engine's multi-line entry when the job has it (dft_tuning.h).
+  if (job.group != nullptr && count > 0 && ils == 1 && ols == 1)
+    return job.run_lines(in, ies, ils, out, oes, ols, count, buf);
   if (ils != 1 || ols != 1 || level <= 0) {
     for (long l = 0; l < count; ++l) {
       const E* src = in + l * ils;
@@ -172,15 +222,14 @@ int two_d(const DftiDimensionRecord* r0, const DftiDimensionRecord* r1, bool for
           long is1, long is2, E* out, long os1, long os2, void* scratch) {
   const long n1 = r0->length, n2 = r1->length;
   const int level = os1 == 1 ? column_batch_level<E>(n2) : 0;
-  const long need = n1 > (n2 << level) ? n1 : (n2 << level);
-  E* buf = take_buffer<E>(need);
+  const line_job<E> rows = job_of<E>(r0, forward);
+  const line_job<E> cols = job_of<E>(r1, forward);
+  const long need_rows = walk_elements(rows, n1, 0), need_cols = walk_elements(cols, n2, level);
+  E* buf = take_buffer<E>(need_rows > need_cols ? need_rows : need_cols);
   if (buf == nullptr) return DFTI_MEMORY_ERROR;
-  const line_job<E> rows{slot_of<E>(r0, forward), r0};
   int status = rows_pass(rows, n1, in, is1, is2, out, os1, os2, 0, n2, buf, scratch);
-  if (status == DFTI_NO_ERROR && n2 >= 2) {
-    const line_job<E> cols{slot_of<E>(r1, forward), r1};
+  if (status == DFTI_NO_ERROR && n2 >= 2)
     status = columns_pass(cols, n2, out, os1, os2, 0, n1, buf, level, scratch);
-  }
   give_buffer(buf);
   return status;
 }
@@ -256,12 +305,12 @@ int higher_dimension(const geometry& g, int d, bool forward, E* out, int split, 
                      void* scratch) {
   if (g.n[d] == 1) return DFTI_NO_ERROR;
   const int level = g.os[0] == 1 ? column_batch_level<E>(g.n[d]) : 0;
-  E* buf = take_buffer<E>(g.n[d] << level);
+  const line_job<E> job = job_of<E>(g.rec[d], forward);
+  E* buf = take_buffer<E>(walk_elements(job, g.n[d], level));
   if (buf == nullptr) return DFTI_MEMORY_ERROR;
   int dims[7], nd = 0;
   for (int k = 1; k < g.rank; ++k)
     if (k != d) dims[nd++] = k;
-  const line_job<E> job{slot_of<E>(g.rec[d], forward), g.rec[d]};
   const int status = for_each_tuple(g, dims, nd, split, lo, hi, [&](long, long oo) {
     return multi_line(job, g.n[d], out + oo, g.os[d], g.os[0], out + oo, g.os[d], g.os[0], g.n[0],
                       buf, level, scratch);
