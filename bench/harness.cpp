@@ -814,6 +814,14 @@ std::string result_check::mark() const {
   return std::string("differ ") + d + " (no referee)";
 }
 
+std::string check_note() {
+  return std::string("The peer's result against ours: one call of each from the same operands before the timing, the "
+                     "largest |peer - ours| over the largest |ours| (ok up to 1e-3 in single precision, 1e-9 in double, "
+                     "exact for indices); past that the reference BLAS") +
+         (reference_blas().ok() ? "" : " (not installed in this run)") +
+         " runs from the same operands and the side that disagrees with it is marked wrong.";
+}
+
 result_check check_pair(const std::function<void()>& ours, const std::function<void()>& peer,
                         const std::vector<output>& outputs, double tolerance, const std::function<void()>& referee) {
   result_check r;

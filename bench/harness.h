@@ -146,6 +146,9 @@ struct result_check {
 // `tolerance` (relative to the largest |ours|; negative: 1e-3 in single precision, 1e-9 in double;
 // 0: exact, for indices) and a referee is given, it runs from the same state too and the side that
 // disagrees with it is named wrong.
+// The note a table with a column of result_check marks carries under it.
+std::string check_note();
+
 result_check check_pair(const std::function<void()>& ours, const std::function<void()>& peer,
                         const std::vector<output>& outputs, double tolerance = -1,
                         const std::function<void()>& referee = nullptr);

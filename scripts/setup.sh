@@ -2,7 +2,7 @@
 # Installs what the build, the tests and the benchmarks need, when it is missing (Debian, root).
 set -euo pipefail
 packages=(cmake ninja-build g++ gcc make pkg-config binutils libgtest-dev libbenchmark-dev
-          libopenblas-dev libfftw3-dev libgmp-dev libsleef-dev gnuplot-nox)
+          libopenblas-dev libblas3 libfftw3-dev libgmp-dev libsleef-dev gnuplot-nox)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
