@@ -814,6 +814,17 @@ std::string result_check::mark() const {
   return std::string("differ ") + d + " (no referee)";
 }
 
+std::string load_note() {
+  std::string l;
+  if (FILE* f = fopen("/proc/loadavg", "r")) {
+    char buf[64] = {0};
+    if (fgets(buf, sizeof buf, f)) l = buf;
+    fclose(f);
+  }
+  while (!l.empty() && (l.back() == '\n' || l.back() == ' ')) l.pop_back();
+  return l.empty() ? l : "Load average of the machine at the end of the run: " + l + ".";
+}
+
 std::string check_note() {
   return std::string("The peer's result against ours: one call of each from the same operands before the timing, the "
                      "largest |peer - ours| over the largest |ours| (ok up to 1e-3 in single precision, 1e-9 in double, "

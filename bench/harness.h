@@ -146,6 +146,10 @@ struct result_check {
 // `tolerance` (relative to the largest |ours|; negative: 1e-3 in single precision, 1e-9 in double;
 // 0: exact, for indices) and a referee is given, it runs from the same state too and the side that
 // disagrees with it is named wrong.
+// "Load average of the machine at the end of the run: ...", for the notes of a table measured on
+// a machine that other work may share; "" where the system does not say.
+std::string load_note();
+
 // The note a table with a column of result_check marks carries under it.
 std::string check_note();
 

@@ -238,6 +238,7 @@ int main(int argc, char** argv) {
                     "between runs, and the two-thread rows need the second core free. Instruction "
                     "set: " + std::string(zvx_bench::vector_isa_name()) + ".");
   t.notes.push_back(zvx_bench::check_note());
+  if (const std::string l = zvx_bench::load_note(); !l.empty()) t.notes.push_back("" + l);
   t.print();
   t.write_docs(opt);
   return 0;
