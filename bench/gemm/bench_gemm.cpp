@@ -7,6 +7,7 @@
 // call, and switches the OpenMP thread count between one and two.
 #include <omp.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -250,14 +251,18 @@ int main(int argc, char** argv) {
     if (ch == 'z') run_type<zvx_complex16>(opt, sizes, shapes, threads, t, plot);
   }
   char peak_note[768];
-  std::snprintf(peak_note, sizeof peak_note,
-                "Peak of one core: independent FMA chains on the library's vectors measure %.0f / "
-                "%.0f GFLOP/s (double / single); the clock, %.2f GHz as a chain of dependent "
-                "additions measures it, times 16 double or 32 single flops a cycle gives %.0f / "
-                "%.0f. The share column is against the measured figure: no library passes it, so "
-                "a peer near it leaves little room above.",
-                peak(false), peak(true), zvx_bench::core_ghz(), nominal_peak(false),
-                nominal_peak(true));
+  {
+    const bool avx512 = !strcmp(zvx_bench::vector_isa_name(), "avx512");
+    const double per_cycle = peak(false) / zvx_bench::core_ghz();  // double flops a cycle
+    const long fmas = std::lround(per_cycle / (avx512 ? 16 : 8));
+    std::snprintf(peak_note, sizeof peak_note,
+                  "Peak of one core: independent FMA chains on the library's vectors measure %.0f / %.0f "
+                  "GFLOP/s (double / single), %.0f double flops a cycle at the %.2f GHz that a chain of "
+                  "dependent additions measures: %ld %d-bit FMA%s a cycle. The share column is against the "
+                  "measured figure: no library passes it, so a peer near it leaves little room above.",
+                  peak(false), peak(true), per_cycle, zvx_bench::core_ghz(), fmas, avx512 ? 512 : 256,
+                  fmas == 1 ? "" : "s");
+  }
   t.notes.push_back(peak_note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
                     "two cores are shared with other work, so figures move by a few per cent between runs. "

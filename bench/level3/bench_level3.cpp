@@ -7,6 +7,7 @@
 // place keep B at ordinary magnitudes (no denormals in either library's timing).
 #include <omp.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -225,13 +226,18 @@ int main(int argc, char** argv) {
       std::fflush(stdout);
     }
   }
-  char note[256];
-  std::snprintf(note, sizeof note,
-                "Peak of one core: %.0f GFLOP/s in double, as independent FMA chains on the "
-                "library's vectors measure it (the clock, %.2f GHz, times 16 double flops a cycle "
-                "would give %.0f). Flops counted as n^3 for syrk, trmm, trsm, 2 n^3 for symm, "
-                "4 n^3 for zherk and ztrsm.",
-                pk, zvx_bench::core_ghz(), nominal_peak_double());
+  char note[512];
+  {
+    const bool avx512 = !strcmp(zvx_bench::vector_isa_name(), "avx512");
+    const double per_cycle = pk / zvx_bench::core_ghz();
+    const long fmas = std::lround(per_cycle / (avx512 ? 16 : 8));
+    std::snprintf(note, sizeof note,
+                  "Peak of one core: %.0f GFLOP/s in double, as independent FMA chains on the library's "
+                  "vectors measure it: %.0f flops a cycle at the %.2f GHz that a chain of dependent additions "
+                  "measures, %ld %d-bit FMA%s a cycle. Flops counted as n^3 for syrk, trmm, trsm, 2 n^3 for "
+                  "symm, 4 n^3 for zherk and ztrsm.",
+                  pk, per_cycle, zvx_bench::core_ghz(), fmas, avx512 ? 512 : 256, fmas == 1 ? "" : "s");
+  }
   t.notes.push_back(note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
                     "two cores are shared with other work, so single figures move by a few per cent "
