@@ -97,7 +97,8 @@ struct peer_library {
 // against naive loops; a family that computes wrong results, crashes or hangs is refused and the
 // next one tried. The chosen family is then set in this process only (OPENBLAS_CORETYPE, and
 // OPENBLAS_L2_SIZE dropped so that the library sizes its blocks by the processor) and the library
-// loaded. ZVX_BENCH_PEER_FAMILY=<name> puts that family first.
+// loaded. ZVX_BENCH_PEER_FAMILY=<name> puts that family first. The first call forks: make it before
+// the program starts threads of its own.
 peer_library& openblas(int threads = 1);
 
 // What was asked of the OpenBLAS peer and what the loaded library reports.
