@@ -138,15 +138,11 @@ struct result_check {
   bool differ = false;    // beyond the tolerance
   bool peer_wrong = false, ours_wrong = false;  // as the referee decided, when they differ
   bool refereed = false;
-  // "ok 3e-07", "PEER WRONG 4e-01", "ours wrong 4e-01", "differ 4e-01 (no referee)", or "-".
+  // "ok 3e-07", "PEER WRONG 4e-01", "OURS WRONG 4e-01", "BOTH WRONG 4e-01",
+  // "differ 4e-01 (no referee)" or "(referee between)", or "-" when nothing was compared.
   std::string mark() const;
 };
 
-// Runs ours, then the peer, once each from the same state of `outputs` (saved first and put back
-// after each call and at the end), and compares what they wrote. When they differ by more than
-// `tolerance` (relative to the largest |ours|; negative: 1e-3 in single precision, 1e-9 in double;
-// 0: exact, for indices) and a referee is given, it runs from the same state too and the side that
-// disagrees with it is named wrong.
 // "Load average of the machine at the end of the run: ...", for the notes of a table measured on
 // a machine that other work may share; "" where the system does not say.
 std::string load_note();
@@ -154,6 +150,11 @@ std::string load_note();
 // The note a table with a column of result_check marks carries under it.
 std::string check_note();
 
+// Runs ours, then the peer, once each from the same state of `outputs` (saved first and put back
+// after each call and at the end), and compares what they wrote. When they differ by more than
+// `tolerance` (relative to the largest |ours|; negative: 1e-3 in single precision, 1e-9 in double;
+// 0: exact, for indices) and a referee is given, it runs from the same state too and the side that
+// disagrees with it is named wrong.
 result_check check_pair(const std::function<void()>& ours, const std::function<void()>& peer,
                         const std::vector<output>& outputs, double tolerance = -1,
                         const std::function<void()>& referee = nullptr);
