@@ -325,8 +325,9 @@ void level2_others(context& c) {
   auto& ob = zvx_bench::openblas(1);
   auto& rb = zvx_bench::reference_blas();
   const int one = 1;
-  // Order 1,024 too: columns 8 KiB apart, all in one set of the first-level cache.
-  for (const int n : {2000, 1024}) {
+  // Order 1,024 too: columns 8 KiB apart, all in one set of the first-level cache; and the small
+  // orders 400 (in the second-level cache) and 100 (in the first).
+  for (const int n : {2000, 1024, 400, 100}) {
     if (!wanted("dsymv")) break;
     auto a = random_data<double>((size_t)n * n);
     auto x = random_data<double>(n), y = random_data<double>(n);
