@@ -45,6 +45,7 @@ struct table {
   std::vector<std::string> columns;
   std::vector<std::vector<std::string>> rows;
   std::vector<std::string> notes;  // lines printed under the table
+  std::vector<std::string> header; // lines printed between the title and the table (peer, machine)
   void add(std::vector<std::string> row) { rows.push_back(std::move(row)); }
   void print() const;
   void write_docs(const options& opt) const;
@@ -77,6 +78,7 @@ struct peer_library {
   void* handle = nullptr;
   std::string file;
   explicit peer_library(const std::vector<std::string>& candidates);
+  peer_library(const std::vector<std::string>& candidates, int dlopen_flags);
   bool ok() const { return handle != nullptr; }
   void* symbol(const char* name) const;
   template <class F>
@@ -86,6 +88,75 @@ struct peer_library {
 };
 
 // OpenBLAS as the peer of the dense kernels, pinned to `threads` threads.
+//
+// The peer runs its strongest kernel family for this processor: the AVX-512 family (SkylakeX)
+// where the processor has AVX-512 F, DQ, BW and VL, the AVX2 family (Haswell) where it has AVX2
+// and FMA, the baseline (Prescott) otherwise. Before it is loaded, each candidate family from the
+// strongest down is tried in a forked child that sets OPENBLAS_CORETYPE, loads the library and
+// checks its gemm (four types, small and packed sizes), dot, axpy, gemv, symv, syrk and trsm
+// against naive loops; a family that computes wrong results, crashes or hangs is refused and the
+// next one tried. The chosen family is then set in this process only (OPENBLAS_CORETYPE, and
+// OPENBLAS_L2_SIZE dropped so that the library sizes its blocks by the processor) and the library
+// loaded. ZVX_BENCH_PEER_FAMILY=<name> puts that family first. The first call forks: make it before
+// the program starts threads of its own.
 peer_library& openblas(int threads = 1);
+
+// What was asked of the OpenBLAS peer and what the loaded library reports.
+struct peer_family {
+  std::string requested;              // the family set in OPENBLAS_CORETYPE, "" when none passed
+  std::string reason;                 // why that family
+  std::vector<std::string> refused;   // families refused before it, each with the failure
+  std::string corename;               // openblas_get_corename() of the loaded library
+  std::string config;                 // openblas_get_config()
+};
+const peer_family& openblas_family();  // loads the peer when it is not loaded yet
+
+// The processor by its features (never by maker or model): architecture, the vector set this
+// library chose, AVX2/FMA and the AVX-512 subsets, cache sizes, logical processors.
+std::string processor_description();
+
+// The lines a table against OpenBLAS prints in its header: the kernel that ran, the family asked
+// for and why, the processor.
+std::vector<std::string> openblas_header();
+
+// The reference BLAS (column-by-column loops, no blocking) as a referee when ours and the peer
+// disagree; loaded RTLD_LOCAL | RTLD_DEEPBIND so that its own helpers bind to its own copies.
+// ok() is false when it is not installed.
+peer_library& reference_blas();
+
+// A region a call writes: `count` reals of float or double (a complex element counts two).
+struct output {
+  void* data;
+  size_t count;
+  bool single;
+};
+
+// The peer's result compared with ours on one row.
+struct result_check {
+  bool compared = false;
+  double difference = 0;  // largest |peer - ours| over the largest |ours|, in the outputs
+  bool differ = false;    // beyond the tolerance
+  bool peer_wrong = false, ours_wrong = false;  // as the referee decided, when they differ
+  bool refereed = false;
+  // "ok 3e-07", "PEER WRONG 4e-01", "OURS WRONG 4e-01", "BOTH WRONG 4e-01",
+  // "differ 4e-01 (no referee)" or "(referee between)", or "-" when nothing was compared.
+  std::string mark() const;
+};
+
+// "Load average of the machine at the end of the run: ...", for the notes of a table measured on
+// a machine that other work may share; "" where the system does not say.
+std::string load_note();
+
+// The note a table with a column of result_check marks carries under it.
+std::string check_note();
+
+// Runs ours, then the peer, once each from the same state of `outputs` (saved first and put back
+// after each call and at the end), and compares what they wrote. When they differ by more than
+// `tolerance` (relative to the largest |ours|; negative: 1e-3 in single precision, 1e-9 in double;
+// 0: exact, for indices) and a referee is given, it runs from the same state too and the side that
+// disagrees with it is named wrong.
+result_check check_pair(const std::function<void()>& ours, const std::function<void()>& peer,
+                        const std::vector<output>& outputs, double tolerance = -1,
+                        const std::function<void()>& referee = nullptr);
 
 }  // namespace zvx_bench

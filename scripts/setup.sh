@@ -2,7 +2,7 @@
 # Installs what the build, the tests and the benchmarks need, when it is missing (Debian, root).
 set -euo pipefail
 packages=(cmake ninja-build g++ gcc make pkg-config binutils python3 libgtest-dev libbenchmark-dev
-          libopenblas-dev libblas-test python3-numpy openmpi-bin libopenmpi-dev
+          libopenblas-dev libblas3 libblas-test python3-numpy openmpi-bin libopenmpi-dev
           libscalapack-openmpi-dev libfftw3-dev libgmp-dev libsleef-dev gnuplot-nox libeigen3-dev)
 missing=()
 for p in "${packages[@]}"; do

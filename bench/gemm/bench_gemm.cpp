@@ -7,9 +7,11 @@
 // call, and switches the OpenMP thread count between one and two.
 #include <omp.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -98,6 +100,7 @@ T scalar(double v) {
 
 struct result {
   double ours_gflops, peer_gflops;
+  std::string check = "-";  // the peer's result against ours
 };
 
 // The clock-times-width figure: one 512-bit FMA (as two 256-bit halves) or two 256-bit FMAs a
@@ -121,6 +124,7 @@ result measure(int m, int n, int k, const zvx_bench::options& opt, bool with_pee
                            const T*, const T*, const int*, const T*, const int*, const T*, T*,
                            const int*, fortran_len, fortran_len);
   static peer_fn peer = zvx_bench::openblas(1).get<peer_fn>(kind<T>::peer);
+  static peer_fn reference = zvx_bench::reference_blas().get<peer_fn>(kind<T>::peer);
   auto a = random_matrix<T>(static_cast<size_t>(m) * k, 1);
   auto b = random_matrix<T>(static_cast<size_t>(k) * n, 2);
   auto c = random_matrix<T>(static_cast<size_t>(m) * n, 3);
@@ -133,8 +137,13 @@ result measure(int m, int n, int k, const zvx_bench::options& opt, bool with_pee
     return {flops / t * 1e-9, 0};
   }
   auto theirs = [&] { peer("N", "N", &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc, 1, 1); };
+  std::function<void()> referee;
+  if (reference)
+    referee = [&] { reference("N", "N", &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc, 1, 1); };
+  const size_t reals = c.size() * (sizeof(T) / (kind<T>::single ? sizeof(float) : sizeof(double)));
+  const auto check = zvx_bench::check_pair(ours, theirs, {{c.data(), reals, kind<T>::single}}, -1, referee);
   const auto r = zvx_bench::time_pair(ours, theirs, opt);
-  return {flops / r.ours * 1e-9, flops / r.peer * 1e-9};
+  return {flops / r.ours * 1e-9, flops / r.peer * 1e-9, check.mark()};
 }
 
 struct shape {
@@ -155,7 +164,8 @@ void run_type(const zvx_bench::options& opt, const std::vector<int>& sizes,
   zvx_bench::series peer{std::string(kind<T>::name) + " OpenBLAS", {}, {}};
   auto row = [&](const std::string& what, const result& r) {
     t.add({kind<T>::name, what, "1", zvx_bench::fmt(r.ours_gflops, 1), zvx_bench::fmt(r.peer_gflops, 1),
-           zvx_bench::fmt(r.ours_gflops / r.peer_gflops, 3), zvx_bench::fmt(100 * r.ours_gflops / pk, 1) + " %"});
+           zvx_bench::fmt(r.ours_gflops / r.peer_gflops, 3), zvx_bench::fmt(100 * r.ours_gflops / pk, 1) + " %",
+           r.check});
     std::fflush(stdout);
   };
   omp_set_num_threads(1);
@@ -193,7 +203,7 @@ void run_type(const zvx_bench::options& opt, const std::vector<int>& sizes,
     omp_set_num_threads(1);
     t.add({kind<T>::name, "n = 2000, two threads against one", "2", zvx_bench::fmt(two, 1),
            zvx_bench::fmt(one, 1) + " (ours, 1 thread)", zvx_bench::fmt(two / one, 3),
-           zvx_bench::fmt(100 * two / (2 * pk), 1) + " %"});
+           zvx_bench::fmt(100 * two / (2 * pk), 1) + " %", "-"});
     std::printf("%s two threads %.1f one %.1f speedup %.3f\n", kind<T>::name, two, one, two / one);
   }
   plot.push_back(ours);
@@ -231,7 +241,8 @@ int main(int argc, char** argv) {
   t.section = "gemm";
   t.title = "GEMM against OpenBLAS (C = A B + C, column-major, no transposes)";
   t.columns = {"routine", "shape (m x n x k)", "threads", "ours GFLOP/s", "OpenBLAS GFLOP/s",
-               "ratio ours/peer (speed)", "share of peak"};
+               "ratio ours/peer (speed)", "share of peak", "peer's result vs ours"};
+  t.header = zvx_bench::openblas_header();
   std::vector<zvx_bench::series> plot;
   for (char ch : only) {
     if (ch == 's') run_type<float>(opt, sizes, shapes, threads, t, plot);
@@ -240,19 +251,24 @@ int main(int argc, char** argv) {
     if (ch == 'z') run_type<zvx_complex16>(opt, sizes, shapes, threads, t, plot);
   }
   char peak_note[768];
-  std::snprintf(peak_note, sizeof peak_note,
-                "Peak of one core: independent FMA chains on the library's vectors measure %.0f / "
-                "%.0f GFLOP/s (double / single); the clock, %.2f GHz as a chain of dependent "
-                "additions measures it, times 16 double or 32 single flops a cycle gives %.0f / "
-                "%.0f. The share column is against the measured figure: no library passes it, so "
-                "a peer near it leaves little room above.",
-                peak(false), peak(true), zvx_bench::core_ghz(), nominal_peak(false),
-                nominal_peak(true));
+  {
+    const bool avx512 = !strcmp(zvx_bench::vector_isa_name(), "avx512");
+    const double per_cycle = peak(false) / zvx_bench::core_ghz();  // double flops a cycle
+    const long fmas = std::lround(per_cycle / (avx512 ? 16 : 8));
+    std::snprintf(peak_note, sizeof peak_note,
+                  "Peak of one core: independent FMA chains on the library's vectors measure %.0f / %.0f "
+                  "GFLOP/s (double / single), %.0f double flops a cycle at the %.2f GHz that a chain of "
+                  "dependent additions measures: %ld %d-bit FMA%s a cycle. The share column is against the "
+                  "measured figure: no library passes it, so a peer near it leaves little room above.",
+                  peak(false), peak(true), per_cycle, zvx_bench::core_ghz(), fmas, avx512 ? 512 : 256,
+                  fmas == 1 ? "" : "s");
+  }
   t.notes.push_back(peak_note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
                     "two cores are shared with other work, so figures move by a few per cent between runs. "
                     "Complex flops count 8 per multiply-add. Instruction set: " +
                     std::string(zvx_bench::vector_isa_name()) + ".");
+  t.notes.push_back(zvx_bench::check_note());
   if (FILE* f = std::fopen("/proc/loadavg", "r")) {
     char load[64] = {0};
     if (std::fgets(load, sizeof load, f)) {

@@ -152,9 +152,24 @@ double last_level_cache_bytes() {
   return bytes;
 }
 
+// A referee call through the reference BLAS's `f`, or none when it lacks the name.
+template <class F, class Call> std::function<void()> referee(F f, const Call& call) {
+  if (!f) return nullptr;
+  return [f, call] { call(f); };
+}
+
+// One row: the peer's result is compared with ours (what the calls write is `outs`; the reference
+// BLAS decides when they differ), then both are timed. `checking(true)` before the comparison and
+// `checking(false)` after it let a row compare at factors of ordinary size and time at the tiny
+// ones that keep repeated calls in range (an update of 1e-12 would hide a wrong result).
 void row(context& c, const std::string& name, const std::string& size, double footprint, double bytes,
-         double flops, bool single, const std::function<void()>& ours, const std::function<void()>& peer) {
+         double flops, bool single, const std::function<void()>& ours, const std::function<void()>& peer,
+         const std::vector<zvx_bench::output>& outs, const std::function<void()>& ref, double tolerance = -1,
+         const std::function<void(bool)>& checking = nullptr) {
   const bool in_memory = footprint > last_level_cache_bytes();
+  if (checking) checking(true);
+  const std::string check = zvx_bench::check_pair(ours, peer, outs, tolerance, ref).mark();
+  if (checking) checking(false);
   const auto r = time_pair_cpu(ours, peer, c.opt);
   std::string share;
   if (in_memory) {
@@ -170,7 +185,7 @@ void row(context& c, const std::string& name, const std::string& size, double fo
                                  : 1.0;
   const bool miss = r.ratio() > limit;
   c.t->add({name, size, zvx_bench::fmt(r.ours * 1e6, 2), zvx_bench::fmt(r.peer * 1e6, 2), zvx_bench::fmt(r.ratio(), 3),
-            zvx_bench::fmt(flops / r.ours / 1e9, 2), share, miss ? "miss" : ""});
+            zvx_bench::fmt(flops / r.ours / 1e9, 2), share, miss ? "miss" : "", check});
   if (miss)
     c.misses.push_back(name + " at " + size + " (" + zvx_bench::fmt(r.ratio(), 2) + "): " + reason(name, in_memory, r.ours) + ".");
   fprintf(stderr, "%-8s %-12s ratio %.3f\n", name.c_str(), size.c_str(), r.ratio());
@@ -189,17 +204,19 @@ template <class T> void level1(context& c, int n) {
   using R = std::conditional_t<single, float, double>;
   const double es = sizeof(T), fl = cx ? 4 : 1;  // bytes per element, flop factor
   auto x = random_data<T>(n), y = random_data<T>(n);
-  auto& y2 = y;  // one output for both sides: the same cache footprint
+  auto& rb = zvx_bench::reference_blas();
   const int one = 1;
   const std::string p = N::p, size = std::to_string(n);
-  T alpha;
-  if constexpr (cx) alpha = {1e-9, -1e-9};
-  else alpha = (T)1e-9;
+  T alpha, tiny_alpha, check_alpha;
+  if constexpr (cx) tiny_alpha = {1e-9, -1e-9}, check_alpha = {0.5, -0.25};
+  else tiny_alpha = (T)1e-9, check_alpha = (T)0.5;
+  alpha = tiny_alpha;
   // A factor close to 1 keeps the data in range over many calls; exactly 1 would let the peer
   // return without touching the vector.
-  T unit_scale;
-  if constexpr (cx) unit_scale = {0.9999999, 1e-9};
-  else unit_scale = (T)0.9999999;
+  T unit_scale, near_one, check_scale;
+  if constexpr (cx) near_one = {0.9999999, 1e-9}, check_scale = {0.5, 0.25};
+  else near_one = (T)0.9999999, check_scale = (T)0.5;
+  unit_scale = near_one;
   using axpy_t = void (*)(const int*, const T*, const T*, const int*, T*, const int*);
   using scal_t = void (*)(const int*, const T*, T*, const int*);
   using copy_t = void (*)(const int*, const T*, const int*, T*, const int*);
@@ -220,40 +237,61 @@ template <class T> void level1(context& c, int n) {
   auto peer_nrm2 = ob.get<nrm_t>((std::string(N::nrm2) + "_").c_str());
   auto peer_asum = ob.get<nrm_t>((std::string(N::asum) + "_").c_str());
   auto peer_iamax = ob.get<iam_t>((std::string(N::iamax) + "_").c_str());
-  volatile double sink = 0;
-  if (wanted(p + "axpy"))
-    row(c, p + "axpy", size, 2 * es * n, 3 * es * n, 2 * fl * n, single, [&] { our_axpy(&n, &alpha, x.data(), &one, y.data(), &one); },
-        [&] { peer_axpy(&n, &alpha, x.data(), &one, y2.data(), &one); });
+  // Both sides write the same output (the same cache footprint); scalar results go to `sink`.
+  double sink = 0;
+  const size_t reals = n * (cx ? 2 : 1);
+  const std::vector<zvx_bench::output> out_y = {{y.data(), reals, single}}, out_sink = {{&sink, 1, false}};
+  if (wanted(p + "axpy")) {
+    auto call = [&](axpy_t f) { f(&n, &alpha, x.data(), &one, y.data(), &one); };
+    row(c, p + "axpy", size, 2 * es * n, 3 * es * n, 2 * fl * n, single, [&] { call(our_axpy); }, [&] { call(peer_axpy); },
+        out_y, referee(rb.get<axpy_t>((p + "axpy_").c_str()), call), -1,
+        [&](bool on) { alpha = on ? check_alpha : tiny_alpha; });
+  }
   if (wanted(p + "dot") || (cx && wanted("zdotu"))) {
     if constexpr (cx) {
-      auto peer = ob.get<void (*)(int, const void*, int, const void*, int, void*)>("cblas_zdotu_sub");
+      using zdot_t = void (*)(int, const void*, int, const void*, int, void*);
+      auto peer = ob.get<zdot_t>("cblas_zdotu_sub");
       zvx_complex16 r;
-      row(c, "zdotu", size, 2 * es * n, 2 * es * n, 8.0 * n, false, [&] { zdotu(&r, &n, x.data(), &one, y.data(), &one); sink = r.real; },
-          [&] { peer(n, x.data(), 1, y.data(), 1, &r); sink = r.real; });
+      auto call = [&](zdot_t f) { f(n, x.data(), 1, y.data(), 1, &r); };
+      row(c, "zdotu", size, 2 * es * n, 2 * es * n, 8.0 * n, false, [&] { zdotu(&r, &n, x.data(), &one, y.data(), &one); },
+          [&] { call(peer); }, {{&r, 2, false}}, referee(rb.get<zdot_t>("cblas_zdotu_sub"), call));
     } else {
       using dot_t = T (*)(const int*, const T*, const int*, const T*, const int*);
       dot_t ours;
       if constexpr (single) ours = sdot; else ours = ddot;
       auto peer = ob.get<dot_t>((p + "dot_").c_str());
-      row(c, p + "dot", size, 2 * es * n, 2 * es * n, 2.0 * n, single, [&] { sink = ours(&n, x.data(), &one, y.data(), &one); },
-          [&] { sink = peer(&n, x.data(), &one, y.data(), &one); });
+      auto call = [&](dot_t f) { sink = f(&n, x.data(), &one, y.data(), &one); };
+      row(c, p + "dot", size, 2 * es * n, 2 * es * n, 2.0 * n, single, [&] { call(ours); }, [&] { call(peer); },
+          out_sink, referee(rb.get<dot_t>((p + "dot_").c_str()), call), single ? 1e-3 : -1);
     }
   }
-  if (wanted(p + "scal"))
-    row(c, p + "scal", size, es * n, 2 * es * n, (cx ? 6.0 : 1.0) * n, single, [&] { our_scal(&n, &unit_scale, y.data(), &one); },
-        [&] { peer_scal(&n, &unit_scale, y2.data(), &one); });
-  if (wanted(p + "copy"))
-    row(c, p + "copy", size, 2 * es * n, 2 * es * n, 0, single, [&] { our_copy(&n, x.data(), &one, y.data(), &one); },
-        [&] { peer_copy(&n, x.data(), &one, y2.data(), &one); });
-  if (wanted(N::nrm2))
-    row(c, N::nrm2, size, es * n, es * n, 2 * (cx ? 2.0 : 1.0) * n, single, [&] { sink = our_nrm2(&n, x.data(), &one); },
-        [&] { sink = peer_nrm2(&n, x.data(), &one); });
-  if (wanted(N::asum))
-    row(c, N::asum, size, es * n, es * n, (cx ? 2.0 : 1.0) * n, single, [&] { sink = our_asum(&n, x.data(), &one); },
-        [&] { sink = peer_asum(&n, x.data(), &one); });
-  if (wanted(N::iamax))
-    row(c, N::iamax, size, es * n, es * n, (cx ? 2.0 : 1.0) * n, single, [&] { sink = our_iamax(&n, x.data(), &one); },
-        [&] { sink = peer_iamax(&n, x.data(), &one); });
+  if (wanted(p + "scal")) {
+    auto call = [&](scal_t f) { f(&n, &unit_scale, y.data(), &one); };
+    row(c, p + "scal", size, es * n, 2 * es * n, (cx ? 6.0 : 1.0) * n, single, [&] { call(our_scal); }, [&] { call(peer_scal); },
+        out_y, referee(rb.get<scal_t>((p + "scal_").c_str()), call), -1,
+        [&](bool on) { unit_scale = on ? check_scale : near_one; });
+  }
+  if (wanted(p + "copy")) {
+    auto call = [&](copy_t f) { f(&n, x.data(), &one, y.data(), &one); };
+    row(c, p + "copy", size, 2 * es * n, 2 * es * n, 0, single, [&] { call(our_copy); }, [&] { call(peer_copy); },
+        out_y, referee(rb.get<copy_t>((p + "copy_").c_str()), call), 0);
+  }
+  // Scalar results land in a double: single precision states its own tolerance.
+  if (wanted(N::nrm2)) {
+    auto call = [&](nrm_t f) { sink = f(&n, x.data(), &one); };
+    row(c, N::nrm2, size, es * n, es * n, 2 * (cx ? 2.0 : 1.0) * n, single, [&] { call(our_nrm2); }, [&] { call(peer_nrm2); },
+        out_sink, referee(rb.get<nrm_t>((std::string(N::nrm2) + "_").c_str()), call), single ? 1e-3 : -1);
+  }
+  if (wanted(N::asum)) {
+    auto call = [&](nrm_t f) { sink = f(&n, x.data(), &one); };
+    row(c, N::asum, size, es * n, es * n, (cx ? 2.0 : 1.0) * n, single, [&] { call(our_asum); }, [&] { call(peer_asum); },
+        out_sink, referee(rb.get<nrm_t>((std::string(N::asum) + "_").c_str()), call), single ? 1e-3 : -1);
+  }
+  if (wanted(N::iamax)) {
+    auto call = [&](iam_t f) { sink = f(&n, x.data(), &one); };
+    row(c, N::iamax, size, es * n, es * n, (cx ? 2.0 : 1.0) * n, single, [&] { call(our_iamax); }, [&] { call(peer_iamax); },
+        out_sink, referee(rb.get<iam_t>((std::string(N::iamax) + "_").c_str()), call), 0);
+  }
 }
 
 template <class T> void gemv_rows(context& c, const char* name, int n) {
@@ -267,81 +305,88 @@ template <class T> void gemv_rows(context& c, const char* name, int n) {
   our_t ours;
   if constexpr (single) ours = sgemv; else if constexpr (cx) ours = zgemv; else ours = dgemv;
   auto peer = ob.get<gemv_t>((std::string(name) + "_").c_str());
+  auto ref = zvx_bench::reference_blas().get<gemv_t>((std::string(name) + "_").c_str());
   auto a = random_data<T>((size_t)n * n);
   auto x = random_data<T>(n), y = random_data<T>(n);
-  auto& y2 = y;
   T alpha, beta;
   if constexpr (cx) { alpha = {0.5, 0.25}; beta = {1.0, 0.0}; }
   else { alpha = (T)0.5; beta = (T)1.0; }
   const int one = 1;
   for (const char* tr : {"N", "T"}) {
     if (!wanted(std::string(name) + tr) && !wanted(name)) continue;
+    auto call = [&](gemv_t f) { f(tr, &n, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one, 1); };
     row(c, std::string(name) + " " + tr, std::to_string(n), sizeof(T) * (double)n * n, sizeof(T) * (double)n * n, (cx ? 8.0 : 2.0) * n * n, single,
-        [&] { ours(tr, &n, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
-        [&] { peer(tr, &n, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
+        [&] { ours(tr, &n, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); }, [&] { call(peer); },
+        {{y.data(), (size_t)n * (cx ? 2 : 1), single}}, referee(ref, call));
   }
 }
 
 void level2_others(context& c) {
   auto& ob = zvx_bench::openblas(1);
+  auto& rb = zvx_bench::reference_blas();
   const int one = 1;
-  // Order 1,024 too: columns 8 KiB apart, all in one set of the first-level cache.
-  for (const int n : {2000, 1024}) {
+  // Order 1,024 too: columns 8 KiB apart, all in one set of the first-level cache; and the small
+  // orders 400 (in the second-level cache) and 100 (in the first).
+  for (const int n : {2000, 1024, 400, 100}) {
     if (!wanted("dsymv")) break;
     auto a = random_data<double>((size_t)n * n);
     auto x = random_data<double>(n), y = random_data<double>(n);
-    auto& y2 = y;
     const double alpha = 0.5, beta = 1.0;
     using symv_t = void (*)(const char*, const int*, const double*, const double*, const int*, const double*, const int*,
                             const double*, double*, const int*, fortran_len);
     auto peer = ob.get<symv_t>("dsymv_");
-    for (const char* uplo : {"U", "L"})
+    for (const char* uplo : {"U", "L"}) {
+      auto call = [&](symv_t f) { f(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one, 1); };
       row(c, std::string("dsymv ") + uplo, std::to_string(n), 8.0 * n * n / 2, 8.0 * n * n / 2, 2.0 * n * n, false,
-          [&] { dsymv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
-          [&] { peer(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
+          [&] { dsymv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); }, [&] { call(peer); },
+          {{y.data(), (size_t)n, false}}, referee(rb.get<symv_t>("dsymv_"), call));
+    }
   }
   if (wanted("zhemv")) {
     const int n = 1000;
     auto a = random_data<zvx_complex16>((size_t)n * n);
     auto x = random_data<zvx_complex16>(n), y = random_data<zvx_complex16>(n);
-    auto& y2 = y;
     const zvx_complex16 alpha = {0.5, 0.25}, beta = {1.0, 0.0};
     using hemv_t = void (*)(const char*, const int*, const zvx_complex16*, const zvx_complex16*, const int*,
                             const zvx_complex16*, const int*, const zvx_complex16*, zvx_complex16*, const int*, fortran_len);
     auto peer = ob.get<hemv_t>("zhemv_");
-    for (const char* uplo : {"U", "L"})
+    for (const char* uplo : {"U", "L"}) {
+      auto call = [&](hemv_t f) { f(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one, 1); };
       row(c, std::string("zhemv ") + uplo, std::to_string(n), 16.0 * n * n / 2, 16.0 * n * n / 2, 8.0 * n * n, false,
-          [&] { zhemv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
-          [&] { peer(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y2.data(), &one, 1); });
+          [&] { zhemv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); }, [&] { call(peer); },
+          {{y.data(), 2 * (size_t)n, false}}, referee(rb.get<hemv_t>("zhemv_"), call));
+    }
   }
   if (wanted("dtrsv")) {
     const int n = 2000;
     auto a = random_data<double>((size_t)n * n);
     for (int i = 0; i < n; ++i) a[i + (size_t)i * n] = n;  // well conditioned
     auto b = random_data<double>(n);
-    auto x = b, x2 = b;
+    auto x = b;
     using trsv_t = void (*)(const char*, const char*, const char*, const int*, const double*, const int*, double*,
                             const int*, fortran_len, fortran_len, fortran_len);
     auto peer = ob.get<trsv_t>("dtrsv_");
     for (const char* form : {"UN", "LN", "UT", "LT"}) {
       const char uplo[2] = {form[0], 0}, trans[2] = {form[1], 0};
+      auto call = [&](trsv_t f) { x = b; f(uplo, trans, "N", &n, a.data(), &n, x.data(), &one, 1, 1, 1); };
       row(c, std::string("dtrsv ") + form, "2000", 8.0 * n * n / 2, 8.0 * n * n / 2, 1.0 * n * n, false,
-          [&] { x = b; dtrsv(uplo, trans, "N", &n, a.data(), &n, x.data(), &one); },
-          [&] { x2 = b; peer(uplo, trans, "N", &n, a.data(), &n, x2.data(), &one, 1, 1, 1); });
+          [&] { x = b; dtrsv(uplo, trans, "N", &n, a.data(), &n, x.data(), &one); }, [&] { call(peer); },
+          {{x.data(), (size_t)n, false}}, referee(rb.get<trsv_t>("dtrsv_"), call));
     }
   }
   if (wanted("dger")) {
     const int n = 1000;
     auto a = random_data<double>((size_t)n * n);
-    auto& a2 = a;
     auto x = random_data<double>(n), y = random_data<double>(n);
-    const double alpha = 1e-12;
+    double alpha = 1e-12;
     using ger_t = void (*)(const int*, const int*, const double*, const double*, const int*, const double*, const int*,
                            double*, const int*);
     auto peer = ob.get<ger_t>("dger_");
+    auto call = [&](ger_t f) { f(&n, &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); };
     row(c, "dger", "1000", 8.0 * n * n, 16.0 * n * n, 2.0 * n * n, false,
-        [&] { dger(&n, &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); },
-        [&] { peer(&n, &n, &alpha, x.data(), &one, y.data(), &one, a2.data(), &n); });
+        [&] { dger(&n, &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); }, [&] { call(peer); },
+        {{a.data(), a.size(), false}}, referee(rb.get<ger_t>("dger_"), call), -1,
+        [&](bool on) { alpha = on ? 0.5 : 1e-12; });
   }
 }
 
@@ -349,11 +394,13 @@ void level2_others(context& c) {
 // the rank-2 update, and the packed and band storages (32 diagonals on each side).
 void level2_storages(context& c) {
   auto& ob = zvx_bench::openblas(1);
+  auto& rb = zvx_bench::reference_blas();
   const int one = 1, n = 1000, k = 32, band_lda = 2 * k + 1;
   auto a = random_data<double>((size_t)1024 * 1024);
   for (int i = 0; i < 1024; ++i) a[i + (size_t)i * 1024] = 1024;  // well conditioned for the solves
   auto x = random_data<double>(1024), y = random_data<double>(1024);
   auto b = x;
+  const std::vector<zvx_bench::output> out_b = {{b.data(), b.size(), false}}, out_y = {{y.data(), y.size(), false}};
   using tr_t = void (*)(const char*, const char*, const char*, const int*, const double*, const int*, double*,
                         const int*, fortran_len, fortran_len, fortran_len);
   using tp_t = void (*)(const char*, const char*, const char*, const int*, const double*, double*, const int*,
@@ -365,43 +412,49 @@ void level2_storages(context& c) {
     auto peer = ob.get<tr_t>("dtrmv_");
     for (const char* form : {"UN", "LT"}) {
       const char uplo[2] = {form[0], 0}, trans[2] = {form[1], 0};
+      auto call = [&](tr_t f) { b = x; f(uplo, trans, "N", &m, a.data(), &m, b.data(), &one, 1, 1, 1); };
       row(c, std::string("dtrmv ") + form, "1024", 8.0 * m * m / 2, 8.0 * m * m / 2, 1.0 * m * m, false,
-          [&] { b = x; dtrmv(uplo, trans, "N", &m, a.data(), &m, b.data(), &one); },
-          [&] { b = x; peer(uplo, trans, "N", &m, a.data(), &m, b.data(), &one, 1, 1, 1); });
+          [&] { b = x; dtrmv(uplo, trans, "N", &m, a.data(), &m, b.data(), &one); }, [&] { call(peer); },
+          out_b, referee(rb.get<tr_t>("dtrmv_"), call));
     }
   }
   if (wanted("dsyr2")) {
     using syr2_t = void (*)(const char*, const int*, const double*, const double*, const int*, const double*,
                             const int*, double*, const int*, fortran_len);
     auto peer = ob.get<syr2_t>("dsyr2_");
-    const double alpha = 1e-12;
+    double alpha = 1e-12;
+    auto call = [&](syr2_t f) { f("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n, 1); };
     row(c, "dsyr2 U", "1000", 8.0 * n * n / 2, 16.0 * n * n / 2, 2.0 * n * n, false,
-        [&] { dsyr2("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); },
-        [&] { peer("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n, 1); });
+        [&] { dsyr2("U", &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &n); }, [&] { call(peer); },
+        {{a.data(), (size_t)n * n, false}}, referee(rb.get<syr2_t>("dsyr2_"), call), -1,
+        [&](bool on) { alpha = on ? 0.5 : 1e-12; });
   }
   if (wanted("dspmv")) {
     using spmv_t = void (*)(const char*, const int*, const double*, const double*, const double*, const int*,
                             const double*, double*, const int*, fortran_len);
     auto peer = ob.get<spmv_t>("dspmv_");
     const double alpha = 0.5, beta = 1.0;
+    auto call = [&](spmv_t f) { f("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one, 1); };
     row(c, "dspmv U", "1000", 8.0 * n * n / 2, 8.0 * n * n / 2, 2.0 * n * n, false,
-        [&] { dspmv("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one); },
-        [&] { peer("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one, 1); });
+        [&] { dspmv("U", &n, &alpha, a.data(), x.data(), &one, &beta, y.data(), &one); }, [&] { call(peer); },
+        out_y, referee(rb.get<spmv_t>("dspmv_"), call));
   }
   if (wanted("dtpsv")) {
     std::vector<double> ap((size_t)n * (n + 1) / 2, 1e-3);
     for (int j = 0, at = 0; j < n; at += ++j) ap[at + j] = n;  // the diagonal of the packed upper triangle
     auto peer = ob.get<tp_t>("dtpsv_");
+    auto call = [&](tp_t f) { b = x; f("U", "N", "N", &n, ap.data(), b.data(), &one, 1, 1, 1); };
     row(c, "dtpsv UN", "1000", 8.0 * n * n / 2, 8.0 * n * n / 2, 1.0 * n * n, false,
-        [&] { b = x; dtpsv("U", "N", "N", &n, ap.data(), b.data(), &one); },
-        [&] { b = x; peer("U", "N", "N", &n, ap.data(), b.data(), &one, 1, 1, 1); });
+        [&] { b = x; dtpsv("U", "N", "N", &n, ap.data(), b.data(), &one); }, [&] { call(peer); },
+        out_b, referee(rb.get<tp_t>("dtpsv_"), call));
   }
   if (wanted("dtbmv")) {
     auto peer = ob.get<tb_t>("dtbmv_");
     const int kk = k, lda = k + 1;
+    auto call = [&](tb_t f) { b = x; f("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one, 1, 1, 1); };
     row(c, "dtbmv UT", "1000", 8.0 * n * lda, 8.0 * n * lda, 2.0 * n * lda, false,
-        [&] { b = x; dtbmv("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one); },
-        [&] { b = x; peer("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one, 1, 1, 1); });
+        [&] { b = x; dtbmv("U", "T", "N", &n, &kk, a.data(), &lda, b.data(), &one); }, [&] { call(peer); },
+        out_b, referee(rb.get<tb_t>("dtbmv_"), call));
   }
   if (wanted("dgbmv")) {
     using gbmv_t = void (*)(const char*, const int*, const int*, const int*, const int*, const double*,
@@ -410,13 +463,14 @@ void level2_storages(context& c) {
     auto peer = ob.get<gbmv_t>("dgbmv_");
     const int kk = k;
     const double alpha = 0.5, beta = 1.0;
-    for (const char* tr : {"N", "T"})
+    for (const char* tr : {"N", "T"}) {
+      auto call = [&](gbmv_t f) { f(tr, &n, &n, &kk, &kk, &alpha, a.data(), &band_lda, x.data(), &one, &beta, y.data(), &one, 1); };
       row(c, std::string("dgbmv ") + tr, "1000", 8.0 * n * band_lda, 8.0 * n * band_lda, 2.0 * n * band_lda, false,
           [&] { dgbmv(tr, &n, &n, &kk, &kk, &alpha, a.data(), &band_lda, x.data(), &one, &beta, y.data(), &one); },
-          [&] { peer(tr, &n, &n, &kk, &kk, &alpha, a.data(), &band_lda, x.data(), &one, &beta, y.data(), &one, 1); });
+          [&] { call(peer); }, out_y, referee(rb.get<gbmv_t>("dgbmv_"), call));
+    }
   }
 }
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -443,7 +497,9 @@ int main(int argc, char** argv) {
   zvx_bench::table t;
   t.section = "level12";
   t.title = "Level-1 and level-2 BLAS against OpenBLAS (one thread, same run)";
-  t.columns = {"routine", "n", "ours (us)", "OpenBLAS (us)", "ratio ours/peer", "GFLOP/s", "share of the machine", "target"};
+  t.columns = {"routine", "n", "ours (us)", "OpenBLAS (us)", "ratio ours/peer", "GFLOP/s", "share of the machine", "target",
+               "peer's result vs ours"};
+  t.header = zvx_bench::openblas_header();
   c.t = &t;
   c.bandwidth = memory_bandwidth_gbs();
   c.peak_d = zvx_bench::peak_gflops_double();
@@ -478,6 +534,8 @@ int main(int argc, char** argv) {
                     "Level 1 at n = 1,000 runs in the first-level cache, at 100,000 in the second; gemv at 1,000, "
                     "symv, trsv and ger at their sizes in the last level; dgemv at 4,000 and level 1 at 10,000,000 "
                     "stream from memory.");
+  t.notes.push_back("\n" + zvx_bench::check_note());
+  if (const std::string l = zvx_bench::load_note(); !l.empty()) t.notes.push_back("\n" + l);
   if (c.misses.empty()) t.notes.push_back("\nEvery row met its target in this run.");
   else t.notes.push_back("\nRows above their target in this run:\n");
   for (const auto& m : c.misses) t.notes.push_back("- " + m);

@@ -7,6 +7,7 @@
 // place keep B at ordinary magnitudes (no denormals in either library's timing).
 #include <omp.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -54,6 +55,8 @@ struct bench_case {
   std::string routine, what;
   double flops;
   std::function<void()> ours, peer;
+  std::vector<zvx_bench::output> outputs;  // what the calls write
+  std::function<void()> reference;         // the reference BLAS, empty when it is missing
 };
 
 result run(const bench_case& c, const zvx_bench::options& opt) {
@@ -76,6 +79,13 @@ std::vector<bench_case> cases(int n, std::vector<std::vector<double>>& dstore,
   static auto p_dtrsm = ob.get<dtr_fn>("dtrsm_");
   static auto p_zherk = ob.get<zherk_fn>("zherk_");
   static auto p_ztrsm = ob.get<ztr_fn>("ztrsm_");
+  auto& rb = zvx_bench::reference_blas();
+  static auto r_dsyrk = rb.get<dsyrk_fn>("dsyrk_");
+  static auto r_dsymm = rb.get<dsymm_fn>("dsymm_");
+  static auto r_dtrmm = rb.get<dtr_fn>("dtrmm_");
+  static auto r_dtrsm = rb.get<dtr_fn>("dtrsm_");
+  static auto r_zherk = rb.get<zherk_fn>("zherk_");
+  static auto r_ztrsm = rb.get<ztr_fn>("ztrsm_");
   const size_t nn = static_cast<size_t>(n) * n;
   dstore.push_back(random_matrix<double>(nn, 1));          // 0: A general
   dstore.push_back(random_matrix<double>(nn, 2));          // 1: B
@@ -93,19 +103,24 @@ std::vector<bench_case> cases(int n, std::vector<std::vector<double>>& dstore,
   double* T = dstore[base + 3].data();
   v.push_back({"dsyrk", "upper, no transpose", nd * nd * nd,
                [=] { dsyrk("U", "N", &N, &N, &one, A, &N, &one, C, &N); },
-               [=] { p_dsyrk("U", "N", &N, &N, &one, A, &N, &one, C, &N, 1, 1); }});
+               [=] { p_dsyrk("U", "N", &N, &N, &one, A, &N, &one, C, &N, 1, 1); }, {{C, nn, false}},
+               [=] { r_dsyrk("U", "N", &N, &N, &one, A, &N, &one, C, &N, 1, 1); }});
   v.push_back({"dsymm", "left, upper", 2 * nd * nd * nd,
                [=] { dsymm("L", "U", &N, &N, &one, A, &N, B, &N, &zero, C, &N); },
-               [=] { p_dsymm("L", "U", &N, &N, &one, A, &N, B, &N, &zero, C, &N, 1, 1); }});
+               [=] { p_dsymm("L", "U", &N, &N, &one, A, &N, B, &N, &zero, C, &N, 1, 1); }, {{C, nn, false}},
+               [=] { r_dsymm("L", "U", &N, &N, &one, A, &N, B, &N, &zero, C, &N, 1, 1); }});
   v.push_back({"dtrmm", "left, lower, no transpose", nd * nd * nd,
                [=] { dtrmm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N); },
-               [=] { p_dtrmm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
+               [=] { p_dtrmm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }, {{B, nn, false}},
+               [=] { r_dtrmm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
   v.push_back({"dtrsm", "left, lower, no transpose", nd * nd * nd,
                [=] { dtrsm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N); },
-               [=] { p_dtrsm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
+               [=] { p_dtrsm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }, {{B, nn, false}},
+               [=] { r_dtrsm("L", "L", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
   v.push_back({"dtrsm", "right, upper, no transpose", nd * nd * nd,
                [=] { dtrsm("R", "U", "N", "N", &N, &N, &one, T, &N, B, &N); },
-               [=] { p_dtrsm("R", "U", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
+               [=] { p_dtrsm("R", "U", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }, {{B, nn, false}},
+               [=] { r_dtrsm("R", "U", "N", "N", &N, &N, &one, T, &N, B, &N, 1, 1, 1, 1); }});
   if (with_z) {
     zstore.push_back(random_matrix<cz>(nn, 5));
     zstore.push_back(random_matrix<cz>(nn, 6));
@@ -117,11 +132,15 @@ std::vector<bench_case> cases(int n, std::vector<std::vector<double>>& dstore,
     static const cz zone{1, 0};
     v.push_back({"zherk", "upper, no transpose", 4 * nd * nd * nd,
                  [=] { zherk("U", "N", &N, &N, &one, ZA, &N, &one, ZC, &N); },
-                 [=] { p_zherk("U", "N", &N, &N, &one, ZA, &N, &one, ZC, &N, 1, 1); }});
+                 [=] { p_zherk("U", "N", &N, &N, &one, ZA, &N, &one, ZC, &N, 1, 1); }, {{ZC, 2 * nn, false}},
+                 [=] { r_zherk("U", "N", &N, &N, &one, ZA, &N, &one, ZC, &N, 1, 1); }});
     v.push_back({"ztrsm", "left, lower, no transpose", 4 * nd * nd * nd,
                  [=] { ztrsm("L", "L", "N", "N", &N, &N, &zone, ZT, &N, ZA, &N); },
-                 [=] { p_ztrsm("L", "L", "N", "N", &N, &N, &zone, ZT, &N, ZA, &N, 1, 1, 1, 1); }});
+                 [=] { p_ztrsm("L", "L", "N", "N", &N, &N, &zone, ZT, &N, ZA, &N, 1, 1, 1, 1); }, {{ZA, 2 * nn, false}},
+                 [=] { r_ztrsm("L", "L", "N", "N", &N, &N, &zone, ZT, &N, ZA, &N, 1, 1, 1, 1); }});
   }
+  if (!zvx_bench::reference_blas().ok())
+    for (auto& c : v) c.reference = nullptr;
   return v;
 }
 
@@ -164,7 +183,8 @@ int main(int argc, char** argv) {
   t.section = "level3";
   t.title = "Symmetric, Hermitian and triangular level-3 operations against OpenBLAS (square, order n)";
   t.columns = {"routine", "case", "n", "threads", "ours GFLOP/s", "OpenBLAS GFLOP/s",
-               "ratio ours/peer (speed)", "share of peak"};
+               "ratio ours/peer (speed)", "share of peak", "peer's result vs ours"};
+  t.header = zvx_bench::openblas_header();
   for (int n : sizes) {
     omp_set_num_threads(1);
     std::vector<std::vector<double>> ds;
@@ -174,10 +194,11 @@ int main(int argc, char** argv) {
     zvx_bench::options o = opt;
     if (n >= 1000) o.samples = std::min(opt.samples, 5);
     for (const auto& c : cases(n, ds, zs, true)) {
+      const std::string check = zvx_bench::check_pair(c.ours, c.peer, c.outputs, -1, c.reference).mark();
       const result r = run(c, o);
       t.add({c.routine, c.what, std::to_string(n), "1", zvx_bench::fmt(r.ours, 1),
              zvx_bench::fmt(r.peer, 1), zvx_bench::fmt(r.ours / r.peer, 3),
-             zvx_bench::fmt(100 * r.ours / pk, 1) + " %"});
+             zvx_bench::fmt(100 * r.ours / pk, 1) + " %", check});
       std::printf("%s %s n=%d ours %.1f peer %.1f ratio %.3f\n", c.routine.c_str(),
                   c.what.c_str(), n, r.ours, r.peer, r.ours / r.peer);
       std::fflush(stdout);
@@ -199,24 +220,31 @@ int main(int argc, char** argv) {
       omp_set_num_threads(1);
       t.add({c.routine, c.what + ", two threads against one", std::to_string(n), "2",
              zvx_bench::fmt(two, 1), zvx_bench::fmt(one, 1) + " (ours, 1 thread)",
-             zvx_bench::fmt(two / one, 3), zvx_bench::fmt(100 * two / (2 * pk), 1) + " %"});
+             zvx_bench::fmt(two / one, 3), zvx_bench::fmt(100 * two / (2 * pk), 1) + " %", "-"});
       std::printf("%s %s two threads %.1f one %.1f speedup %.3f\n", c.routine.c_str(),
                   c.what.c_str(), two, one, two / one);
       std::fflush(stdout);
     }
   }
-  char note[256];
-  std::snprintf(note, sizeof note,
-                "Peak of one core: %.0f GFLOP/s in double, as independent FMA chains on the "
-                "library's vectors measure it (the clock, %.2f GHz, times 16 double flops a cycle "
-                "would give %.0f). Flops counted as n^3 for syrk, trmm, trsm, 2 n^3 for symm, "
-                "4 n^3 for zherk and ztrsm.",
-                pk, zvx_bench::core_ghz(), nominal_peak_double());
+  char note[512];
+  {
+    const bool avx512 = !strcmp(zvx_bench::vector_isa_name(), "avx512");
+    const double per_cycle = pk / zvx_bench::core_ghz();
+    const long fmas = std::lround(per_cycle / (avx512 ? 16 : 8));
+    std::snprintf(note, sizeof note,
+                  "Peak of one core: %.0f GFLOP/s in double, as independent FMA chains on the library's "
+                  "vectors measure it: %.0f flops a cycle at the %.2f GHz that a chain of dependent additions "
+                  "measures, %ld %d-bit FMA%s a cycle. Flops counted as n^3 for syrk, trmm, trsm, 2 n^3 for "
+                  "symm, 4 n^3 for zherk and ztrsm.",
+                  pk, per_cycle, zvx_bench::core_ghz(), fmas, avx512 ? 512 : 256, fmas == 1 ? "" : "s");
+  }
   t.notes.push_back(note);
   t.notes.push_back("Medians of alternating samples of ours and OpenBLAS in one process; the machine's "
                     "two cores are shared with other work, so single figures move by a few per cent "
                     "between runs, and the two-thread rows need the second core free. Instruction "
                     "set: " + std::string(zvx_bench::vector_isa_name()) + ".");
+  t.notes.push_back(zvx_bench::check_note());
+  if (const std::string l = zvx_bench::load_note(); !l.empty()) t.notes.push_back("" + l);
   t.print();
   t.write_docs(opt);
   return 0;
