@@ -22,17 +22,14 @@ enum class op : int { n = 0, t = 1, c = 2 };
 // The products (gemm, gemv, the level-3 triangular operations): "N" as stored; the real types
 // transpose for any other letter; the complex types transpose for "T" and conjugate-transpose for
 // anything else.
-template <class T> inline op read_op(const char* trans) {
-  if (is_no_transpose(trans)) return op::n;
-  if (!is_complex<T> || is_letter(trans, 'T')) return op::t;
-  return op::c;
-}
-// The same rule where the element type is known only at run time.
+// The same rule with the element type given as a flag: the GEMM engines know it only as their
+// count of reals per element.
 inline op read_op(const char* trans, bool complex) {
   if (is_no_transpose(trans)) return op::n;
   if (!complex || is_letter(trans, 'T')) return op::t;
   return op::c;
 }
+template <class T> inline op read_op(const char* trans) { return read_op(trans, is_complex<T>); }
 
 // The level-2 triangular, band and packed family: "N" as stored, "C" conjugate-transposes
 // (complex types only), anything else transposes.
