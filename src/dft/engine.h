@@ -107,6 +107,55 @@ int primitive_dft_inverse_z_lines(const zvx_complex16* in, long in_stride, long 
                                   zvx_complex16* out, long out_stride, long out_distance,
                                   long count, PrimitiveDftContext* context, void* scratch);
 
+// Real contexts (context_real_single, context_real_double): one line of `length` reals and its
+// packed half spectrum, R(k) and I(k) for k up to length / 2. The forward entries read `length`
+// reals and write the layout of their format; the inverse entries read their format and write
+// `length` reals (the unnormalised inverse: forward then inverse gives length times the input).
+// Layouts, for N = length (n/2 is integer division):
+//   perm: R(0), R(N/2), R(1), I(1), ..., R(N/2-1), I(N/2-1)           N even, N reals
+//         R(0), R(1), I(1), ..., R((N-1)/2), I((N-1)/2)                 N odd,  N reals
+//   pack: R(0), R(1), I(1), ..., R(N/2-1), I(N/2-1), R(N/2)             N even, N reals
+//         as perm                                                       N odd
+//   ccs:  R(0), 0, R(1), I(1), ..., R(N/2), 0                           N even, N + 2 reals
+//         R(0), 0, R(1), I(1), ..., R((N-1)/2), I((N-1)/2)              N odd,  N + 1 reals
+// `in` and `out` may be the same array (which then holds the larger of the two sizes). The inverse
+// entries may overwrite their input when it is not the output. Scratch as for the complex entries.
+int primitive_dft_forward_s_perm(const float* in, float* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_forward_s_pack(const float* in, float* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_forward_s_ccs(const float* in, float* out, PrimitiveDftContext* context,
+                                void* scratch);
+int primitive_dft_inverse_s_perm(const float* in, float* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_inverse_s_pack(const float* in, float* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_inverse_s_ccs(const float* in, float* out, PrimitiveDftContext* context,
+                                void* scratch);
+int primitive_dft_forward_d_perm(const double* in, double* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_forward_d_pack(const double* in, double* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_forward_d_ccs(const double* in, double* out, PrimitiveDftContext* context,
+                                void* scratch);
+int primitive_dft_inverse_d_perm(const double* in, double* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_inverse_d_pack(const double* in, double* out, PrimitiveDftContext* context,
+                                 void* scratch);
+int primitive_dft_inverse_d_ccs(const double* in, double* out, PrimitiveDftContext* context,
+                                void* scratch);
+
+// Straight-line real transforms for the lengths 2, 4, 8, 16, 32 and 64: no context, no tables,
+// unscaled. `format` is the packed format whose layout the spectrum takes (54 CCS, 55 Pack,
+// 56 Perm, 57 CCE laid out as CCS): the forward kernel writes it, the inverse kernel reads it.
+// `in` and `out` may be the same array. The lookups give null for any other length.
+using real_small_s_fn = void (*)(const float* in, float* out, int format);
+using real_small_d_fn = void (*)(const double* in, double* out, int format);
+real_small_s_fn real_small_forward_s(int length);
+real_small_s_fn real_small_inverse_s(int length);
+real_small_d_fn real_small_forward_d(int length);
+real_small_d_fn real_small_inverse_d(int length);
+
 // The engine's allocator: 32-byte aligned, zero-filled blocks; a size below 1 gives null; free
 // accepts null.
 void* engine_allocate(long bytes);
