@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -90,6 +91,59 @@ double time_one(const std::function<void()>& fn, const options& opt) {
   std::vector<double> a;
   for (int s = 0; s < opt.samples; ++s) a.push_back(sample(fn, n));
   return median(a);
+}
+
+double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+double cpu_sample(const std::function<void()>& fn, double min_seconds) {
+  long reps = 1;
+  for (;;) {
+    const double t0 = thread_seconds();
+    for (long r = 0; r < reps; ++r) fn();
+    const double t = thread_seconds() - t0;
+    if (t >= min_seconds || reps > (1L << 30)) return t / static_cast<double>(reps);
+    reps = t > 0 ? std::max(reps * 2, static_cast<long>(static_cast<double>(reps) * 1.2 * min_seconds / t))
+                 : reps * 8;
+  }
+}
+
+pair_timing time_pair_cpu(const std::function<void()>& ours, const std::function<void()>& peer,
+                          const options& opt) {
+  for (int w = 0; w < opt.warmup; ++w) {
+    ours();
+    peer();
+  }
+  std::vector<double> a, b;
+  for (int s = 0; s < opt.samples; ++s) {
+    a.push_back(cpu_sample(ours, opt.sample_seconds));
+    b.push_back(cpu_sample(peer, opt.sample_seconds));
+  }
+  return {median(a), median(b)};
+}
+
+double memory_bandwidth_gbs() {
+  const size_t n = 20'000'000;
+  std::vector<double> a(n, 1), b(n, 2), c(n, 3);
+  double best = 0;
+  for (int r = 0; r < 5; ++r) {
+    const double triad = cpu_sample([&] {
+      double* __restrict pa = a.data();
+      const double* __restrict pb = b.data();
+      const double* __restrict pc = c.data();
+      for (size_t i = 0; i < n; ++i) pa[i] = pb[i] + 1.5 * pc[i];
+    }, 1e-3);
+    const double scale = cpu_sample([&] {
+      double* __restrict pa = a.data();
+      for (size_t i = 0; i < n; ++i) pa[i] *= 0.999;
+    }, 1e-3);
+    best = std::max({best, 4.0 * 8 * static_cast<double>(n) / triad / 1e9,
+                     2.0 * 8 * static_cast<double>(n) / scale / 1e9});
+  }
+  return best;
 }
 
 std::string fmt(double v, int decimals) {

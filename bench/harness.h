@@ -37,6 +37,20 @@ pair_timing time_pair(const std::function<void()>& ours, const std::function<voi
 // One side alone (for scaling figures such as two threads against one).
 double time_one(const std::function<void()>& fn, const options& opt);
 
+// The same pair timing on the calling thread's CPU time, which stops while the thread waits for a
+// core: on a machine shared with builds that come and go, a thread taken off its core between two
+// clock reads makes a wall-clock sample meaningless. What other processes do to the caches and
+// the memory bus still shows. One-thread rows only.
+double thread_seconds();
+// Seconds of thread CPU time per call of fn, over at least min_seconds.
+double cpu_sample(const std::function<void()>& fn, double min_seconds);
+pair_timing time_pair_cpu(const std::function<void()>& ours, const std::function<void()>& peer,
+                          const options& opt);
+// This machine's streaming bandwidth for one thread, GB/s in thread CPU time like the rows it is
+// compared with: the best of a triad a = b + s c (four transfers per element with the
+// write-allocate of a) and an in-place scaling (two transfers), over 160 MB arrays, best of five.
+double memory_bandwidth_gbs();
+
 // A table of results, printed as Markdown and optionally written into docs/benchmarks.md
 // between the markers of its section, replacing what that section held before.
 struct table {

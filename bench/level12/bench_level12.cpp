@@ -80,63 +80,9 @@ std::string reason(const std::string& name, bool in_memory, double seconds) {
          "run-to-run noise of the shared machine";
 }
 
-// The machine is shared with builds that come and go: a thread taken off its core between two
-// clock reads makes a wall-clock sample meaningless. This pair timer follows the harness (warm-up,
-// alternating samples, medians) but reads the thread's CPU time, which stops while the thread
-// waits for a core. What the other processes do to the caches and the memory bus still shows.
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return t.tv_sec + 1e-9 * t.tv_nsec;
-}
-double cpu_sample(const std::function<void()>& fn, double min_seconds) {
-  long reps = 1;
-  for (;;) {
-    const double t0 = thread_seconds();
-    for (long r = 0; r < reps; ++r) fn();
-    const double t = thread_seconds() - t0;
-    if (t >= min_seconds || reps > (1L << 30)) return t / reps;
-    reps = t > 0 ? std::max(reps * 2, (long)(reps * 1.2 * min_seconds / t)) : reps * 8;
-  }
-}
-zvx_bench::pair_timing time_pair_cpu(const std::function<void()>& ours, const std::function<void()>& peer,
-                                     const zb& opt) {
-  for (int w = 0; w < opt.warmup; ++w) {
-    ours();
-    peer();
-  }
-  std::vector<double> a, b;
-  for (int s = 0; s < opt.samples; ++s) {
-    a.push_back(cpu_sample(ours, opt.sample_seconds));
-    b.push_back(cpu_sample(peer, opt.sample_seconds));
-  }
-  std::sort(a.begin(), a.end());
-  std::sort(b.begin(), b.end());
-  return {a[a.size() / 2], b[b.size() / 2]};
-}
-
-// The machine's memory bandwidth, in CPU time like the rows it is compared with: the best of a
-// triad a = b + s c (four transfers per element with the write-allocate of a) and an in-place
-// scaling (two transfers), over 160 MB arrays, best of five each.
-double memory_bandwidth_gbs() {
-  const size_t n = 20'000'000;
-  std::vector<double> a(n, 1), b(n, 2), c(n, 3);
-  double best = 0;
-  for (int r = 0; r < 5; ++r) {
-    const double triad = cpu_sample([&] {
-      double* __restrict pa = a.data();
-      const double* __restrict pb = b.data();
-      const double* __restrict pc = c.data();
-      for (size_t i = 0; i < n; ++i) pa[i] = pb[i] + 1.5 * pc[i];
-    }, 1e-3);
-    const double scale = cpu_sample([&] {
-      double* __restrict pa = a.data();
-      for (size_t i = 0; i < n; ++i) pa[i] *= 0.999;
-    }, 1e-3);
-    best = std::max({best, 4.0 * 8 * n / triad / 1e9, 2.0 * 8 * n / scale / 1e9});
-  }
-  return best;
-}
+using zvx_bench::cpu_sample;
+using zvx_bench::memory_bandwidth_gbs;
+using zvx_bench::time_pair_cpu;
 
 // Data larger than the last-level cache stream from memory; the rest sit in a cache.
 // The size comes from the kernel's cache description; sysconf's figure is not reliable on virtual

@@ -77,80 +77,13 @@ sparse_rm to_eigen(const csr_matrix& a) {
   return e;
 }
 
-// One-thread rows read the thread's CPU time, which stops while the thread waits for a core of
-// the shared machine; what other processes do to the caches and the memory bus still shows.
-// Warm-up, alternating samples and medians as in the harness.
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return t.tv_sec + 1e-9 * t.tv_nsec;
-}
-double cpu_sample(const std::function<void()>& fn, double min_seconds) {
-  long reps = 1;
-  for (;;) {
-    const double t0 = thread_seconds();
-    for (long r = 0; r < reps; ++r) fn();
-    const double t = thread_seconds() - t0;
-    if (t >= min_seconds || reps > (1L << 30)) return t / reps;
-    reps = t > 0 ? std::max(reps * 2, static_cast<long>(reps * 1.2 * min_seconds / t)) : reps * 8;
-  }
-}
-zvx_bench::pair_timing time_pair_cpu(const std::function<void()>& ours, const std::function<void()>& peer,
-                                     const zvx_bench::options& opt) {
-  for (int w = 0; w < opt.warmup; ++w) {
-    ours();
-    peer();
-  }
-  std::vector<double> a, b;
-  for (int s = 0; s < opt.samples; ++s) {
-    a.push_back(cpu_sample(ours, opt.sample_seconds));
-    b.push_back(cpu_sample(peer, opt.sample_seconds));
-  }
-  std::sort(a.begin(), a.end());
-  std::sort(b.begin(), b.end());
-  return {a[a.size() / 2], b[b.size() / 2]};
-}
+using zvx_bench::cpu_sample;
+using zvx_bench::time_pair_cpu;
 
 double max_diff(const double* a, const double* b, long n) {
   double d = 0;
   for (long i = 0; i < n; ++i) d = std::max(d, std::abs(a[i] - b[i]) / std::max(1.0, std::abs(b[i])));
   return d;
-}
-
-// Streaming bandwidth of this machine: the best of a triad and an in-place scaling over 160 MB
-// arrays, write-allocate transfers counted, one thread.
-double stream_gbs() {
-  const size_t n = 20'000'000;
-  std::vector<double> a(n, 1), b(n, 2), c(n, 3);
-  double best = 0;
-  for (int r = 0; r < 5; ++r) {
-  const double triad = cpu_sample([&] {
-    double* __restrict pa = a.data();
-    const double* __restrict pb = b.data();
-    const double* __restrict pc = c.data();
-    for (size_t i = 0; i < n; ++i) pa[i] = pb[i] + 1.5 * pc[i];
-  }, 1e-3);
-  const double scale = cpu_sample([&] {
-    double* __restrict pa = a.data();
-    for (size_t i = 0; i < n; ++i) pa[i] *= 0.999;
-  }, 1e-3);
-  best = std::max({best, 4.0 * 8 * n / triad / 1e9, 2.0 * 8 * n / scale / 1e9});
-  }
-  return best;
-}
-
-std::string processor_features() {
-  std::ifstream in("/proc/cpuinfo");
-  std::string line, flags, cache;
-  while (std::getline(in, line)) {
-    if (flags.empty() && line.rfind("flags", 0) == 0) flags = line;
-    if (cache.empty() && line.rfind("cache size", 0) == 0) cache = line.substr(line.find(':') + 2);
-  }
-  std::string out = "x86-64";
-  for (const char* f : {"avx2", "fma", "avx512f", "avx512dq", "avx512vl"})
-    if (flags.find(std::string(" ") + f) != std::string::npos) out += std::string(", ") + f;
-  out += ", last-level cache " + cache + ", " + std::to_string(omp_get_num_procs()) + " cores";
-  return out;
 }
 
 struct run {
@@ -204,8 +137,8 @@ int main(int argc, char** argv) {
   c.opt = zvx_bench::parse_options(argc, argv);
   Eigen::setNbThreads(1);
   omp_set_num_threads(1);
-  c.bandwidth = stream_gbs();
-  const std::string features = processor_features();
+  c.bandwidth = zvx_bench::memory_bandwidth_gbs();
+  const std::string features = zvx_bench::processor_description();
   fprintf(stderr, "%s; streaming bandwidth %.1f GB/s; kernel set %s\n", features.c_str(), c.bandwidth,
           zvx_bench::vector_isa_name());
   c.t.section = "spblas";
