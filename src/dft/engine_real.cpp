@@ -79,58 +79,6 @@ void fixed_inverse(int n, const T* x, T* y) {
   }
 }
 
-// The half-length result z (n complex, in place) to the Perm spectrum of N = 2n. With
-// a = z(k), b = conj z(n-k): the even samples' spectrum is (a + b)/2, the odd samples' is
-// -i (a - b)/2, and X(k) = E + w^k O, X(n-k) = conj(E - w^k O). h holds w^k / 2.
-template <class T>
-void recombine_forward(T* z, const T* h, long n) {
-  const T r = z[0], i = z[1];
-  z[0] = r + i;
-  z[1] = r - i;
-  for (long k = 1; 2 * k < n; ++k) {
-    T* pa = z + 2 * k;
-    T* pb = z + 2 * (n - k);
-    const T ar = pa[0], ai = pa[1], br = pb[0], bi = -pb[1];
-    const T er = T(0.5) * (ar + br), ei = T(0.5) * (ai + bi);
-    const T dr = ai - bi, di = br - ar;  // -i (a - b)
-    const T hr = h[2 * k], hi = h[2 * k + 1];
-    const T tr = hr * dr - hi * di, ti = hr * di + hi * dr;
-    pa[0] = er + tr;
-    pa[1] = ei + ti;
-    pb[0] = er - tr;
-    pb[1] = ti - ei;
-  }
-  if (n % 2 == 0 && n > 0) z[n + 1] = -z[n + 1];
-}
-
-// The mirror of recombine_forward: from Perm (in place) to the half-length spectrum whose
-// inverse transform is the line's inverse as pairs: Y(k) = A + i conj(w^k) B, with
-// A = X(k) + conj X(n-k), B = X(k) - conj X(n-k), and Y(n-k) = conj(A - i conj(w^k) B).
-template <class T>
-void recombine_inverse(T* z, const T* h, long n) {
-  const T r0 = z[0], rn = z[1];
-  z[0] = r0 + rn;
-  z[1] = r0 - rn;
-  for (long k = 1; 2 * k < n; ++k) {
-    T* pa = z + 2 * k;
-    T* pb = z + 2 * (n - k);
-    const T ar = pa[0], ai = pa[1], br = pb[0], bi = -pb[1];
-    const T sr = ar + br, si = ai + bi, dr = ar - br, di = ai - bi;
-    // i conj(w) B with conj(w) = 2 (h.r - i h.i)
-    const T cr = 2 * h[2 * k], ci = -2 * h[2 * k + 1];
-    const T pr = cr * dr - ci * di, pi = cr * di + ci * dr;  // conj(w) B
-    const T qr = -pi, qi = pr;                                // times i
-    pa[0] = sr + qr;
-    pa[1] = si + qi;
-    pb[0] = sr - qr;
-    pb[1] = qi - si;
-  }
-  if (n % 2 == 0 && n > 0) {
-    z[n] = 2 * z[n];
-    z[n + 1] = -2 * z[n + 1];
-  }
-}
-
 // Odd length N at most the real direct limit: the sums x(j) + x(N-j) and differences
 // x(j) - x(N-j) serve the cosine and the sine half of every output; t = jk mod N rotates through
 // the table of cos and sin of 2 pi t / N.
@@ -239,7 +187,9 @@ void forward_perm(const PrimitiveDftContext* c, const T* x, T* y, T* work) {
     fixed_forward(static_cast<int>(n), x, y);
   } else if (n % 2 == 0) {
     complex_transform(c->half_context, x, y, work, 0);
-    recombine_forward(y, static_cast<const T*>(c->real_table), n / 2);
+    const T* h = static_cast<const T*>(c->real_table);
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_forward_double(y, h, n / 2);
+    else c->kernels->real_forward_single(y, h, n / 2);
   } else if (c->real_direct_table != nullptr) {
     direct_forward(x, y, static_cast<const T*>(c->real_direct_table), n, work);
   } else {
@@ -263,7 +213,9 @@ void inverse_perm(const PrimitiveDftContext* c, T* y, T* work) {
   if (n <= tuning::fixed_kernel_limit) {
     fixed_inverse(static_cast<int>(n), y, y);
   } else if (n % 2 == 0) {
-    recombine_inverse(y, static_cast<const T*>(c->real_table), n / 2);
+    const T* h = static_cast<const T*>(c->real_table);
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_inverse_double(y, h, n / 2);
+    else c->kernels->real_inverse_single(y, h, n / 2);
     complex_transform(c->half_context, y, y, work, 1);
   } else if (c->real_direct_table != nullptr) {
     T* copy = work + n + 1;
