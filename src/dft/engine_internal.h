@@ -43,11 +43,12 @@ struct engine_kernels {
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
   // The recombination of a real line of even length 2n with its half-length transform z, in
-  // place; h holds exp(-2 pi i k / 2n) / 2 for k up to n/2 (engine_real_passes.h).
+  // place, and its inverse from the spectrum's pairs in x (engine_real_passes.h); h holds
+  // exp(-2 pi i k / 2n) / 2 for k up to n/2.
   void (*real_forward_single)(float* z, const float* h, long n);
   void (*real_forward_double)(double* z, const double* h, long n);
-  void (*real_inverse_single)(float* z, const float* h, long n);
-  void (*real_inverse_double)(double* z, const double* h, long n);
+  void (*real_inverse_single)(float* z, const float* x, const float* h, long n);
+  void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
 };
 
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }

@@ -142,11 +142,11 @@ void real_forward_single(float* z, const float* h, long n) {
 void real_forward_double(double* z, const double* h, long n) {
   engine_detail::real_forward<avx2_double>(z, h, n);
 }
-void real_inverse_single(float* z, const float* h, long n) {
-  engine_detail::real_inverse<avx2_single>(z, h, n);
+void real_inverse_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_inverse<avx2_single>(z, x, h, n);
 }
-void real_inverse_double(double* z, const double* h, long n) {
-  engine_detail::real_inverse<avx2_double>(z, h, n);
+void real_inverse_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_inverse<avx2_double>(z, x, h, n);
 }
 
 constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double,

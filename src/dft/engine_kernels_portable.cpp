@@ -26,11 +26,11 @@ void real_forward_single(float* z, const float* h, long n) {
 void real_forward_double(double* z, const double* h, long n) {
   engine_detail::real_forward<scalar_complex<double>>(z, h, n);
 }
-void real_inverse_single(float* z, const float* h, long n) {
-  engine_detail::real_inverse<scalar_complex<float>>(z, h, n);
+void real_inverse_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_inverse<scalar_complex<float>>(z, x, h, n);
 }
-void real_inverse_double(double* z, const double* h, long n) {
-  engine_detail::real_inverse<scalar_complex<double>>(z, h, n);
+void real_inverse_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_inverse<scalar_complex<double>>(z, x, h, n);
 }
 
 constexpr engine_kernels table{1, 1, pass_single, pass_double,

@@ -214,8 +214,8 @@ void inverse_perm(const PrimitiveDftContext* c, T* y, T* work) {
     fixed_inverse(static_cast<int>(n), y, y);
   } else if (n % 2 == 0) {
     const T* h = static_cast<const T*>(c->real_table);
-    if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_inverse_double(y, h, n / 2);
-    else c->kernels->real_inverse_single(y, h, n / 2);
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_inverse_double(y, y, h, n / 2);
+    else c->kernels->real_inverse_single(y, y, h, n / 2);
     complex_transform(c->half_context, y, y, work, 1);
   } else if (c->real_direct_table != nullptr) {
     T* copy = work + n + 1;
@@ -261,8 +261,20 @@ int real_compute(const T* in, T* out, PrimitiveDftContext* c, void* scratch, int
       for (long k = 0; k < n; ++k) out[k] *= static_cast<T>(c->scale);
     perm_to_format(out, n, format);
   } else {
-    format_to_perm(in, out, n, format);
-    inverse_perm(c, out, work);
+    if (n % 2 == 0 && n > tuning::fixed_kernel_limit && format != layout_pack) {
+      // Perm and CCS keep the pairs where the recombination reads them: it reads the input
+      // and writes the output, with no copy between them.
+      const T r0 = in[0], half = in[format == layout_ccs ? n : 1];
+      out[0] = r0;
+      out[1] = half;
+      const T* h = static_cast<const T*>(c->real_table);
+      if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_inverse_double(out, in, h, n / 2);
+      else c->kernels->real_inverse_single(out, in, h, n / 2);
+      complex_transform(c->half_context, out, out, work, 1);
+    } else {
+      format_to_perm(in, out, n, format);
+      inverse_perm(c, out, work);
+    }
     if (c->scale_inverse)
       for (long k = 0; k < n; ++k) out[k] *= static_cast<T>(c->scale);
   }

@@ -28,21 +28,22 @@ inline void real_forward_pairs(typename V::real* z, const typename V::real* h, l
   }
 }
 
-// Inverse, the mirror: A = a + b, B = a - b with b = conj X(n-k); z(k) = A + i conj(w^k) B and
-// z(n-k) = conj(A - i conj(w^k) B); conj(w^k) B is twice the conjugate product with h.
+// Inverse, the mirror, from the spectrum's pairs in x to z (x may be z): A = a + b, B = a - b with
+// b = conj X(n-k); z(k) = A + i conj(w^k) B and z(n-k) = conj(A - i conj(w^k) B); conj(w^k) B is
+// twice the conjugate product with h.
 template <class V>
-inline void real_inverse_pairs(typename V::real* z, const typename V::real* h, long n, long k0,
-                               long k1) {
+inline void real_inverse_pairs(typename V::real* z, const typename V::real* x,
+                               const typename V::real* h, long n, long k0, long k1) {
   using T = typename V::real;
   for (long k = k0; k < k1; k += V::W) {
-    T* const pb = z + 2 * (n - k - V::W + 1);
-    const typename V::R a = V::load(z + 2 * k);
-    const typename V::R b = V::conj(V::reverse(V::load(pb)));
+    const long kb = 2 * (n - k - V::W + 1);
+    const typename V::R a = V::load(x + 2 * k);
+    const typename V::R b = V::conj(V::reverse(V::load(x + kb)));
     const typename V::R s = V::add(a, b);
     const typename V::R q =
         V::pos_i(V::mulr(V::template cmul<true>(V::sub(a, b), V::load(h + 2 * k)), T(2)));
     V::store(z + 2 * k, V::add(s, q));
-    V::store(pb, V::reverse(V::conj(V::sub(s, q))));
+    V::store(z + kb, V::reverse(V::conj(V::sub(s, q))));
   }
 }
 
@@ -65,8 +66,11 @@ void real_forward(typename V::real* z, const typename V::real* h, long n) {
   if (n % 2 == 0) z[n + 1] = -z[n + 1];
 }
 
+// z[0] and z[1] hold R(0) and R(N/2) on entry; x holds the pair (R(k), I(k)) at 2k, 2k + 1 for
+// k from 1 to n/2, and is either z or an array apart from it.
 template <class V>
-void real_inverse(typename V::real* z, const typename V::real* h, long n) {
+void real_inverse(typename V::real* z, const typename V::real* x, const typename V::real* h,
+                  long n) {
   using T = typename V::real;
   using S = scalar_complex<T>;
   const T r0 = z[0], rn = z[1];
@@ -76,13 +80,13 @@ void real_inverse(typename V::real* z, const typename V::real* h, long n) {
   long k = 1;
   if constexpr (V::W > 1) {
     const long vectors = (pairs - 1) / V::W;
-    real_inverse_pairs<V>(z, h, n, 1, 1 + vectors * V::W);
+    real_inverse_pairs<V>(z, x, h, n, 1, 1 + vectors * V::W);
     k = 1 + vectors * V::W;
   }
-  real_inverse_pairs<S>(z, h, n, k, pairs);
+  real_inverse_pairs<S>(z, x, h, n, k, pairs);
   if (n % 2 == 0) {
-    z[n] = 2 * z[n];
-    z[n + 1] = -2 * z[n + 1];
+    z[n] = 2 * x[n];
+    z[n + 1] = -2 * x[n + 1];
   }
 }
 
