@@ -43,8 +43,8 @@ struct engine_kernels {
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
   // The recombination of a real line of even length 2n with its half-length transform z, in
-  // place, and its inverse from the spectrum's pairs in x (engine_real_passes.h); h holds
-  // exp(-2 pi i k / 2n) / 2 for k up to n/2.
+  // place, and its inverse from the spectrum's pairs in x; h is the table of
+  // engine_real_passes.h.
   void (*real_forward_single)(float* z, const float* h, long n);
   void (*real_forward_double)(double* z, const double* h, long n);
   void (*real_inverse_single)(float* z, const float* x, const float* h, long n);
@@ -105,8 +105,8 @@ struct PrimitiveDftContext {
   engine_plan batch_plan;
   void* batch_twiddle_block;
   // Real contexts. Even lengths run a complex context of half the length on the pairs
-  // (x(2j), x(2j+1)) and recombine its result with `real_table`, the roots exp(-2 pi i k / N)
-  // of the real length N, halved, for k up to N / 4. Odd lengths either run the direct real sum with `real_direct_table`
+  // (x(2j), x(2j+1)) and recombine its result with `real_table`, built from the roots
+  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd lengths either run the direct real sum with `real_direct_table`
   // (cos and sin of 2 pi k / n, k < n) or a complex context of the whole length
   // (`real_mixed_radix` when that context factors the length).
   PrimitiveDftContext* half_context;

@@ -27,6 +27,10 @@ struct avx2_double {
   static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
   static R conj(R a) { return _mm256_xor_pd(a, _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
   static R reverse(R a) { return _mm256_permute2f128_pd(a, a, 0x01); }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm256_fmaddsub_pd(a, wr, _mm256_mul_pd(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm256_mul_pd(swap(a), _mm256_set1_pd(wi));
@@ -84,6 +88,10 @@ struct avx2_single {
   }
   static R reverse(R a) {
     return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), 0x1B));
+  }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm256_fmaddsub_ps(a, wr, _mm256_mul_ps(swap(a), wi));;
   }
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {

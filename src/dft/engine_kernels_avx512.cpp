@@ -101,6 +101,10 @@ struct avx512_double {
   static R reverse(R a) {
     return _mm512_permutexvar_pd(_mm512_setr_epi64(6, 7, 4, 5, 2, 3, 0, 1), a);
   }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm512_fmaddsub_pd(a, wr, _mm512_mul_pd(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm512_mul_pd(swap(a), _mm512_set1_pd(wi));
@@ -168,6 +172,10 @@ struct avx512_single {
   static R reverse(R a) {
     return _mm512_castpd_ps(_mm512_permutexvar_pd(_mm512_setr_epi64(7, 6, 5, 4, 3, 2, 1, 0),
                                                   _mm512_castps_pd(a)));
+  }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm512_fmaddsub_ps(a, wr, _mm512_mul_ps(swap(a), wi));;
   }
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {

@@ -10,6 +10,8 @@
 #include <cstring>
 
 #include "dft/engine_internal.h"
+#include "dft/engine_passes.h"
+#include "dft/engine_real_passes.h"
 #include "dft/engine_tuning.h"
 
 namespace zvx::dft {
@@ -307,14 +309,16 @@ int build_real(PrimitiveDftContext* c) {
     c->is_power_of_two = c->half_context->is_power_of_two;
     c->is_mixed_radix = c->half_context->is_mixed_radix;
     c->chirp_length = c->half_context->chirp_length;
-    const long entries = half / 2 + 1;
-    T* h = static_cast<T*>(engine_allocate(static_cast<long>(2 * sizeof(T)) * entries));
+    const engine_detail::real_table_layout layout(half);
+    T* h = static_cast<T*>(engine_allocate(static_cast<long>(sizeof(T)) * layout.reals()));
     if (h == nullptr) return engine_no_memory;
     c->real_table = h;
-    for (long k = 0; k < entries; ++k) {
+    for (long k = 0; k < layout.entries; ++k) {
       const long double a = two_pi * static_cast<long double>(k) / static_cast<long double>(n);
-      h[2 * k] = static_cast<T>(0.5L * cosl(a));
-      h[2 * k + 1] = static_cast<T>(-0.5L * sinl(a));
+      const long double hr = 0.5L * cosl(a), hi = -0.5L * sinl(a);
+      const long double values[4] = {hi, -hr, 2 * hi, 2 * hr};
+      for (int j = 0; j < 4; ++j) h[2 * j * layout.entries + 2 * k] =
+          h[2 * j * layout.entries + 2 * k + 1] = static_cast<T>(values[j]);
     }
     c->buffer_size = c->half_context->buffer_size;
     return engine_ok;
