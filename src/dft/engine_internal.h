@@ -51,6 +51,17 @@ struct engine_kernels {
   void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
 };
 
+// The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.
+struct real_small_table {
+  real_small_s_fn forward_s[6];
+  real_small_d_fn forward_d[6];
+  real_small_s_fn inverse_s[6];
+  real_small_d_fn inverse_d[6];
+};
+namespace isa_portable { const real_small_table& real_small_kernels(); }
+namespace isa_avx2 { const real_small_table& real_small_kernels(); }
+namespace isa_avx512 { const real_small_table& real_small_kernels(); }
+
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }
 namespace isa_avx2 { const engine_kernels& dft_engine_kernels(); }
 namespace isa_avx512 { const engine_kernels& dft_engine_kernels(); }
