@@ -117,9 +117,10 @@ struct PrimitiveDftContext {
   void* batch_twiddle_block;
   // Real contexts. Even lengths run a complex context of half the length on the pairs
   // (x(2j), x(2j+1)) and recombine its result with `real_table`, built from the roots
-  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd lengths either run the direct real sum with `real_direct_table`
-  // (cos and sin of 2 pi k / n, k < n) or a complex context of the whole length
-  // (`real_mixed_radix` when that context factors the length).
+  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd
+  // lengths either run the direct real sum with `real_direct_table` (cos and sin of
+  // 2 pi k / N, k < N) or a complex context of the whole length (`real_mixed_radix` when that
+  // context factors the length).
   PrimitiveDftContext* half_context;
   void* real_table;
   void* real_direct_table;

@@ -249,7 +249,8 @@ def main():
     out.append("")
     for direction in ("forward", "inverse"):
         for suffix in ("s", "d"):
-            out.append("real_small_%s_fn real_small_%s_%s(int length) {" % (suffix, direction, suffix))
+            out.append("real_small_%s_fn real_small_%s_%s(int length) {"
+                       % (suffix, direction, suffix))
             out.append("  const int j = slot(length);")
             out.append("  return j < 0 ? nullptr : chosen().%s_%s[j];" % (direction, suffix))
             out.append("}")
