@@ -98,33 +98,9 @@ inline int engine_line(const DftiDimensionRecord* r, bool forward, int fmt, cons
   }
 }
 
-// Rewrites a packed line of n in format `fmt` as Perm in `out` (n reals; `out` is not `in`).
-template <class R>
-inline void to_perm(int fmt, long n, const R* in, R* out) {
-  if (fmt == DFTI_PERM_FORMAT || n % 2 != 0) {
-    if (is_ccs(fmt) && n % 2 != 0) {
-      out[0] = in[0];
-      memcpy(out + 1, in + 2, static_cast<size_t>(n - 1) * sizeof(R));
-    } else {
-      memcpy(out, in, static_cast<size_t>(n) * sizeof(R));
-    }
-    return;
-  }
-  // Even n: Pack and CCS differ from Perm only in where R(n / 2) and the pairs stand.
-  out[0] = in[0];
-  if (n == 1) return;
-  if (fmt == DFTI_PACK_FORMAT) {
-    out[1] = in[n - 1];
-    memcpy(out + 2, in + 1, static_cast<size_t>(n - 2) * sizeof(R));
-  } else {
-    out[1] = in[n];
-    memcpy(out + 2, in + 2, static_cast<size_t>(n - 2) * sizeof(R));
-  }
-}
-
-// One real line in the given format, scaled by the record's scale of the direction. The inverse
-// entries may overwrite their input, so a backward line from one array to another is first
-// rewritten as Perm in the output and transformed there: the caller's input stays as it was.
+// One real line in the given format, scaled by the record's scale of the direction. The engine's
+// inverse entries read their input and write the output without touching the input (the tests of
+// every out-of-place path check that the caller's input stays as it was).
 template <class R>
 inline int real_line(const DftiDimensionRecord* r, bool forward, int fmt, const R* in, R* out,
                      void* scratch) {
@@ -136,13 +112,7 @@ inline int real_line(const DftiDimensionRecord* r, bool forward, int fmt, const 
       return DFTI_NO_ERROR;
     }
   }
-  int status;
-  if (!forward && in != out) {
-    to_perm(fmt, n, in, out);
-    status = engine_line(r, false, DFTI_PERM_FORMAT, out, out, scratch);
-  } else {
-    status = engine_line(r, forward, fmt, in, out, scratch);
-  }
+  const int status = engine_line(r, forward, fmt, in, out, scratch);
   if (status != engine_ok) return map_engine_status(status);
   // The forward count covers R(n / 2) of an even CCS line; the last real there is a zero.
   if (scale != R(1)) scale_reals<R>(forward && is_ccs(fmt) ? n + 1 : n, scale, out);
@@ -168,11 +138,7 @@ int real_backward_slot(const R* in, R* out, const DftiDimensionRecord* r, void* 
   // The multi-dimensional out-of-place drivers hand over rows they have already made Perm.
   const bool perm_rows = r->rank >= 2 && r->placement == DFTI_NOT_INPLACE && is_ccs(fmt);
   int status;
-  if (in != out) {
-    if (!perm_rows) to_perm(fmt, n, in, out);
-    else memcpy(out, in, static_cast<size_t>(n) * sizeof(R));
-    status = engine_line(r, false, DFTI_PERM_FORMAT, out, out, scratch);
-  } else if (perm_rows) {
+  if (perm_rows) {
     status = engine_line(r, false, DFTI_PERM_FORMAT, in, out, scratch);
   } else {
     status = (sizeof(R) == sizeof(float) ? r->real_backward_s : r->real_backward_d)(
