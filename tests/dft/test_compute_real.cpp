@@ -126,6 +126,52 @@ TYPED_TEST(DftReal, BatchesStridesAndOffsets) {
       }
 }
 
+// Forward, then backward with the scale 1/n, on one descriptor: the input comes back, in every
+// format and both precisions, in place and out of place.
+TYPED_TEST(DftReal, RoundTrips) {
+  using R = TypeParam;
+  for (long n : {1L, 2L, 13L, 64L, 96L, 181L, 1024L, 4095L})
+    for (int fmt : kFormats)
+      for (bool in_place : {false, true}) {
+        SCOPED_TRACE("n=" + std::to_string(n) + " fmt=" + std::to_string(fmt));
+        rconfig c;
+        c.n = {n};
+        c.fmt = fmt;
+        c.in_place = in_place;
+        const side_layout dense{};
+        const long half = fmt == DFTI_CCE_FORMAT ? n / 2 + 1 : packed_reals(fmt, n);
+        DFTI_DESCRIPTOR_HANDLE h =
+            make_real_descriptor<R>(c, resolved(dense, {n}), resolved(dense, {half}));
+        ASSERT_NE(h, nullptr);
+        const int param = DFTI_BACKWARD_SCALE;
+        const double scale = 1.0 / static_cast<double>(n);
+        ASSERT_EQ(dfti_set_value_dblval(&h, &param, &scale), 0);
+        ASSERT_EQ(dfti_commit_descriptor_external(&h), 0);
+        std::mt19937 gen(static_cast<unsigned>(n));
+        std::uniform_real_distribution<double> u(-1.0, 1.0);
+        std::vector<R> x(static_cast<size_t>(n + 2)), spec(static_cast<size_t>(n + 2)),
+            back(static_cast<size_t>(n + 2));
+        for (long i = 0; i < n; ++i) x[static_cast<size_t>(i)] = static_cast<R>(u(gen));
+        rconfig f = c, b = c;
+        b.forward = false;
+        if (in_place) {
+          back = x;
+          ASSERT_EQ(compute_real<R>(h, f, back.data(), back.data()), 0);
+          ASSERT_EQ(compute_real<R>(h, b, back.data(), back.data()), 0);
+        } else {
+          ASSERT_EQ(compute_real<R>(h, f, x.data(), spec.data()), 0);
+          ASSERT_EQ(compute_real<R>(h, b, spec.data(), back.data()), 0);
+        }
+        double err = 0, norm = 0;
+        for (long i = 0; i < n; ++i) {
+          err += std::pow(back[static_cast<size_t>(i)] - x[static_cast<size_t>(i)], 2);
+          norm += std::pow(x[static_cast<size_t>(i)], 2);
+        }
+        EXPECT_LE(std::sqrt(err / norm), 4 * dft_test::tolerance<typename complex_of<R>::type>(n));
+        EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
+      }
+}
+
 // Long lines against FFTW's real transforms (a naive spectrum would take too long).
 template <class R>
 void against_fftw(long n, bool forward) {
