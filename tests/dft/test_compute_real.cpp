@@ -109,10 +109,16 @@ TYPED_TEST(DftReal, BatchesStridesAndOffsets) {
         c.real_side = {3, {2}, 2 * n + 5};
         c.packed_side = {1, {3}, 3 * p + 1};
         check_real<TypeParam>(c, 5);
-        // Interleaved: neighbouring transforms one element apart.
+        // Interleaved: neighbouring transforms one element apart, a part of a batch and more
+        // than two whole batches.
         c.real_side = {0, {3}, 1};
         c.packed_side = {2, {3}, 1};
         check_real<TypeParam>(c, 6);
+        c.count = 37;
+        c.real_side = {0, {37}, 1};
+        c.packed_side = {1, {38}, 1};
+        check_real<TypeParam>(c, 10);
+        c.count = 3;
         // In place, one array: packed formats describe it with one set of strides; complex
         // storage counts each side in its own elements.
         c.in_place = true;
