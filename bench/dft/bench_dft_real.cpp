@@ -217,7 +217,9 @@ void real_transform_table(const zvx_bench::options& opt) {
       ", r2c and c2r plans made with FFTW_MEASURE before timing (c2r may overwrite its input, "
       "as FFTW allows by default; ours keeps it). Ratios of the least thread CPU time per call "
       "over alternating samples; speeds count 2.5 n log2 n flops. Instruction set: " +
-      std::string(zvx_bench::vector_isa_name()) + ". " + zvx_bench::load_note());
+      std::string(zvx_bench::vector_isa_name()) + ". Lines of 64 points and fewer run the "
+      "engine's straight-line kernels, which commit chooses for a scale of 1. " +
+      zvx_bench::load_note());
   t.print();
   t.write_docs(opt);
 }
