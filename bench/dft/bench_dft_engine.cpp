@@ -1,9 +1,9 @@
 // The DFT line engine against FFTW: one complex line in place, or one real line out of place
-// against FFTW's r2c and c2r plans, one thread, FFTW planned with FFTW_MEASURE before timing. Both results are checked against each other on random data first;
-// the timed line is then kept at zero, so that thousands of unscaled in-place transforms in a
-// row neither overflow nor reach subnormal numbers (the arithmetic does not depend on the values
-// otherwise). Prints a table of times, ratios and 5 n log2 n / t, and with --docs writes it and a
-// plot into docs/benchmarks.md.
+// against FFTW's r2c and c2r plans, one thread, FFTW planned with FFTW_MEASURE before timing.
+// Both results are checked against each other on random data first; the timed line is then kept
+// at zero, so that thousands of unscaled transforms in a row neither overflow nor reach subnormal
+// numbers (the arithmetic does not depend on the values otherwise). Prints a table of times,
+// ratios and 5 n log2 n / t, and with --docs writes it and a plot into docs/benchmarks.md.
 #include <fftw3.h>
 
 #include <time.h>
@@ -385,8 +385,8 @@ int main(int argc, char** argv) {
                     "(time_pair); the CPU-time ratio takes the least thread CPU time per call over "
                     "alternating samples, which a loaded machine does not distort, and GFLOP/s "
                     "(5 n log2 n / t) and the plot use it. The difference column is the relative "
-                    "RMS difference of the two results on random data. Real rows count 2.5 n log2 n "
-                    "operations, half those of a complex line.");
+                    "RMS difference of the two results on random data. Real rows count "
+                    "2.5 n log2 n operations, half those of a complex line.");
   const std::string png = zvx_bench::plot_png(opt, "dft_engine.png",
                                               "DFT line engine, powers of two, one thread", "n",
                                               "GFLOP/s (5 n log2 n / t)", plot, true);

@@ -51,6 +51,17 @@ struct engine_kernels {
   void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
 };
 
+// The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.
+struct real_small_table {
+  real_small_s_fn forward_s[6];
+  real_small_d_fn forward_d[6];
+  real_small_s_fn inverse_s[6];
+  real_small_d_fn inverse_d[6];
+};
+namespace isa_portable { const real_small_table& real_small_kernels(); }
+namespace isa_avx2 { const real_small_table& real_small_kernels(); }
+namespace isa_avx512 { const real_small_table& real_small_kernels(); }
+
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }
 namespace isa_avx2 { const engine_kernels& dft_engine_kernels(); }
 namespace isa_avx512 { const engine_kernels& dft_engine_kernels(); }
@@ -106,9 +117,10 @@ struct PrimitiveDftContext {
   void* batch_twiddle_block;
   // Real contexts. Even lengths run a complex context of half the length on the pairs
   // (x(2j), x(2j+1)) and recombine its result with `real_table`, built from the roots
-  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd lengths either run the direct real sum with `real_direct_table`
-  // (cos and sin of 2 pi k / n, k < n) or a complex context of the whole length
-  // (`real_mixed_radix` when that context factors the length).
+  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd
+  // lengths either run the direct real sum with `real_direct_table` (cos and sin of
+  // 2 pi k / N, k < N) or a complex context of the whole length (`real_mixed_radix` when that
+  // context factors the length).
   PrimitiveDftContext* half_context;
   void* real_table;
   void* real_direct_table;

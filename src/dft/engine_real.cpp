@@ -21,10 +21,18 @@ constexpr long double two_pi = 6.283185307179586476925286766559005768L;
 
 enum packed_layout : int { layout_ccs = 54, layout_pack = 55, layout_perm = 56 };
 
+// Half-length contexts of the power-of-two and mixed-radix routes are in natural order and
+// unscaled: their passes run directly.
 template <class T>
 void complex_transform(const PrimitiveDftContext* c, const T* in, T* out, T* work, int inverse) {
-  if constexpr (sizeof(T) == sizeof(double)) engine_transform_double(c, in, out, work, inverse);
-  else engine_transform_single(c, in, out, work, inverse);
+  if (c->route == route_power_of_two || (c->route == route_mixed_radix && !c->no_reorder)) {
+    if constexpr (sizeof(T) == sizeof(double)) engine_run_plan_double(c, in, out, work, inverse);
+    else engine_run_plan_single(c, in, out, work, inverse);
+  } else if constexpr (sizeof(T) == sizeof(double)) {
+    engine_transform_double(c, in, out, work, inverse);
+  } else {
+    engine_transform_single(c, in, out, work, inverse);
+  }
 }
 
 template <class T>
