@@ -142,14 +142,14 @@ real_row run_real_row(const std::vector<int>& n, bool forward) {
   } else {
     // The spectrum comes from an FFTW forward plan on random real data.
     R* x = F::alloc(total);
-    R* spec = F::alloc(2 * half);
-    typename F::plan p = F::r2c(dims, x, spec);
+    R* spectrum = F::alloc(2 * half);
+    typename F::plan p = F::r2c(dims, x, spectrum);
     for (long i = 0; i < total; ++i) x[i] = static_cast<R>(u(gen));
     F::run(p);
-    std::copy(spec, spec + 2 * half, in.begin());
+    std::copy(spectrum, spectrum + 2 * half, in.begin());
     F::destroy(p);
     F::free(x);
-    F::free(spec);
+    F::free(spectrum);
   }
   std::copy(in.begin(), in.end(), pin);
   (forward ? F::forward : F::backward)(&h, in.data(), out.data());

@@ -155,7 +155,7 @@ TYPED_TEST(DftReal, RoundTrips) {
         ASSERT_EQ(dfti_commit_descriptor_external(&h), 0);
         std::mt19937 gen(static_cast<unsigned>(n));
         std::uniform_real_distribution<double> u(-1.0, 1.0);
-        std::vector<R> x(static_cast<size_t>(n + 2)), spec(static_cast<size_t>(n + 2)),
+        std::vector<R> x(static_cast<size_t>(n + 2)), spectrum(static_cast<size_t>(n + 2)),
             back(static_cast<size_t>(n + 2));
         for (long i = 0; i < n; ++i) x[static_cast<size_t>(i)] = static_cast<R>(u(gen));
         rconfig f = c, b = c;
@@ -165,8 +165,8 @@ TYPED_TEST(DftReal, RoundTrips) {
           ASSERT_EQ(compute_real<R>(h, f, back.data(), back.data()), 0);
           ASSERT_EQ(compute_real<R>(h, b, back.data(), back.data()), 0);
         } else {
-          ASSERT_EQ(compute_real<R>(h, f, x.data(), spec.data()), 0);
-          ASSERT_EQ(compute_real<R>(h, b, spec.data(), back.data()), 0);
+          ASSERT_EQ(compute_real<R>(h, f, x.data(), spectrum.data()), 0);
+          ASSERT_EQ(compute_real<R>(h, b, spectrum.data(), back.data()), 0);
         }
         double err = 0, norm = 0;
         for (long i = 0; i < n; ++i) {
@@ -185,12 +185,12 @@ void against_fftw(long n, bool forward) {
   std::mt19937 gen(static_cast<unsigned>(n));
   std::uniform_real_distribution<double> u(-1.0, 1.0);
   const long h = n / 2 + 1;
-  std::vector<double> x(static_cast<size_t>(n)), spec(static_cast<size_t>(2 * h));
+  std::vector<double> x(static_cast<size_t>(n)), spectrum(static_cast<size_t>(2 * h));
   for (double& v : x) v = static_cast<R>(u(gen));
   {  // FFTW in double gives the spectrum of x, and x back (times n) from it
     std::vector<double> xin = x;
     fftw_plan p = fftw_plan_dft_r2c_1d(static_cast<int>(n), xin.data(),
-                                       reinterpret_cast<fftw_complex*>(spec.data()), FFTW_ESTIMATE);
+                                       reinterpret_cast<fftw_complex*>(spectrum.data()), FFTW_ESTIMATE);
     fftw_execute(p);
     fftw_destroy_plan(p);
   }
@@ -207,12 +207,12 @@ void against_fftw(long n, bool forward) {
     for (long i = 0; i < n; ++i) in[static_cast<size_t>(i)] = static_cast<R>(x[static_cast<size_t>(i)]);
     ASSERT_EQ(compute_real<R>(hd, c, in.data(), out.data()), 0);
     for (long i = 0; i < 2 * h; ++i) {
-      const double d = out[static_cast<size_t>(i)] - spec[static_cast<size_t>(i)];
+      const double d = out[static_cast<size_t>(i)] - spectrum[static_cast<size_t>(i)];
       err += d * d;
-      norm += spec[static_cast<size_t>(i)] * spec[static_cast<size_t>(i)];
+      norm += spectrum[static_cast<size_t>(i)] * spectrum[static_cast<size_t>(i)];
     }
   } else {
-    for (long i = 0; i < 2 * h; ++i) in[static_cast<size_t>(i)] = static_cast<R>(spec[static_cast<size_t>(i)]);
+    for (long i = 0; i < 2 * h; ++i) in[static_cast<size_t>(i)] = static_cast<R>(spectrum[static_cast<size_t>(i)]);
     ASSERT_EQ(compute_real<R>(hd, c, in.data(), out.data()), 0);
     for (long i = 0; i < n; ++i) {
       const double want = static_cast<double>(n) * x[static_cast<size_t>(i)];
