@@ -1,6 +1,7 @@
 // Complex transforms through the descriptor entries against FFTW (plans made with FFTW_MEASURE
 // before any timing), one thread, in place; then the two-thread speed-up of our 2-D and 3-D
-// transforms. Every row also compares our result with FFTW's on the same input.
+// transforms; then the real transforms (bench_dft_real.cpp). Every row also compares our result
+// with FFTW's on the same input.
 #include <fftw3.h>
 #include <omp.h>
 
@@ -202,8 +203,17 @@ double speedup(const shape& s, const zvx_bench::options& opt) {
 
 }  // namespace
 
+void real_transform_table(const zvx_bench::options& opt);  // bench_dft_real.cpp
+
 int main(int argc, char** argv) {
   zvx_bench::options opt = zvx_bench::parse_options(argc, argv);
+  // --real: the real table alone.
+  for (int i = 1; i < argc; ++i)
+    if (std::string(argv[i]) == "--real") {
+      omp_set_num_threads(1);
+      real_transform_table(opt);
+      return 0;
+    }
   // Threads for the speed-up rows: the policy is read once, so it is set before anything asks.
   set_parallel();
   omp_set_num_threads(1);
@@ -286,5 +296,6 @@ int main(int argc, char** argv) {
   }
   t.print();
   t.write_docs(opt);
+  real_transform_table(opt);
   return 0;
 }

@@ -424,10 +424,12 @@ TEST(DftCommit, UserThreadsTakeOneBlockEachAndThePathOfFlags) {
 }
 
 TEST(DftCommit, UnbuiltConfigurationsFailAndCanBeReconfigured) {
-  // A real descriptor: created and configured, not committed yet.
-  DFTI_DESCRIPTOR_HANDLE r = create(kDouble, kReal, {64});
+  // A real descriptor of rank 3 needs conjugate-even storage as complex values.
+  DFTI_DESCRIPTOR_HANDLE r = create(kDouble, kReal, {4, 4, 4});
   EXPECT_EQ(commit(r), 6);
   EXPECT_EQ(get_int(r, DFTI_COMMIT_STATUS), DFTI_UNCOMMITTED);
+  EXPECT_EQ(set_int(r, DFTI_CONJUGATE_EVEN_STORAGE, DFTI_COMPLEX_COMPLEX), 0);
+  EXPECT_EQ(commit(r), 0);
   release(r);
   // Long scrambled power-of-two lines belong to the large engine.
   const int large = tuning::kLargeLengthSingle * 2;
@@ -480,8 +482,10 @@ TEST(DftCommit, CreateCommitFreeLoopsReleaseEverything) {
     release(h);
   }
   for (int i = 0; i < 20; ++i) {
-    DFTI_DESCRIPTOR_HANDLE h = create(kDouble, kReal, {16});
-    EXPECT_EQ(commit(h), 6);
+    DFTI_DESCRIPTOR_HANDLE h = create(i % 2 ? kSingle : kDouble, kReal, {16 + i, 5});
+    if (i % 3 == 0) EXPECT_EQ(set_int(h, DFTI_CONJUGATE_EVEN_STORAGE, DFTI_COMPLEX_COMPLEX), 0);
+    ASSERT_EQ(commit(h), 0);
+    ASSERT_EQ(commit(h), 0);
     release(h);
   }
 }
