@@ -23,6 +23,26 @@ inline constexpr long kHighRankSerialElements = 32000;
 inline constexpr int kLargeLengthSingle = 32768;
 inline constexpr int kLargeLengthDouble = 8192;
 
+// The large engine's blocking. A leaf block is finished inside the first-level cache (48 KiB):
+// 2^10 complex doubles or 2^11 complex floats, 16 KiB, leave room for the stage tables and the
+// prefetched next block. A group is a block that stays in the second-level cache (1 MiB a core)
+// while the column pass over it runs: 2^14 doubles or 2^15 floats, 256 KiB, a quarter of it, so
+// that the data, the pass's twiddles and the other core's traffic in the shared levels fit.
+// A column pass takes at most kLargeMaxColumnLevels levels at once (256 rows); its buffer holds
+// kLargeColumnBuffer complex values (64 KiB in double: rows times chunk columns), so that a pass
+// over 256 rows still moves 16 neighbouring columns, 256 bytes, from each row.
+inline constexpr int kLargeLeafLogDouble = 10;
+inline constexpr int kLargeLeafLogSingle = 11;
+inline constexpr int kLargeGroupLogDouble = 14;
+inline constexpr int kLargeGroupLogSingle = 15;
+inline constexpr int kLargeMaxColumnLevels = 8;
+inline constexpr long kLargeColumnBuffer = 4096;
+// The ordering step swaps tiles of 2^5 x 2^5 elements (16 KiB of doubles), rows of 32 neighbours,
+// each tile read and written once while it sits in the first-level cache.
+inline constexpr int kLargeReverseBits = 5;
+// Threaded entries split a line into at most 2^kLargeMaxThreadLevels blocks.
+inline constexpr int kLargeMaxThreadLevels = 8;
+
 // Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
 // transforms interleaved at distance 1) move 2^level neighbouring lines through a buffer, so that
 // every cache line fetched down a column serves several lines. Sixteen lines while the buffer
