@@ -6,6 +6,7 @@
 #include <omp.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "dft/dft_tuning.h"
@@ -218,27 +219,43 @@ real_t<E> scale_of(const record* r, bool forward) {
 // A block of 2^s elements: its column pass, then each of the blocks it leaves (forward); the
 // blocks first, then the pass (backward).
 template <class T>
-void forward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k) {
+void forward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k, T* buffer) {
   const large_column_plan& plan = t->chain[s];
   if (plan.levels == 0) {
     k.leaf(x, s, t, 0);
     return;
   }
-  k.column(x, &plan, t, 0);
+  k.column(x, &plan, t, 0, buffer);
   const int sub = s - plan.levels;
-  for (long b = 0; b < (1L << plan.levels); ++b) forward_block(x + (2L * b << sub), sub, t, k);
+  for (long b = 0; b < (1L << plan.levels); ++b)
+    forward_block(x + (2L * b << sub), sub, t, k, buffer);
 }
 
 template <class T>
-void backward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k) {
+void backward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k, T* buffer) {
   const large_column_plan& plan = t->chain[s];
   if (plan.levels == 0) {
     k.leaf(x, s, t, 1);
     return;
   }
   const int sub = s - plan.levels;
-  for (long b = 0; b < (1L << plan.levels); ++b) backward_block(x + (2L * b << sub), sub, t, k);
-  k.column(x, &plan, t, 1);
+  for (long b = 0; b < (1L << plan.levels); ++b)
+    backward_block(x + (2L * b << sub), sub, t, k, buffer);
+  k.column(x, &plan, t, 1, buffer);
+}
+
+// The parts of one block of scratch: the column buffer, then the two tiles of the ordering step.
+template <class E>
+struct scratch_parts {
+  real_t<E>* column;
+  E* tiles;
+};
+constexpr long kTileElements = 1L << (2 * tuning::kLargeReverseBits);
+template <class E>
+scratch_parts<E> parts_of(void* scratch) {
+  const auto at = (reinterpret_cast<uintptr_t>(scratch) + 63) & ~uintptr_t{63};
+  auto* column = reinterpret_cast<real_t<E>*>(at);
+  return {column, reinterpret_cast<E*>(column + 2 * tuning::kLargeColumnBuffer)};
 }
 
 template <class T>
@@ -251,7 +268,7 @@ void scale_block(T* x, long n, T scale) {
 // to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and written
 // to each other's place, every row of a tile being 2^q neighbouring elements.
 template <class E>
-void bit_reverse(E* x, const large_table* t) {
+void bit_reverse(E* x, const large_table* t, E* tiles) {
   const int L = t->log2_length, q = t->reverse_bits;
   const long n = 1L << L;
   if (q == 0) {
@@ -269,8 +286,8 @@ void bit_reverse(E* x, const large_table* t) {
   const int32_t* pairs = reinterpret_cast<const int32_t*>(reinterpret_cast<const char*>(t) +
                                                           t->reverse_table);
   const int32_t* rev = pairs + 2L * t->reverse_pairs;
-  constexpr long kTile = 1L << tuning::kLargeReverseBits;
-  alignas(64) E a[kTile * kTile], b[kTile * kTile];
+  E* a = tiles;
+  E* b = tiles + kTileElements;
   auto load = [&](E* tile, long mid) {
     for (long r = 0; r < Q; ++r) std::memcpy(tile + r * Q, x + r * high + (mid << q), Q * sizeof(E));
   };
@@ -295,7 +312,7 @@ void bit_reverse(E* x, const large_table* t) {
 }
 
 template <class E, bool Forward>
-int large_line(const E* in, E* out, const record* r, void*) {
+int large_line(const E* in, E* out, const record* r, void* scratch) {
   using T = real_t<E>;
   const long n = r->length;
   if (n <= 0) return DFTI_NO_ERROR;
@@ -308,16 +325,24 @@ int large_line(const E* in, E* out, const record* r, void*) {
   }
   const large_table* t = table_of<E>(r);
   if (t == nullptr || (1L << t->log2_length) != n) return DFTI_ZVX_INTERNAL_ERROR;
+  void* own = nullptr;
+  if (scratch == nullptr) {
+    own = zvx::scratch_allocate(static_cast<unsigned>(large_scratch_bytes(r->precision)), 64);
+    if (own == nullptr) return DFTI_MEMORY_ERROR;
+    scratch = own;
+  }
+  const scratch_parts<E> parts = parts_of<E>(scratch);
   const large_kernels_of<T>& k = kernels_of<E>();
   const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
   if (Forward) {
-    forward_block(x, t->log2_length, t, k);
-    if (ordered) bit_reverse(out, t);
+    forward_block(x, t->log2_length, t, k, parts.column);
+    if (ordered) bit_reverse(out, t, parts.tiles);
   } else {
-    if (ordered) bit_reverse(out, t);
-    backward_block(x, t->log2_length, t, k);
+    if (ordered) bit_reverse(out, t, parts.tiles);
+    backward_block(x, t->log2_length, t, k, parts.column);
   }
   scale_block(x, n, scale);
+  if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
 }
 
@@ -331,30 +356,44 @@ int large_parallel(E* data, int chunks, const record* r) {
   int p = 0;
   while ((2L << p) <= chunks) ++p;
   if (t != nullptr && p > t->top_levels) p = t->top_levels;
-  if (r->length <= 1 || t == nullptr || p == 0) return large_line<E, Forward>(data, data, r, nullptr);
+  const int64_t need = large_scratch_bytes(r->precision);
+  const bool workspace = r->workspace != nullptr && r->workspace_size >= need &&
+                         r->number_of_user_threads <= 1 && (1L << p) <= r->thread_count;
+  if (r->length <= 1 || t == nullptr || p == 0)
+    return large_line<E, Forward>(data, data, r, workspace ? r->workspace : nullptr);
   const long n = r->length, P = 1L << p, m = n >> p;
+  const int64_t stride = workspace ? r->workspace_size : need;
+  void* own = nullptr;
+  if (!workspace) {
+    if (P * need > 0xFFFFFFFFL) return DFTI_MEMORY_ERROR;
+    own = zvx::scratch_allocate(static_cast<unsigned>(P * need), 64);
+    if (own == nullptr) return DFTI_MEMORY_ERROR;
+  }
+  char* base = static_cast<char*>(workspace ? r->workspace : own);
   const int sub = t->log2_length - p;
   const large_kernels_of<T>& k = kernels_of<E>();
   const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
   const T scale = scale_of<E>(r, Forward);
   T* x = reinterpret_cast<T*>(data);
+  const scratch_parts<E> mine = parts_of<E>(base);
   if (Forward) {
-    k.column(x, &t->top[p], t, 0);
+    k.column(x, &t->top[p], t, 0, mine.column);
 #pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
     for (long i = 0; i < P; ++i) {
-      forward_block(x + 2 * i * m, sub, t, k);
+      forward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
       scale_block(x + 2 * i * m, m, scale);
     }
-    if (ordered) bit_reverse(data, t);
+    if (ordered) bit_reverse(data, t, mine.tiles);
   } else {
-    if (ordered) bit_reverse(data, t);
+    if (ordered) bit_reverse(data, t, mine.tiles);
 #pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
     for (long i = 0; i < P; ++i) {
-      backward_block(x + 2 * i * m, sub, t, k);
+      backward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
       scale_block(x + 2 * i * m, m, scale);
     }
-    k.column(x, &t->top[p], t, 1);
+    k.column(x, &t->top[p], t, 1, mine.column);
   }
+  if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
 }
 
@@ -385,6 +424,11 @@ int large_parallel_backward_c(complex8* data, int chunks, const record* r) {
   return large_parallel<complex8, false>(data, chunks, r);
 }
 
+int64_t large_scratch_bytes(int precision) {
+  const int64_t complex_bytes = precision == DFTI_SINGLE ? 8 : 16;
+  return (tuning::kLargeColumnBuffer + 2 * kTileElements) * complex_bytes + 64;
+}
+
 int setup_large_record(record* r, int threads) {
   const long n = r->length;
   if (n < 2 || (n & (n - 1)) != 0) return DFTI_ZVX_INTERNAL_ERROR;
@@ -408,6 +452,8 @@ int setup_large_record(record* r, int threads) {
     r->parallel_backward_z = large_parallel_backward_z;
   }
   r->not_power_of_two = 0;
+  const int64_t need = large_scratch_bytes(r->precision);
+  if (r->engine_buffer_size < need) r->engine_buffer_size = need;
   return DFTI_NO_ERROR;
 }
 

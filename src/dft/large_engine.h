@@ -50,12 +50,13 @@ struct large_table {
   int64_t bytes;
 };
 
-// Vector kernels of one instruction set for one precision: the leaf routine, one column pass over
-// a range of chunks, and the scale of a line.
+// Vector kernels of one instruction set for one precision: the leaf routine, and one column pass
+// with its buffer of kLargeColumnBuffer complex values.
 template <class T>
 struct large_kernels_of {
   void (*leaf)(T* x, int log2_n, const large_table* t, int inverse);
-  void (*column)(T* x, const large_column_plan* plan, const large_table* t, int inverse);
+  void (*column)(T* x, const large_column_plan* plan, const large_table* t, int inverse,
+                 T* buffer);
 };
 struct large_kernels {
   large_kernels_of<float> single_precision;
@@ -67,16 +68,23 @@ namespace isa_avx512 { const large_kernels& dft_large_kernels(); }
 // The table for this process's instruction set, chosen once.
 const large_kernels& dft_large_kernels();
 
+// Scratch bytes one serial call, or one block of a threaded call, works in: the column buffer
+// and the two tiles of the ordering step, plus room to align them.
+int64_t large_scratch_bytes(int precision);
+
 // Builds the table of a power-of-two record (length at least 2) in the record's precision and
 // stores the large engine's serial entries in its line slots and the threaded ones in its parallel
-// slots; `not_power_of_two` becomes 0. `threads` bounds the threaded entries' block count.
+// slots; `not_power_of_two` becomes 0, and `engine_buffer_size` grows to large_scratch_bytes.
+// `threads` bounds the threaded entries' block count.
 // Returns a descriptor status (1 when there is no memory). Serves the complex records of commit
 // and the complex dimensions above the first of real descriptors.
 int setup_large_record(DftiDimensionRecord* r, int threads = 1);
 
 // The entries, for tests and for commit. Serial: (input, output, record, scratch); the line is
 // transformed in place in `output` (copied there first when `input` differs) and scaled by the
-// record's scale of the direction; `scratch` is not used. Threaded: (data, chunk count, record).
+// record's scale of the direction; `scratch` holds large_scratch_bytes (null: taken for the call).
+// Threaded: (data, chunk count, record); each block works in the record's workspace when the
+// record has one with a block per thread, else in scratch taken for the call.
 int large_forward_z(const complex16* in, complex16* out, const DftiDimensionRecord* r, void*);
 int large_backward_z(const complex16* in, complex16* out, const DftiDimensionRecord* r, void*);
 int large_forward_c(const complex8* in, complex8* out, const DftiDimensionRecord* r, void*);

@@ -14,7 +14,6 @@
 #pragma once
 #include <cstdint>
 
-#include "dft/dft_tuning.h"
 #include "dft/large_engine.h"
 
 namespace zvx::dft::large_detail {
@@ -240,7 +239,8 @@ void leaf_vector(typename V::real* x, int lg, const large_table* t) {
 // block's twiddles. Backward: twiddles on the way in (conjugated), the steps from the small
 // blocks up.
 template <class V, bool Inv>
-void column_pass(typename V::real* x, const large_column_plan* plan, const large_table* t) {
+void column_pass(typename V::real* x, const large_column_plan* plan, const large_table* t,
+                 typename V::real* buf) {
   using T = typename V::real;
   using R = typename V::R;
   constexpr int W = V::W;
@@ -249,7 +249,6 @@ void column_pass(typename V::real* x, const large_column_plan* plan, const large
   const T* coarse = at<T>(t, plan->coarse);
   const T* fine = at<T>(t, plan->fine);
   const long chunks = S / C;
-  alignas(64) T buf[2 * tuning::kLargeColumnBuffer];
   auto row_step4 = [&](int s) {
     const long Mr = 1L << s, Qr = Mr >> 2;
     const T* tw = at<T>(t, t->stage_radix4[s]);
@@ -352,9 +351,9 @@ void leaf(typename V::real* x, int lg, const large_table* t, int inverse) {
 
 template <class V>
 void column(typename V::real* x, const large_column_plan* plan, const large_table* t,
-            int inverse) {
-  if (inverse) column_pass<V, true>(x, plan, t);
-  else column_pass<V, false>(x, plan, t);
+            int inverse, typename V::real* buffer) {
+  if (inverse) column_pass<V, true>(x, plan, t, buffer);
+  else column_pass<V, false>(x, plan, t, buffer);
 }
 
 template <class VS, class VD>
