@@ -112,7 +112,9 @@ large_table* build_table(int L, int threads) {
   h.is_double = is_double ? 1 : 0;
   h.leaf_log = leaf;
   int top = 0;
-  while (top < tuning::kLargeMaxThreadLevels && (2L << top) <= threads && top + 1 < L) ++top;
+  // Blocks of a threaded call stay at least a leaf long, so that a pass row holds whole chunks.
+  while (top < tuning::kLargeMaxThreadLevels && (2L << top) <= threads && top + 1 <= L - leaf)
+    ++top;
   h.top_levels = top;
 
   table_layout layout;
@@ -186,7 +188,8 @@ large_table* build_table(int L, int threads) {
         list[at++] = static_cast<int32_t>(r);
       }
     }
-    for (long c = 0; c < (1L << q); ++c) list[at + c] = static_cast<int32_t>(bit_reverse_index(c, q));
+    for (long c = 0; c < (1L << q); ++c)
+      list[at + c] = static_cast<int32_t>(bit_reverse_index(c, q));
   }
   return t;
 }
@@ -289,7 +292,8 @@ void bit_reverse(E* x, const large_table* t, E* tiles) {
   E* a = tiles;
   E* b = tiles + kTileElements;
   auto load = [&](E* tile, long mid) {
-    for (long r = 0; r < Q; ++r) std::memcpy(tile + r * Q, x + r * high + (mid << q), Q * sizeof(E));
+    for (long r = 0; r < Q; ++r)
+      std::memcpy(tile + r * Q, x + r * high + (mid << q), Q * sizeof(E));
   };
   auto store = [&](const E* tile, long mid) {
     for (long r = 0; r < Q; ++r) {

@@ -52,7 +52,8 @@ template <class E>
 std::vector<E> reversed_order(const std::vector<E>& x) {
   const int bits = log2_of(static_cast<long>(x.size()));
   std::vector<E> y(x.size());
-  for (size_t i = 0; i < x.size(); ++i) y[i] = x[static_cast<size_t>(reverse_bits(static_cast<long>(i), bits))];
+  for (size_t i = 0; i < x.size(); ++i)
+    y[i] = x[static_cast<size_t>(reverse_bits(static_cast<long>(i), bits))];
   return y;
 }
 
@@ -117,6 +118,14 @@ template <class E>
 int backward_out(DFTI_DESCRIPTOR_HANDLE& h, const E* in, E* out) {
   if constexpr (sizeof(E) == sizeof(zvx_complex8)) return dfti_compute_backward_c_out(&h, in, out);
   else return dfti_compute_backward_z_out(&h, in, out);
+}
+
+// The elements of a line as long double values.
+template <class E>
+std::vector<cld> widened(const std::vector<E>& x) {
+  std::vector<cld> y(x.size());
+  for (size_t i = 0; i < x.size(); ++i) y[i] = cld(x[i].real, x[i].imag);
+  return y;
 }
 
 // The record's slots of the precision.

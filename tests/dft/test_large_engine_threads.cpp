@@ -32,8 +32,7 @@ TYPED_TEST(LargeThreads, ThreadedEntriesEqualTheSerialOne) {
     for (bool fw : {true, false}) {
       std::vector<E> serial = x0;
       ASSERT_EQ(line_slot<E>(h, fw)(serial.data(), serial.data(), h, nullptr), 0);
-      std::vector<cld> want(serial.size());
-      for (size_t i = 0; i < serial.size(); ++i) want[i] = cld(serial[i].real, serial[i].imag);
+      const std::vector<cld> want = widened(serial);
       for (int chunks : {1, 2, 3, 4}) {
         SCOPED_TRACE(chunks);
         std::vector<E> x = x0;
@@ -92,7 +91,8 @@ TEST(LargeThreadsHybrid, ScalesDecideTheSlots) {
   h = line_descriptor<zvx_complex16>(n / 2, DFTI_ORDERED, true, 0.5, 0.5);
   EXPECT_EQ(h->large_table_double, nullptr);
   EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
-  h = line_descriptor<zvx_complex8>(first_large_length<zvx_complex8>(), DFTI_ORDERED, true, 0.5, 0.5);
+  h = line_descriptor<zvx_complex8>(first_large_length<zvx_complex8>(), DFTI_ORDERED, true, 0.5,
+                                    0.5);
   EXPECT_EQ(h->large_table_single, nullptr);
   EXPECT_EQ(h->not_power_of_two, 1);
   EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
@@ -107,7 +107,8 @@ TEST(LargeThreadsHybrid, ScrambledIsTheBitReversalOfOrdered) {
   const long n = first_large_length<E>() * 2;
   const int bits = log2_of(n);
   DFTI_DESCRIPTOR_HANDLE ordered = line_descriptor<E>(n, DFTI_ORDERED, true, 0.5, 0.25);
-  DFTI_DESCRIPTOR_HANDLE scrambled = line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.5, 0.25);
+  DFTI_DESCRIPTOR_HANDLE scrambled =
+      line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.5, 0.25);
   ASSERT_EQ(ordered->forward_z, scrambled->forward_z);
   const std::vector<E> x0 = random_array<E>(n, 24);
   std::vector<E> a = x0, b = x0;
@@ -123,11 +124,8 @@ TEST(LargeThreadsHybrid, ScrambledIsTheBitReversalOfOrdered) {
   // Backward from those outputs: both give the input times n * 0.5 * 0.25.
   ASSERT_EQ(ordered->backward_z(a.data(), a.data(), ordered, nullptr), 0);
   ASSERT_EQ(scrambled->backward_z(b.data(), b.data(), scrambled, nullptr), 0);
-  std::vector<cld> want(static_cast<size_t>(n));
-  for (long i = 0; i < n; ++i)
-    want[static_cast<size_t>(i)] = cld(x0[static_cast<size_t>(i)].real, x0[static_cast<size_t>(i)].imag);
-  EXPECT_LE(difference(a.data(), 1, want, n * 0.125L, false), tolerance<E>(n));
-  EXPECT_LE(difference(b.data(), 1, want, n * 0.125L, false), tolerance<E>(n));
+  EXPECT_LE(difference(a.data(), 1, widened(x0), n * 0.125L, false), tolerance<E>(n));
+  EXPECT_LE(difference(b.data(), 1, widened(x0), n * 0.125L, false), tolerance<E>(n));
   EXPECT_EQ(dfti_free_descriptor_external(&ordered), 0);
   EXPECT_EQ(dfti_free_descriptor_external(&scrambled), 0);
 }
@@ -160,7 +158,8 @@ TYPED_TEST(LargeThreads, ComputeDispatchAgainstFftw) {
     for (const shape s : shapes) {
       SCOPED_TRACE(testing::Message() << threads << " threads, ordering " << s.ordering << " "
                                       << s.in_place << " " << s.is << " " << s.os);
-      DFTI_DESCRIPTOR_HANDLE h = line_descriptor<E>(n, s.ordering, s.in_place, 2.0, 0.5, s.is, s.os);
+      DFTI_DESCRIPTOR_HANDLE h =
+          line_descriptor<E>(n, s.ordering, s.in_place, 2.0, 0.5, s.is, s.os);
       ASSERT_EQ(h->not_power_of_two, 0);
       const bool reversed = s.ordering == DFTI_BACKWARD_SCRAMBLED;
       for (bool fw : {true, false}) {
