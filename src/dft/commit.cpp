@@ -8,6 +8,7 @@
 #include "blas/level12/kernels.h"
 #include "dft/descriptor.h"
 #include "dft/dft_tuning.h"
+#include "dft/large_engine.h"
 #include "dft/real_line.h"
 #include "service/service.h"
 
@@ -89,22 +90,40 @@ int setup_complex_record(record* r, bool scrambled) {
   return DFTI_NO_ERROR;
 }
 
-// Which engine a complex record needs. Long power-of-two lines in scrambled order, and the
-// threaded hybrid of long ordered double lines with a scale other than 1, belong to the large
-// power-of-two engine, which is not built yet: those configurations are refused as unimplemented
-// and nothing else is affected. The hybrid with both scales 1 runs its lines on the line engine,
-// serially, which is where that configuration ends anyway.
-int complex_record_route(const record* first, const record* r) {
-  if (!is_power_of_two(r->length)) return DFTI_NO_ERROR;
+// Which engine a complex record takes. Long power-of-two lines in scrambled order run on the large
+// engine, which splits into blocks that thread. Long ordered double lines that may thread (two
+// threads or more, one dimension, not out of place with unit strides) take the hybrid: both
+// engines are built; a direction whose scale is exactly 1 keeps the line engine's wrapper, so with
+// both scales 1 the transform stays serial on the line engine, and only with both scales other
+// than 1 can the threaded entry run.
+enum class complex_route { engine, large, hybrid };
+
+complex_route route_of(const record* first, const record* r) {
+  if (!is_power_of_two(r->length)) return complex_route::engine;
   const bool single = r->precision == DFTI_SINGLE;
   const int limit = single ? tuning::kLargeLengthSingle : tuning::kLargeLengthDouble;
-  if (r->length <= limit) return DFTI_NO_ERROR;
-  if (r->ordering == DFTI_BACKWARD_SCRAMBLED) return DFTI_UNIMPLEMENTED;
+  if (r->length <= limit) return complex_route::engine;
+  if (r->ordering == DFTI_BACKWARD_SCRAMBLED) return complex_route::large;
   const bool hybrid = !single && first->thread_count >= 2 && first->rank == 1 &&
                       !(first->placement == DFTI_NOT_INPLACE && first->input_stride == 1 &&
                         first->output_stride == 1);
-  if (hybrid && (r->forward_scale_double != 1.0 || r->backward_scale_double != 1.0))
-    return DFTI_UNIMPLEMENTED;
+  return hybrid ? complex_route::hybrid : complex_route::engine;
+}
+
+int setup_complex_route(const record* first, record* r) {
+  const complex_route route = route_of(first, r);
+  if (route == complex_route::engine)
+    return setup_complex_record(r, r->ordering == DFTI_BACKWARD_SCRAMBLED);
+  const int threads = first->thread_count > 1 ? first->thread_count : 1;
+  int status = setup_large_record(r, threads);
+  if (status != DFTI_NO_ERROR || route == complex_route::large) return status;
+  status = setup_complex_record(r, false);  // the line engine's context and wrappers in both slots
+  if (status != DFTI_NO_ERROR) return status;
+  r->not_power_of_two = 0;
+  if (r->forward_scale_double == 1.0) r->not_power_of_two = 1;
+  else r->forward_z = large_forward_z;
+  if (r->backward_scale_double == 1.0) r->not_power_of_two = 1;
+  else r->backward_z = large_backward_z;
   return DFTI_NO_ERROR;
 }
 
@@ -115,9 +134,15 @@ template <class R>
 int setup_real_record(record* first, record* r) {
   const bool single = sizeof(R) == sizeof(float);
   if (r->dimension_index > 0) {
-    // Single-precision powers of two above the large-engine limit would go to the large
-    // power-of-two engine; until it serves real descriptors they run on the line engine.
-    const int status = setup_complex_record(r, false);
+    // The complex columns of the half spectrum. Single-precision powers of two above the
+    // large-engine limit run on the large engine as complex lines of that length do, unless the
+    // transform is out of place with unit strides.
+    const bool unit_out_of_place = first->placement == DFTI_NOT_INPLACE &&
+                                   first->input_stride == 1 && first->output_stride == 1;
+    const int status = single && is_power_of_two(r->length) &&
+                               r->length > tuning::kLargeLengthSingle && !unit_out_of_place
+                           ? setup_large_record(r, first->thread_count > 1 ? first->thread_count : 1)
+                           : setup_complex_record(r, false);
     if (status != DFTI_NO_ERROR) return status;
   }
   real_entry_fn forward, backward;
@@ -307,9 +332,7 @@ ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
       status = first->precision == DFTI_SINGLE ? setup_real_record<float>(first, r)
                                                : setup_real_record<double>(first, r);
     } else {
-      status = complex_record_route(first, r);
-      if (status == DFTI_NO_ERROR)
-        status = setup_complex_record(r, r->ordering == DFTI_BACKWARD_SCRAMBLED);
+      status = setup_complex_route(first, r);
     }
     if (status != DFTI_NO_ERROR) return fail(first, status);
     if (r->unsupported == 1) return fail(first, DFTI_UNIMPLEMENTED);

@@ -96,6 +96,42 @@ int parallel_high_rank(const call<E>& c, int T) {
   });
 }
 
+template <class E> struct parallel_of;
+template <> struct parallel_of<complex8> { using fn = parallel_c_fn; };
+template <> struct parallel_of<complex16> { using fn = parallel_z_fn; };
+
+// Rank 1, one transform: the large engine's threaded entry, which works in place on a unit-stride
+// line. Chunk count: T up to two threads; above, 2 for lengths up to 1024, else T, except 4 for
+// eight threads below 2^21 elements, where more blocks do not pay. A strided line moves through a
+// buffer; `_out` copies the input to the output first and transforms there.
+template <class E>
+int parallel_line(const call<E>& c, int T) {
+  const DftiDimensionRecord* first = c.first;
+  typename parallel_of<E>::fn entry;
+  if constexpr (sizeof(E) == sizeof(complex8))
+    entry = c.forward ? first->parallel_forward_c : first->parallel_backward_c;
+  else
+    entry = c.forward ? first->parallel_forward_z : first->parallel_backward_z;
+  // Lines of the line engine have no threaded entry and run on this thread.
+  if (entry == nullptr) return serial_frame(c, 0, 1, first->workspace);
+  const long n = first->length;
+  int chunks = T;
+  if (T > 2) chunks = n <= 1024 ? 2 : (T == 8 && first->log2_length < 21 ? 4 : T);
+  const long is = first->input_stride, os = c.output_stride();
+  if (c.in_place && is == 1) return entry(c.out, chunks, first);
+  if (!c.in_place && os == 1) {
+    strided_copy(n, c.in, is, c.out, 1);
+    return entry(c.out, chunks, first);
+  }
+  E* buf = take_buffer<E>(n);
+  if (buf == nullptr) return DFTI_MEMORY_ERROR;
+  strided_copy(n, c.in, is, buf, 1);
+  const int status = entry(buf, chunks, first);
+  if (status == DFTI_NO_ERROR) strided_copy(n, buf, 1, c.out, os);
+  give_buffer(buf);
+  return status;
+}
+
 // User-thread mode: the caller takes a free busy flag (status 8 when all are taken), works with
 // that flag's block of the workspace, and gives the flag back. The lock is held around the scan
 // and the clear only, never around the transform.
@@ -136,9 +172,7 @@ int parallel_frame(const call<E>& c) {
   const int T = first->thread_count;
   const long count = first->number_of_transforms;
   if (count == 1) {
-    // Rank 1 threads only inside the large power-of-two engine; lines of the line engine run on
-    // this thread.
-    if (first->rank == 1) return serial_frame(c, 0, 1, first->workspace);
+    if (first->rank == 1) return parallel_line(c, T);
     return first->rank == 2 ? parallel_two_d(c, T) : parallel_high_rank(c, T);
   }
   if (count <= 0) return DFTI_NO_ERROR;

@@ -31,6 +31,31 @@ inline constexpr long kHighRankSerialElements = 32000;
 inline constexpr int kLargeLengthSingle = 32768;
 inline constexpr int kLargeLengthDouble = 8192;
 
+// The large engine's blocking. A leaf block is finished inside the first-level cache (48 KiB):
+// 2^10 complex doubles or 2^11 complex floats, 16 KiB, leaving room for the stage tables. A group
+// is a block that stays in the second-level cache (1 MiB a core) while the column pass over it
+// and its leaves run: 2^15 doubles or 2^16 floats, 512 KiB, half of it. Measured with scrambled
+// lines, least thread CPU time, on a loaded machine (figures move by about 5 per cent): in double,
+// leaves of 2^9, 2^10, 2^11 were within that noise of each other at 2^17, 2^20 and 2^22; groups
+// of 2^15 took 23.4 ms at 2^22 against 24.3 ms with 2^14 and 26.8 ms with 2^13 (fewer rows in
+// the pass above the groups, so longer row pieces per chunk, and a third of the twiddles), 2^16
+// was no faster at 2^20. In single, groups of 2^16 took 0.45 ms at 2^18 and 10.8 ms at 2^22,
+// against 0.59 ms and 11.3 ms with 2^15 and 0.49 ms and 11.6 ms with 2^17.
+inline constexpr int kLargeLeafLogDouble = 10;
+inline constexpr int kLargeLeafLogSingle = 11;
+inline constexpr int kLargeGroupLogDouble = 15;
+inline constexpr int kLargeGroupLogSingle = 16;
+// A column pass takes at most this many levels at once (256 rows); its buffer holds
+// kLargeColumnBuffer complex values (64 KiB in double: rows times chunk columns), so that a pass
+// over 256 rows still moves 16 neighbouring columns, 256 bytes, from each row.
+inline constexpr int kLargeMaxColumnLevels = 8;
+inline constexpr long kLargeColumnBuffer = 4096;
+// The ordering step swaps tiles of 2^5 x 2^5 elements (16 KiB of doubles), rows of 32 neighbours,
+// each tile read and written once while it sits in the first-level cache.
+inline constexpr int kLargeReverseBits = 5;
+// Threaded entries split a line into at most 2^kLargeMaxThreadLevels blocks.
+inline constexpr int kLargeMaxThreadLevels = 8;
+
 // Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
 // transforms interleaved at distance 1) move 2^level neighbouring lines through a buffer, so that
 // every cache line fetched down a column serves several lines. Sixteen lines while the buffer

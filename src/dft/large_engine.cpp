@@ -1,0 +1,464 @@
+// The large power-of-two engine: its tables, the drivers that split a line into column passes and
+// leaf blocks, the threaded entries, and the ordering step. The passes themselves are per
+// instruction set (large_passes.h).
+#include "dft/large_engine.h"
+
+#include <omp.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "dft/dft_tuning.h"
+#include "service/cpu_features.h"
+#include "service/service.h"
+
+namespace zvx::dft {
+
+const large_kernels& dft_large_kernels() {
+  static const large_kernels* const table =
+      select_by_isa(&isa_portable::dft_large_kernels(), &isa_avx2::dft_large_kernels(),
+                    &isa_avx512::dft_large_kernels());
+  return *table;
+}
+
+namespace {
+
+using record = DftiDimensionRecord;
+
+inline long bit_reverse_index(long i, int bits) {
+  long r = 0;
+  for (int b = 0; b < bits; ++b) r |= ((i >> b) & 1L) << (bits - 1 - b);
+  return r;
+}
+
+// exp(-2 pi i k / n), evaluated directly in extended precision so that every root is right to
+// the working precision, whatever its index.
+struct root {
+  long double re, im;
+};
+inline root root_of(long k, long n) {
+  k %= n;
+  if (k < 0) k += n;
+  const long double angle = -6.283185307179586476925286766559005768L * k / n;
+  return {cosl(angle), sinl(angle)};
+}
+
+template <class T>
+T* values_at(large_table* t, int64_t offset) {
+  return reinterpret_cast<T*>(reinterpret_cast<char*>(t) + offset);
+}
+
+// The shape of a table for one length and precision, and the offsets of its parts.
+struct table_layout {
+  int64_t bytes = 0;
+  int64_t take(int64_t size) {
+    const int64_t at = (bytes + 63) & ~int64_t{63};
+    bytes = at + size;
+    return at;
+  }
+};
+
+large_column_plan column_plan(int log2_block, int levels) {
+  large_column_plan p{};
+  p.log2_block = log2_block;
+  p.levels = levels;
+  const long S = 1L << (log2_block - levels);
+  long chunk = tuning::kLargeColumnBuffer >> levels;
+  if (chunk > S) chunk = S;
+  p.chunk = static_cast<int>(chunk);
+  return p;
+}
+
+// The levels the column pass on a block of 2^s takes: down to a group while the block is above
+// one, then down to a leaf, at most kLargeMaxColumnLevels at once; 0 for a leaf.
+int chain_levels(int s, int leaf, int group) {
+  if (s <= leaf) return 0;
+  int levels = s > group ? s - group : s - leaf;
+  if (levels > tuning::kLargeMaxColumnLevels) levels = tuning::kLargeMaxColumnLevels;
+  return levels;
+}
+
+template <class T>
+void fill_plan(large_table* t, const large_column_plan& p) {
+  const long rows = 1L << p.levels, S = 1L << (p.log2_block - p.levels), C = p.chunk;
+  const long n = 1L << p.log2_block, chunks = S / C;
+  T* coarse = values_at<T>(t, p.coarse);
+  T* fine = values_at<T>(t, p.fine);
+  for (long b = 0; b < rows; ++b) {
+    const long f = bit_reverse_index(b, p.levels);
+    for (long h = 0; h < chunks; ++h) {
+      const root w = root_of(h * C * f, n);
+      coarse[2 * (b * chunks + h)] = static_cast<T>(w.re);
+      coarse[2 * (b * chunks + h) + 1] = static_cast<T>(w.im);
+    }
+    for (long c = 0; c < C; ++c) {
+      const root w = root_of(c * f, n);
+      fine[2 * (b * C + c)] = static_cast<T>(w.re);
+      fine[2 * (b * C + c) + 1] = static_cast<T>(w.im);
+    }
+  }
+}
+
+template <class T>
+large_table* build_table(int L, int threads) {
+  const bool is_double = sizeof(T) == sizeof(double);
+  const int leaf = is_double ? tuning::kLargeLeafLogDouble : tuning::kLargeLeafLogSingle;
+  const int group = is_double ? tuning::kLargeGroupLogDouble : tuning::kLargeGroupLogSingle;
+  const int64_t complex_bytes = 2 * static_cast<int64_t>(sizeof(T));
+
+  large_table h{};
+  h.log2_length = L;
+  h.is_double = is_double ? 1 : 0;
+  h.leaf_log = leaf;
+  int top = 0;
+  // Blocks of a threaded call stay at least a leaf long, so that a pass row holds whole chunks.
+  while (top < tuning::kLargeMaxThreadLevels && (2L << top) <= threads && top + 1 <= L - leaf)
+    ++top;
+  h.top_levels = top;
+
+  table_layout layout;
+  layout.take(sizeof(large_table));
+  // Stage tables for every stage a leaf or a column transform can run.
+  int stages = leaf > tuning::kLargeMaxColumnLevels ? leaf : tuning::kLargeMaxColumnLevels;
+  if (stages > L) stages = L;
+  for (int s = 1; s <= stages; ++s) {
+    if (s >= 2) h.stage_radix4[s] = layout.take(3 * (1L << (s - 2)) * complex_bytes);
+    h.stage_radix2[s] = layout.take((1L << (s - 1)) * complex_bytes);
+  }
+  auto place = [&](large_column_plan& p) {
+    const long rows = 1L << p.levels, S = 1L << (p.log2_block - p.levels);
+    p.coarse = layout.take(rows * (S / p.chunk) * complex_bytes);
+    p.fine = layout.take(rows * p.chunk * complex_bytes);
+  };
+  for (int s = 1; s <= L; ++s) {
+    h.chain[s] = column_plan(s, chain_levels(s, leaf, group));
+    if (h.chain[s].levels > 0) place(h.chain[s]);
+  }
+  for (int p = 1; p <= top; ++p) {
+    h.top[p] = column_plan(L, p);
+    place(h.top[p]);
+  }
+  const int q = tuning::kLargeReverseBits;
+  if (L >= 2 * q) {
+    h.reverse_bits = q;
+    const int middle = L - 2 * q;
+    int32_t pairs = 0;
+    for (long b = 0; b < (1L << middle); ++b)
+      if (b <= bit_reverse_index(b, middle)) ++pairs;
+    h.reverse_pairs = pairs;
+    h.reverse_table = layout.take((2L * pairs + (1L << q)) * static_cast<int64_t>(sizeof(int32_t)));
+  }
+  h.bytes = layout.take(0);
+  if (h.bytes > 0xFFFFFFFFL) return nullptr;
+
+  auto* t = static_cast<large_table*>(zvx::scratch_allocate(static_cast<unsigned>(h.bytes), 64));
+  if (t == nullptr) return nullptr;
+  *t = h;
+  for (int s = 1; s <= stages; ++s) {
+    const long M = 1L << s;
+    if (s >= 2) {
+      T* w = values_at<T>(t, t->stage_radix4[s]);
+      const long Q = M / 4;
+      for (int k = 1; k <= 3; ++k)
+        for (long j = 0; j < Q; ++j) {
+          const root r = root_of(k * j, M);
+          w[2 * ((k - 1) * Q + j)] = static_cast<T>(r.re);
+          w[2 * ((k - 1) * Q + j) + 1] = static_cast<T>(r.im);
+        }
+    }
+    T* w = values_at<T>(t, t->stage_radix2[s]);
+    for (long j = 0; j < M / 2; ++j) {
+      const root r = root_of(j, M);
+      w[2 * j] = static_cast<T>(r.re);
+      w[2 * j + 1] = static_cast<T>(r.im);
+    }
+  }
+  for (int s = 1; s <= L; ++s)
+    if (t->chain[s].levels > 0) fill_plan<T>(t, t->chain[s]);
+  for (int p = 1; p <= top; ++p) fill_plan<T>(t, t->top[p]);
+  if (t->reverse_bits > 0) {
+    const int middle = L - 2 * q;
+    int32_t* list = values_at<int32_t>(t, t->reverse_table);
+    long at = 0;
+    for (long b = 0; b < (1L << middle); ++b) {
+      const long r = bit_reverse_index(b, middle);
+      if (b <= r) {
+        list[at++] = static_cast<int32_t>(b);
+        list[at++] = static_cast<int32_t>(r);
+      }
+    }
+    for (long c = 0; c < (1L << q); ++c)
+      list[at + c] = static_cast<int32_t>(bit_reverse_index(c, q));
+  }
+  return t;
+}
+
+template <class E> struct real_type;
+template <> struct real_type<complex8> { using type = float; };
+template <> struct real_type<complex16> { using type = double; };
+template <class E> using real_t = typename real_type<E>::type;
+
+template <class E>
+const large_kernels_of<real_t<E>>& kernels_of() {
+  if constexpr (sizeof(E) == sizeof(complex8)) return dft_large_kernels().single_precision;
+  else return dft_large_kernels().double_precision;
+}
+
+template <class E>
+const large_table* table_of(const record* r) {
+  return static_cast<const large_table*>(sizeof(E) == sizeof(complex8) ? r->large_table_single
+                                                                          : r->large_table_double);
+}
+
+template <class E>
+real_t<E> scale_of(const record* r, bool forward) {
+  if constexpr (sizeof(E) == sizeof(complex8))
+    return forward ? r->forward_scale_single : r->backward_scale_single;
+  else
+    return forward ? r->forward_scale_double : r->backward_scale_double;
+}
+
+// A block of 2^s elements: its column pass, then each of the blocks it leaves (forward); the
+// blocks first, then the pass (backward).
+template <class T>
+void forward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k, T* buffer) {
+  const large_column_plan& plan = t->chain[s];
+  if (plan.levels == 0) {
+    k.leaf(x, s, t, 0);
+    return;
+  }
+  k.column(x, &plan, t, 0, buffer);
+  const int sub = s - plan.levels;
+  for (long b = 0; b < (1L << plan.levels); ++b)
+    forward_block(x + (2L * b << sub), sub, t, k, buffer);
+}
+
+template <class T>
+void backward_block(T* x, int s, const large_table* t, const large_kernels_of<T>& k, T* buffer) {
+  const large_column_plan& plan = t->chain[s];
+  if (plan.levels == 0) {
+    k.leaf(x, s, t, 1);
+    return;
+  }
+  const int sub = s - plan.levels;
+  for (long b = 0; b < (1L << plan.levels); ++b)
+    backward_block(x + (2L * b << sub), sub, t, k, buffer);
+  k.column(x, &plan, t, 1, buffer);
+}
+
+// The parts of one block of scratch: the column buffer, then the two tiles of the ordering step.
+template <class E>
+struct scratch_parts {
+  real_t<E>* column;
+  E* tiles;
+};
+constexpr long kTileElements = 1L << (2 * tuning::kLargeReverseBits);
+template <class E>
+scratch_parts<E> parts_of(void* scratch) {
+  const auto at = (reinterpret_cast<uintptr_t>(scratch) + 63) & ~uintptr_t{63};
+  auto* column = reinterpret_cast<real_t<E>*>(at);
+  return {column, reinterpret_cast<E*>(column + 2 * tuning::kLargeColumnBuffer)};
+}
+
+template <class T>
+void scale_block(T* x, long n, T scale) {
+  if (scale == T(1)) return;
+  for (long i = 0; i < 2 * n; ++i) x[i] *= scale;
+}
+
+// The ordering step: element (a, b, c), with a and c of q bits each and b the middle bits, goes
+// to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and written
+// to each other's place, every row of a tile being 2^q neighbouring elements.
+template <class E>
+void bit_reverse(E* x, const large_table* t, E* tiles) {
+  const int L = t->log2_length, q = t->reverse_bits;
+  const long n = 1L << L;
+  if (q == 0) {
+    for (long i = 0; i < n; ++i) {
+      const long j = bit_reverse_index(i, L);
+      if (i < j) {
+        const E tmp = x[i];
+        x[i] = x[j];
+        x[j] = tmp;
+      }
+    }
+    return;
+  }
+  const long Q = 1L << q, high = 1L << (L - q);
+  const int32_t* pairs = reinterpret_cast<const int32_t*>(reinterpret_cast<const char*>(t) +
+                                                          t->reverse_table);
+  const int32_t* rev = pairs + 2L * t->reverse_pairs;
+  E* a = tiles;
+  E* b = tiles + kTileElements;
+  auto load = [&](E* tile, long mid) {
+    for (long r = 0; r < Q; ++r)
+      std::memcpy(tile + r * Q, x + r * high + (mid << q), Q * sizeof(E));
+  };
+  auto store = [&](const E* tile, long mid) {
+    for (long r = 0; r < Q; ++r) {
+      E* dst = x + r * high + (mid << q);
+      const long column = rev[r];
+      for (long c = 0; c < Q; ++c) dst[c] = tile[rev[c] * Q + column];
+    }
+  };
+  for (long p = 0; p < t->reverse_pairs; ++p) {
+    const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
+    load(a, m0);
+    if (m0 == m1) {
+      store(a, m0);
+    } else {
+      load(b, m1);
+      store(a, m1);
+      store(b, m0);
+    }
+  }
+}
+
+template <class E, bool Forward>
+int large_line(const E* in, E* out, const record* r, void* scratch) {
+  using T = real_t<E>;
+  const long n = r->length;
+  if (n <= 0) return DFTI_NO_ERROR;
+  if (in != out) std::memmove(out, in, static_cast<size_t>(n) * sizeof(E));
+  const T scale = scale_of<E>(r, Forward);
+  T* x = reinterpret_cast<T*>(out);
+  if (n == 1) {
+    scale_block(x, 1, scale);
+    return DFTI_NO_ERROR;
+  }
+  const large_table* t = table_of<E>(r);
+  if (t == nullptr || (1L << t->log2_length) != n) return DFTI_ZVX_INTERNAL_ERROR;
+  void* own = nullptr;
+  if (scratch == nullptr) {
+    own = zvx::scratch_allocate(static_cast<unsigned>(large_scratch_bytes(r->precision)), 64);
+    if (own == nullptr) return DFTI_MEMORY_ERROR;
+    scratch = own;
+  }
+  const scratch_parts<E> parts = parts_of<E>(scratch);
+  const large_kernels_of<T>& k = kernels_of<E>();
+  const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
+  if (Forward) {
+    forward_block(x, t->log2_length, t, k, parts.column);
+    if (ordered) bit_reverse(out, t, parts.tiles);
+  } else {
+    if (ordered) bit_reverse(out, t, parts.tiles);
+    backward_block(x, t->log2_length, t, k, parts.column);
+  }
+  scale_block(x, n, scale);
+  if (own != nullptr) zvx::scratch_free(own);
+  return DFTI_NO_ERROR;
+}
+
+// Threaded: the top levels split the line into P = 2^p blocks (P the largest power of two not
+// above the chunk count), which the threads of one region finish independently; the top pass
+// and the ordering step run on the calling thread.
+template <class E, bool Forward>
+int large_parallel(E* data, int chunks, const record* r) {
+  using T = real_t<E>;
+  const large_table* t = table_of<E>(r);
+  int p = 0;
+  while ((2L << p) <= chunks) ++p;
+  if (t != nullptr && p > t->top_levels) p = t->top_levels;
+  const int64_t need = large_scratch_bytes(r->precision);
+  const bool workspace = r->workspace != nullptr && r->workspace_size >= need &&
+                         r->number_of_user_threads <= 1 && (1L << p) <= r->thread_count;
+  if (r->length <= 1 || t == nullptr || p == 0)
+    return large_line<E, Forward>(data, data, r, workspace ? r->workspace : nullptr);
+  const long n = r->length, P = 1L << p, m = n >> p;
+  const int64_t stride = workspace ? r->workspace_size : need;
+  void* own = nullptr;
+  if (!workspace) {
+    if (P * need > 0xFFFFFFFFL) return DFTI_MEMORY_ERROR;
+    own = zvx::scratch_allocate(static_cast<unsigned>(P * need), 64);
+    if (own == nullptr) return DFTI_MEMORY_ERROR;
+  }
+  char* base = static_cast<char*>(workspace ? r->workspace : own);
+  const int sub = t->log2_length - p;
+  const large_kernels_of<T>& k = kernels_of<E>();
+  const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
+  const T scale = scale_of<E>(r, Forward);
+  T* x = reinterpret_cast<T*>(data);
+  const scratch_parts<E> mine = parts_of<E>(base);
+  if (Forward) {
+    k.column(x, &t->top[p], t, 0, mine.column);
+#pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
+    for (long i = 0; i < P; ++i) {
+      forward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
+      scale_block(x + 2 * i * m, m, scale);
+    }
+    if (ordered) bit_reverse(data, t, mine.tiles);
+  } else {
+    if (ordered) bit_reverse(data, t, mine.tiles);
+#pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
+    for (long i = 0; i < P; ++i) {
+      backward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
+      scale_block(x + 2 * i * m, m, scale);
+    }
+    k.column(x, &t->top[p], t, 1, mine.column);
+  }
+  if (own != nullptr) zvx::scratch_free(own);
+  return DFTI_NO_ERROR;
+}
+
+}  // namespace
+
+int large_forward_z(const complex16* in, complex16* out, const record* r, void* s) {
+  return large_line<complex16, true>(in, out, r, s);
+}
+int large_backward_z(const complex16* in, complex16* out, const record* r, void* s) {
+  return large_line<complex16, false>(in, out, r, s);
+}
+int large_forward_c(const complex8* in, complex8* out, const record* r, void* s) {
+  return large_line<complex8, true>(in, out, r, s);
+}
+int large_backward_c(const complex8* in, complex8* out, const record* r, void* s) {
+  return large_line<complex8, false>(in, out, r, s);
+}
+int large_parallel_forward_z(complex16* data, int chunks, const record* r) {
+  return large_parallel<complex16, true>(data, chunks, r);
+}
+int large_parallel_backward_z(complex16* data, int chunks, const record* r) {
+  return large_parallel<complex16, false>(data, chunks, r);
+}
+int large_parallel_forward_c(complex8* data, int chunks, const record* r) {
+  return large_parallel<complex8, true>(data, chunks, r);
+}
+int large_parallel_backward_c(complex8* data, int chunks, const record* r) {
+  return large_parallel<complex8, false>(data, chunks, r);
+}
+
+int64_t large_scratch_bytes(int precision) {
+  const int64_t complex_bytes = precision == DFTI_SINGLE ? 8 : 16;
+  return (tuning::kLargeColumnBuffer + 2 * kTileElements) * complex_bytes + 64;
+}
+
+int setup_large_record(record* r, int threads) {
+  const long n = r->length;
+  if (n < 2 || (n & (n - 1)) != 0) return DFTI_ZVX_INTERNAL_ERROR;
+  int L = 0;
+  while ((1L << L) < n) ++L;
+  if (r->precision == DFTI_SINGLE) {
+    if (r->large_table_single != nullptr) zvx::scratch_free(r->large_table_single);
+    r->large_table_single = build_table<float>(L, threads);
+    if (r->large_table_single == nullptr) return DFTI_MEMORY_ERROR;
+    r->forward_c = large_forward_c;
+    r->backward_c = large_backward_c;
+    r->parallel_forward_c = large_parallel_forward_c;
+    r->parallel_backward_c = large_parallel_backward_c;
+  } else {
+    if (r->large_table_double != nullptr) zvx::scratch_free(r->large_table_double);
+    r->large_table_double = build_table<double>(L, threads);
+    if (r->large_table_double == nullptr) return DFTI_MEMORY_ERROR;
+    r->forward_z = large_forward_z;
+    r->backward_z = large_backward_z;
+    r->parallel_forward_z = large_parallel_forward_z;
+    r->parallel_backward_z = large_parallel_backward_z;
+  }
+  r->not_power_of_two = 0;
+  const int64_t need = large_scratch_bytes(r->precision);
+  if (r->engine_buffer_size < need) r->engine_buffer_size = need;
+  return DFTI_NO_ERROR;
+}
+
+}  // namespace zvx::dft
