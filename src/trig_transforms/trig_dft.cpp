@@ -2,16 +2,6 @@
 // exported names; this file is the one place to switch them over.
 #include "trig_transforms/trig_dft.h"
 
-// The real in-place compute entries. Declared weak here so that the library links while the
-// real domain of the descriptor layer is not in this tree; a missing entry reads as
-// DFTI_UNIMPLEMENTED.
-extern "C" {
-__attribute__((weak)) int dfti_compute_forward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
-__attribute__((weak)) int dfti_compute_backward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
-__attribute__((weak)) int dfti_compute_forward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
-__attribute__((weak)) int dfti_compute_backward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
-}
-
 namespace zvx::trig {
 
 int dft_create_real(DFTI_DESCRIPTOR_HANDLE* handle, bool single, int n) {
@@ -29,16 +19,16 @@ int dft_commit(DFTI_DESCRIPTOR_HANDLE* handle) { return dfti_commit_descriptor_e
 int dft_free(DFTI_DESCRIPTOR_HANDLE* handle) { return dfti_free_descriptor_external(handle); }
 
 int dft_forward(DFTI_DESCRIPTOR_HANDLE* handle, double* f) {
-  return dfti_compute_forward_d ? dfti_compute_forward_d(handle, f) : DFTI_UNIMPLEMENTED;
+  return dfti_compute_forward_d(handle, f);
 }
 int dft_forward(DFTI_DESCRIPTOR_HANDLE* handle, float* f) {
-  return dfti_compute_forward_s ? dfti_compute_forward_s(handle, f) : DFTI_UNIMPLEMENTED;
+  return dfti_compute_forward_s(handle, f);
 }
 int dft_backward(DFTI_DESCRIPTOR_HANDLE* handle, double* f) {
-  return dfti_compute_backward_d ? dfti_compute_backward_d(handle, f) : DFTI_UNIMPLEMENTED;
+  return dfti_compute_backward_d(handle, f);
 }
 int dft_backward(DFTI_DESCRIPTOR_HANDLE* handle, float* f) {
-  return dfti_compute_backward_s ? dfti_compute_backward_s(handle, f) : DFTI_UNIMPLEMENTED;
+  return dfti_compute_backward_s(handle, f);
 }
 
 void dft_message(int status, char (&text)[DFTI_MESSAGE_BYTES + 1]) {

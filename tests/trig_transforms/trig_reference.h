@@ -1,6 +1,7 @@
 // Long double evaluations of the trigonometric sums, a naive real DFT in the PERM packing, and
 // the tolerance the tests hold the library to.
 #pragma once
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -28,40 +29,44 @@ struct angles {
   ld sin_half(long m) const { return s[((m % (4 * n)) + 4 * n) % (4 * n)]; }
 };
 
+// sum over j = first..last of f[j] * table[m mod 4n] with m = start + j * step: the angles of
+// every sum below are multiples of pi/(2n), walked without a division per term.
+template <class R>
+ld walk(const std::vector<ld>& table, const R* f, int first, int last, long start, long step) {
+  const long period = static_cast<long>(table.size());
+  step %= period;
+  long m = ((start + first * step) % period + period) % period;
+  ld sum = 0;
+  for (int j = first; j <= last; ++j) {
+    sum += ld(f[j]) * table[m];
+    m += step;
+    if (m >= period) m -= period;
+  }
+  return sum;
+}
+
 // The result the transform of type `k` leaves in f[0..n], in full: forward includes 2/n.
 template <class R>
 std::vector<ld> reference(kind k, bool forward, const std::vector<R>& f, int n) {
   const angles a(n);
   std::vector<ld> out(n + 1);
   const ld c = forward ? ld(2) / n : ld(1);
+  const R* x = f.data();
   switch (k) {
     case sine:
       out[0] = 0;
-      for (int q = 1; q < n; ++q) {
-        ld sum = 0;
-        for (int j = 1; j < n; ++j) sum += ld(f[j]) * a.sin_half(2L * j * q);
-        out[q] = c * sum;
-      }
+      for (int q = 1; q < n; ++q) out[q] = c * walk(a.s, x, 1, n - 1, 0, 2L * q);
       out[n] = f[n];
       break;
     case cosine:
-      for (int q = 0; q <= n; ++q) {
-        ld sum = ld(f[0]) / 2 + ((q % 2) ? -ld(f[n]) : ld(f[n])) / 2;
-        for (int j = 1; j < n; ++j) sum += ld(f[j]) * a.cos_half(2L * j * q);
-        out[q] = c * sum;
-      }
+      for (int q = 0; q <= n; ++q)
+        out[q] = c * (ld(f[0]) / 2 + ((q % 2) ? -ld(f[n]) : ld(f[n])) / 2 +
+                      walk(a.c, x, 1, n - 1, 0, 2L * q));
       break;
     case staggered:
-      for (int q = 0; q < n; ++q) {
-        ld sum = 0;
-        if (forward) {
-          sum = ld(f[0]) / 2;
-          for (int j = 1; j < n; ++j) sum += ld(f[j]) * a.cos_half(long(j) * (2 * q + 1));
-        } else {
-          for (int j = 0; j < n; ++j) sum += ld(f[j]) * a.cos_half(long(q) * (2 * j + 1));
-        }
-        out[q] = c * sum;
-      }
+      for (int q = 0; q < n; ++q)
+        out[q] = forward ? c * (ld(f[0]) / 2 + walk(a.c, x, 1, n - 1, 0, 2L * q + 1))
+                         : walk(a.c, x, 0, n - 1, q, 2L * q);
       out[n] = forward ? c * ld(f[n]) : ld(f[n]);
       break;
   }
@@ -75,23 +80,24 @@ void perm_dft(R* f, int n, bool forward) {
   const angles a(n);  // the angle 2 pi jk/n is pi (4jk)/(2n)
   std::vector<ld> out(n);
   if (forward) {
-    std::vector<ld> re(n / 2 + 1), im(n / 2 + 1);
-    for (int k = 0; k <= n / 2; ++k)
-      for (int j = 0; j < n; ++j) {
-        re[k] += ld(f[j]) * a.cos_half(4L * j * k);
-        im[k] -= ld(f[j]) * a.sin_half(4L * j * k);
-      }
-    out[0] = re[0];
-    if (n > 1) out[1] = re[n / 2];
+    out[0] = walk(a.c, f, 0, n - 1, 0, 0);
+    if (n > 1) out[1] = walk(a.c, f, 0, n - 1, 0, 2L * n);
     for (int k = 1; k < n / 2; ++k) {
-      out[2 * k] = re[k];
-      out[2 * k + 1] = im[k];
+      out[2 * k] = walk(a.c, f, 0, n - 1, 0, 4L * k);
+      out[2 * k + 1] = -walk(a.s, f, 0, n - 1, 0, 4L * k);
     }
   } else {
+    // x_j = X0 + (-1)^j X(n/2) + 2 sum_k (Re Xk cos - Im Xk sin)(2 pi jk/n): walk over k.
+    std::vector<R> re(n / 2), im(n / 2);
+    for (int k = 1; k < n / 2; ++k) {
+      re[k] = f[2 * k];
+      im[k] = f[2 * k + 1];
+    }
     for (int j = 0; j < n; ++j) {
       ld v = ld(f[0]) + ((j % 2) ? -ld(f[1]) : ld(f[1]));
-      for (int k = 1; k < n / 2; ++k)
-        v += 2 * (ld(f[2 * k]) * a.cos_half(4L * j * k) - ld(f[2 * k + 1]) * a.sin_half(4L * j * k));
+      if (n / 2 > 1)
+        v += 2 * (walk(a.c, re.data(), 1, n / 2 - 1, 0, 4L * j) -
+                  walk(a.s, im.data(), 1, n / 2 - 1, 0, 4L * j));
       out[j] = v;
     }
   }
@@ -120,14 +126,22 @@ double relative_error(const std::vector<R>& got, const std::vector<ld>& want) {
   return static_cast<double>(err / scale);
 }
 
-// What a transform of length n may lose: a few units of rounding per level of the DFT; for the
-// staggered type also the drift of its running-sum tables and, forward, the division by
-// sin(pi/(2n)), which magnifies the error of the difference it divides: both grow like n.
+// What a transform of length n may lose: a few units of rounding per level of the DFT. The
+// forward staggered type divides by sin(pi/(2n)) a difference that carries the DFT's error, which
+// magnifies that error up to 2n/pi times; its tables are running sums that drift like n too.
 template <class R>
 double tolerance(kind k, bool forward, int n) {
-  (void)forward;
   const double eps = std::numeric_limits<R>::epsilon();
-  return eps * (4 * (std::log2(double(n)) + 2) + (k == staggered ? n : 0));
+  const double levels = std::log2(double(n)) + 2;
+  if (k == staggered) return eps * (4 * levels + n * (forward ? levels : 1));
+  return eps * 4 * levels;
+}
+
+// Forward then backward: the running sums of the passes add up n/2 rounded terms of the DFT's
+// output, so the error grows like n.
+template <class R>
+double round_trip_tolerance(kind k, int n) {
+  return tolerance<R>(k, true, n) + 2 * std::numeric_limits<R>::epsilon() * n;
 }
 
 }  // namespace trig_test
