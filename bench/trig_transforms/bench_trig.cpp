@@ -161,7 +161,11 @@ int main(int argc, char** argv) {
       "fftw_execute_r2r. Each sample refills a set of arrays (at most 256 KiB) from one input, "
       "untimed, and times one call on each; the figure is the least thread CPU time per call "
       "over 61 alternating samples. Ours includes the passes, the real DFT and, forward, the "
-      "scaling; FFTW's result is scaled to ours for the difference column. Instruction set: " +
+      "scaling; FFTW's result is scaled to ours for the difference column. The staggered rows "
+      "differ from FFTW more than the others by design: their tables are running sums of the "
+      "angle, which drift by up to n/2 units of the last place, and the forward direction "
+      "divides by sin((j+1/2) pi/n), which magnifies rounding up to 2n/pi times. FFTW's sine "
+      "and cosine kinds run on n-1 and n+1 points, not powers of two. Instruction set: " +
       std::string(zvx_bench::vector_isa_name()) + ".");
   if (FILE* f = std::fopen("/proc/loadavg", "r")) {
     double load = 0;
