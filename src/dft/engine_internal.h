@@ -42,6 +42,10 @@ struct engine_kernels {
   // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
+  // A whole line of n points, n a power of two from W * W (at least 8) to 64, in registers; x and
+  // y may be the same line. No scaling.
+  void (*short_single)(const float* x, float* y, int n, int inverse);
+  void (*short_double)(const double* x, double* y, int n, int inverse);
 };
 
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }
@@ -97,6 +101,8 @@ struct PrimitiveDftContext {
   // context's lines go through that entry one at a time.
   engine_plan batch_plan;
   void* batch_twiddle_block;
+  // 1 when the line runs the whole-line kernel of its length in place of the plan's passes.
+  int short_line;
 };
 
 // The route a context takes; 0 for null. For tests and the descriptor layer's diagnostics.

@@ -19,8 +19,15 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<scalar_complex<double>>(a, b, y, n);
 }
 
+void short_single(const float* x, float* y, int n, int inverse) {
+  engine_detail::run_short_line<scalar_complex<float>>(x, y, n, inverse);
+}
+void short_double(const double* x, double* y, int n, int inverse) {
+  engine_detail::run_short_line<scalar_complex<double>>(x, y, n, inverse);
+}
+
 constexpr engine_kernels table{1, 1, pass_single, pass_double,
-                               multiply_single, multiply_double};
+                               multiply_single, multiply_double, short_single, short_double};
 
 }  // namespace
 

@@ -7,6 +7,10 @@ namespace zvx::dft::tuning {
 // Lengths up to this one run straight-line kernels without tables: 1, 2, 3 and 4 points.
 inline constexpr int fixed_kernel_limit = 4;
 
+// Powers of two from W * W (W complex elements a vector, and at least 8) up to this length run
+// one straight-line kernel that keeps the whole line in registers instead of the passes.
+inline constexpr int short_line_limit = 64;
+
 // Lengths up to this one that do not factor into 4, 2 and small odd primes (the primes from 5 to
 // 149) run one direct sum folded by symmetry; above it the chirp convolution on a power of two
 // is cheaper. Every route a length takes depends on this number, so it is part of the rounding a

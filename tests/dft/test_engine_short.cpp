@@ -1,0 +1,194 @@
+// The straight-line kernels of the short powers of two and the passes of radix 16, 32 and 64
+// built on them, against a naive long double DFT and against the general passes; and lines off
+// the 64-byte grid, which take their passes through the aligned halves of the work array.
+#include <cstdint>
+#include <cstring>
+
+#include "dft/engine_test_support.h"
+
+namespace {
+
+using namespace engine_test;
+
+template <class T>
+const T* reals(const std::vector<typename precision<T>::element>& v) {
+  return reinterpret_cast<const T*>(v.data());
+}
+template <class T>
+T* reals(std::vector<typename precision<T>::element>& v) {
+  return reinterpret_cast<T*>(v.data());
+}
+
+template <class T>
+int width(const engine_kernels& k) {
+  return sizeof(T) == sizeof(double) ? k.width_double : k.width_single;
+}
+template <class T>
+void run_short(const engine_kernels& k, const T* x, T* y, int n, int inverse) {
+  if constexpr (sizeof(T) == sizeof(double)) k.short_double(x, y, n, inverse);
+  else k.short_single(x, y, n, inverse);
+}
+template <class T>
+void run_pass(const engine_kernels& k, const engine_pass& p, const T* x, T* y, int inverse) {
+  if constexpr (sizeof(T) == sizeof(double)) k.pass_double(p, x, y, inverse);
+  else k.pass_single(p, x, y, inverse);
+}
+
+// Every length the whole-line kernel serves for this instruction set: out of place and in place
+// against the naive DFT, against the passes of the same context, and the context's entries take
+// that kernel at exactly those lengths.
+template <class T>
+void check_short_lines() {
+  using E = typename precision<T>::element;
+  const engine_kernels& k = dft_engine_kernels();
+  const int w = width<T>(k);
+  int served = 0;
+  for (int n = 8; n <= tuning::short_line_limit; n *= 2) {
+    context ctx(sizeof(T) == sizeof(double) ? context_complex_double : context_complex_single, n);
+    ASSERT_EQ(ctx.status, engine_ok);
+    const bool serves = n >= w * w;
+    EXPECT_EQ(ctx.c->short_line, serves ? 1 : 0) << n;
+    if (!serves) continue;
+    ++served;
+    for (int inverse = 0; inverse < 2; ++inverse) {
+      const auto x = random_line<T>(n, 40 + n + inverse);
+      const auto want = naive_dft(x, inverse ? 1 : -1);
+      std::vector<E> out(n), in_place = x, passes(n), work(2 * n);
+      run_short<T>(k, reals<T>(x), reals<T>(out), n, inverse);
+      run_short<T>(k, reals<T>(in_place), reals<T>(in_place), n, inverse);
+      if constexpr (sizeof(T) == sizeof(double))
+        engine_run_plan_double(ctx.c, reals<T>(x), reals<T>(passes), reals<T>(work), inverse);
+      else
+        engine_run_plan_single(ctx.c, reals<T>(x), reals<T>(passes), reals<T>(work), inverse);
+      EXPECT_LE(relative_rms(out, want), bound<T>(n)) << n << " inverse " << inverse;
+      EXPECT_LE(relative_rms(passes, want), bound<T>(n)) << n << " inverse " << inverse;
+      EXPECT_EQ(std::memcmp(out.data(), in_place.data(), sizeof(E) * n), 0) << n;
+      std::vector<lc> from_passes(n);
+      for (int i = 0; i < n; ++i) from_passes[i] = widen(passes[i]);
+      EXPECT_LE(relative_rms(out, from_passes), 2 * bound<T>(n)) << n << " inverse " << inverse;
+      // Through the entry, which must pick the kernel.
+      std::vector<E> entry(n);
+      const int type = precision<T>::ordered;
+      ASSERT_EQ(inverse ? precision<T>::inverse(type, x.data(), entry.data(), ctx.c, nullptr)
+                        : precision<T>::forward(type, x.data(), entry.data(), ctx.c, nullptr),
+                engine_ok);
+      EXPECT_EQ(std::memcmp(out.data(), entry.data(), sizeof(E) * n), 0) << n;
+    }
+  }
+  // Every instruction set serves 64 points at least.
+  EXPECT_GE(served, 1);
+}
+
+TEST(EngineShort, WholeLinesSingle) { check_short_lines<float>(); }
+TEST(EngineShort, WholeLinesDouble) { check_short_lines<double>(); }
+
+// One pass of radix r on `s` interleaved lines: m = 1 gives s transforms of r points at stride s;
+// m > 1 turns output k of group p by w_(m r)^(p k) from a per-p table, vectors over q.
+template <class T>
+void check_big_radix_pass(int r, long m, long s) {
+  using E = typename precision<T>::element;
+  const engine_kernels& k = dft_engine_kernels();
+  const long n = r * m * s;
+  const long double two_pi = 6.283185307179586476925286766559005768L;
+  std::vector<T> tw(2 * m * (r - 1));
+  for (long p = 0; p < m; ++p)
+    for (int j = 1; j < r; ++j) {
+      const long double a = two_pi * static_cast<long double>(p * j) / static_cast<long double>(m * r);
+      tw[2 * (p * (r - 1) + j - 1)] = static_cast<T>(cosl(a));
+      tw[2 * (p * (r - 1) + j - 1) + 1] = static_cast<T>(-sinl(a));
+    }
+  engine_pass pass{};
+  pass.radix = r;
+  pass.m = static_cast<int>(m);
+  pass.s = static_cast<int>(s);
+  pass.expanded = s < width<T>(k);
+  pass.grouped = 0;
+  pass.twiddles = m > 1 ? tw.data() : nullptr;
+  if (m > 1) ASSERT_FALSE(pass.expanded) << "per-p twiddles need vectors over q";
+  for (int inverse = 0; inverse < 2; ++inverse) {
+    const auto x = random_line<T>(n, 7 * r + m + s + inverse);
+    std::vector<E> y(n);
+    run_pass<T>(k, pass, reals<T>(x), reals<T>(y), inverse);
+    double worst = 0;
+    for (long q = 0; q < s; ++q)
+      for (long p = 0; p < m; ++p) {
+        std::vector<E> line(r), got(r);
+        for (int j = 0; j < r; ++j) line[j] = x[q + s * (p + j * m)];
+        auto want = naive_dft(line, inverse ? 1 : -1);
+        for (int j = 0; j < r; ++j) {
+          const long double a = two_pi * static_cast<long double>(p * j) /
+                                static_cast<long double>(m * r) * (inverse ? 1 : -1);
+          want[j] *= lc(cosl(a), sinl(a));
+          got[j] = y[q + s * (r * p + j)];
+        }
+        worst = std::max(worst, relative_rms(got, want));
+      }
+    EXPECT_LE(worst, bound<T>(r) * (m > 1 ? 2 : 1))
+        << "radix " << r << " m " << m << " s " << s << " inverse " << inverse;
+  }
+}
+
+template <class T>
+void check_big_radices() {
+  const int w = width<T>(dft_engine_kernels());
+  for (int r : {16, 32, 64}) {
+    check_big_radix_pass<T>(r, 1, 1);      // one whole transform, vectors over indices
+    check_big_radix_pass<T>(r, 1, 3);      // a stride that divides no vector width
+    check_big_radix_pass<T>(r, 1, w);      // the last pass of a long line
+    check_big_radix_pass<T>(r, 4, w);      // a twiddled pass
+    check_big_radix_pass<T>(r, 2, 2 * w + 1);  // vectors over q and a scalar tail
+  }
+}
+
+TEST(EngineShort, BigRadixPassesSingle) { check_big_radices<float>(); }
+TEST(EngineShort, BigRadixPassesDouble) { check_big_radices<double>(); }
+
+// Lines whose data lie off the 64-byte grid (one complex element past it) take the same passes
+// through the aligned work array: their results equal those of the aligned line exactly, in place
+// and out of place, and stay within the accuracy bound.
+template <class T>
+void check_misaligned(int n) {
+  using E = typename precision<T>::element;
+  context ctx(precision<T>::ordered, n);
+  ASSERT_EQ(ctx.status, engine_ok);
+  int bytes = 0;
+  ASSERT_EQ(primitive_dft_buffer_size(ctx.c, &bytes), engine_ok);
+  for (int inverse = 0; inverse < 2; ++inverse) {
+    const auto x = random_line<T>(n, 300 + n + inverse);
+    const auto want = naive_dft(x, inverse ? 1 : -1);
+    // Arrays of whole cache lines plus one element; `at(v, shift)` is the line shifted by
+    // `shift` elements from a 64-byte boundary.
+    auto at = [](std::vector<E>& v, int shift) {
+      const auto base = reinterpret_cast<std::uintptr_t>(v.data());
+      return reinterpret_cast<E*>((base + 63) / 64 * 64) + shift;
+    };
+    std::vector<E> a(n + 64 / sizeof(E) + 1), b(n + 64 / sizeof(E) + 1), c(a.size());
+    std::vector<char> scratch(bytes + 32);
+    auto run = [&](const E* in, E* out) {
+      const int type = precision<T>::ordered;
+      return inverse ? precision<T>::inverse(type, in, out, ctx.c, scratch.data())
+                     : precision<T>::forward(type, in, out, ctx.c, scratch.data());
+    };
+    E* aligned = at(a, 0);
+    std::memcpy(aligned, x.data(), sizeof(E) * n);
+    ASSERT_EQ(run(aligned, aligned), engine_ok);
+    E* shifted = at(b, 1);
+    std::memcpy(shifted, x.data(), sizeof(E) * n);
+    ASSERT_EQ(run(shifted, shifted), engine_ok);
+    E* out = at(c, 1);
+    ASSERT_EQ(run(x.data() , out), engine_ok);
+    EXPECT_EQ(std::memcmp(aligned, shifted, sizeof(E) * n), 0) << n << " in place";
+    EXPECT_EQ(std::memcmp(aligned, out, sizeof(E) * n), 0) << n << " out of place";
+    std::vector<E> result(aligned, aligned + n);
+    EXPECT_LE(relative_rms(result, want), bound<T>(n)) << n << " inverse " << inverse;
+  }
+}
+
+TEST(EngineShort, MisalignedLines) {
+  for (int n : {256, 1024, 1000}) {
+    check_misaligned<float>(n);
+    check_misaligned<double>(n);
+  }
+}
+
+}  // namespace
