@@ -42,8 +42,8 @@ struct engine_kernels {
   // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
-  // A whole line of n points, n a power of two from W * W (at least 8) to 64, in registers; x and
-  // y may be the same line. No scaling.
+  // A whole line of n points, n a power of two from 8 to 64, in registers (lines shorter than W * W
+  // on narrower vectors); x and y may be the same line. No scaling.
   void (*short_single)(const float* x, float* y, int n, int inverse);
   void (*short_double)(const double* x, double* y, int n, int inverse);
 };

@@ -144,11 +144,18 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<avx2_double>(a, b, y, n);
 }
 
+// Lines shorter than W * W points take the scalar kernels of the baseline.
 void short_single(const float* x, float* y, int n, int inverse) {
-  engine_detail::run_short_line<avx2_single>(x, y, n, inverse);
+  if (engine_detail::short_line_serves<avx2_single>(n))
+    engine_detail::run_short_line<avx2_single>(x, y, n, inverse);
+  else
+    isa_portable::dft_engine_kernels().short_single(x, y, n, inverse);
 }
 void short_double(const double* x, double* y, int n, int inverse) {
-  engine_detail::run_short_line<avx2_double>(x, y, n, inverse);
+  if (engine_detail::short_line_serves<avx2_double>(n))
+    engine_detail::run_short_line<avx2_double>(x, y, n, inverse);
+  else
+    isa_portable::dft_engine_kernels().short_double(x, y, n, inverse);
 }
 
 constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double,

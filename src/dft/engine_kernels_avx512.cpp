@@ -235,11 +235,19 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<avx512_double>(a, b, y, n);
 }
 
+// Lines shorter than W * W points fill fewer vectors than a vector has lanes; they take the
+// narrower vectors of the AVX2 kernels, which this processor has too.
 void short_single(const float* x, float* y, int n, int inverse) {
-  engine_detail::run_short_line<avx512_single>(x, y, n, inverse);
+  if (engine_detail::short_line_serves<avx512_single>(n))
+    engine_detail::run_short_line<avx512_single>(x, y, n, inverse);
+  else
+    isa_avx2::dft_engine_kernels().short_single(x, y, n, inverse);
 }
 void short_double(const double* x, double* y, int n, int inverse) {
-  engine_detail::run_short_line<avx512_double>(x, y, n, inverse);
+  if (engine_detail::short_line_serves<avx512_double>(n))
+    engine_detail::run_short_line<avx512_double>(x, y, n, inverse);
+  else
+    isa_avx2::dft_engine_kernels().short_double(x, y, n, inverse);
 }
 
 constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double,

@@ -312,7 +312,7 @@ int build_complex(PrimitiveDftContext* c) {
     if (twos) radix[count++] = 2;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
-    c->short_line = n <= tuning::short_line_limit && n >= 8 && n >= width * width;
+    c->short_line = n <= tuning::short_line_limit && n >= tuning::short_line_least;
     if (!set_buffer_size(c, 2 * element * n)) return engine_no_memory;
     const int status = build_plan<T>(c, radix, count, width);
     return status != engine_ok ? status : build_batch_plan<T>(c);

@@ -7,12 +7,15 @@ namespace zvx::dft::tuning {
 // Lengths up to this one run straight-line kernels without tables: 1, 2, 3 and 4 points.
 inline constexpr int fixed_kernel_limit = 4;
 
-// Powers of two from W * W (W complex elements a vector, and at least 8) up to this length run
-// one straight-line kernel that keeps the whole line in registers instead of the passes: with
-// AVX-512, 64 points took 0.027 us in single against 0.046 through three radix-4 passes, and
-// 0.033 against 0.061 in double (least thread CPU time, loaded machine). Shorter lines than
-// W * W would need lanes of one vector combined with each other; they keep the passes.
+// Powers of two from short_line_least to short_line_limit run one straight-line kernel that
+// keeps the whole line in registers instead of the passes: with AVX-512, 64 points took 0.027 us
+// in single against 0.046 through three radix-4 passes, and 0.033 against 0.061 in double; 16 and
+// 32 points in single 0.014 and 0.020 us against 0.029 and 0.035; 8 points 0.011 (double) and
+// 0.019 us (single) against 0.034 (least thread CPU time, loaded machine). A line needs at
+// least as many vectors as a vector has lanes, so the shorter ones take the narrower vectors of
+// AVX2, and 8 points in single the scalar kernel.
 inline constexpr int short_line_limit = 64;
+inline constexpr int short_line_least = 8;
 
 // Lengths up to this one that do not factor into 4, 2 and small odd primes (the primes from 5 to
 // 149) run one direct sum folded by symmetry; above it the chirp convolution on a power of two
