@@ -154,7 +154,6 @@ inline void butterfly_odd(int r, const typename V::real* roots, typename V::R* a
 template <class V, bool Inv, int Radix>
 inline void butterfly(int r, const typename V::real* roots, typename V::R* a, typename V::R* y) {
   if constexpr (Radix == 0) butterfly_odd<V, Inv>(r, roots, a, y);
-  else if constexpr (Radix >= 16) straight<V, Inv, Radix>(a, y);
   else butterfly_fixed<V, Inv, Radix>(a, y);
 }
 
@@ -278,9 +277,6 @@ void pass_direction(const engine_pass& P, const typename V::real* x, typename V:
     case 2: pass_radix<V, Inv, 2>(P, x, y); break;
     case 3: pass_radix<V, Inv, 3>(P, x, y); break;
     case 5: pass_radix<V, Inv, 5>(P, x, y); break;
-    case 16: pass_radix<V, Inv, 16>(P, x, y); break;
-    case 32: pass_radix<V, Inv, 32>(P, x, y); break;
-    case 64: pass_radix<V, Inv, 64>(P, x, y); break;
     default: pass_radix<V, Inv, 0>(P, x, y); break;
   }
 }

@@ -1,9 +1,8 @@
 // Straight-line transforms of 16, 32 and 64 points over a vector type, with their roots as
-// constants: no table is read and no loop is left after inlining. They serve twice: as the
-// butterfly of a radix-16, -32 or -64 pass (engine_passes.h), where the last pass of a long line
-// then does in registers what two or three passes over memory did; and inside the whole-line
+// constants: no table is read and no loop is left after inlining. They run inside the whole-line
 // kernel of the short powers of two below, where a line of N = W * M elements stays in M vector
-// registers from its load to its store.
+// registers from its load to its store. (As the butterfly of a last pass over a long line they
+// were measured slower than the radix-4 and radix-8 passes; see the tuning header.)
 #pragma once
 #include <array>
 #include <utility>

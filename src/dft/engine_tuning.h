@@ -58,12 +58,12 @@ inline constexpr int reorder_limit_double = 5000;
 //   a line in five passes where radix 4 takes eight at 2^16. The leftover fours last rather than
 //   first: 10 per cent less time at 2^11 and 2^12 in either precision (the last pass has no
 //   twiddles, and the radix-8 passes then read their twiddles for the longer sub-lengths).
-// - The straight-line transforms of 16, 32 and 64 points also serve as pass butterflies, but the
-//   plans do not take them: as the last pass of 1,024 and 4,096 points they were slower or within
-//   the noise (single 1,024: 0.60 us with 4, 4, 64 against 0.51 with the plan above; double
-//   4,096: 7.95 us with 4, 8, 8, 16 against 5.52), since their r inputs lie a power of two apart
-//   and overflow the sets of the first-level cache; in the multi-line plan a radix-64 last pass
-//   took 64^3 in single from 395 to 458 us and 512 x 512 in double from 636 to 975 us.
+// - The straight-line transforms of 16, 32 and 64 points are not pass butterflies: as the last
+//   pass of 1,024 and 4,096 points they were slower or within the noise (single 1,024: 0.60 us
+//   with 4, 4, 64 against 0.51 with the plan above; double 4,096: 7.95 us with 4, 8, 8, 16
+//   against 5.52), since their r inputs lie a power of two apart and overflow the sets of the
+//   first-level cache; in the multi-line plan a radix-64 last pass took 64^3 in single from 395
+//   to 458 us and 512 x 512 in double from 636 to 975 us.
 // - Lines off the 64-byte grid (a caller's array from malloc is usually 16 bytes off it) run
 //   their passes between two aligned halves of the work array, reading the caller's line once and
 //   writing it once: every 512-bit access to such a line splits a cache line, and 1,024 points in

@@ -1,6 +1,6 @@
-// The straight-line kernels of the short powers of two and the passes of radix 16, 32 and 64
-// built on them, against a naive long double DFT and against the general passes; and lines off
-// the 64-byte grid, which take their passes through the aligned halves of the work array.
+// The straight-line kernels of the short powers of two against a naive long double DFT and
+// against the general passes; and lines off the 64-byte grid, which take their passes through the
+// aligned halves of the work array.
 #include <cstdint>
 #include <cstring>
 
@@ -20,18 +20,9 @@ T* reals(std::vector<typename precision<T>::element>& v) {
 }
 
 template <class T>
-int width(const engine_kernels& k) {
-  return sizeof(T) == sizeof(double) ? k.width_double : k.width_single;
-}
-template <class T>
 void run_short(const engine_kernels& k, const T* x, T* y, int n, int inverse) {
   if constexpr (sizeof(T) == sizeof(double)) k.short_double(x, y, n, inverse);
   else k.short_single(x, y, n, inverse);
-}
-template <class T>
-void run_pass(const engine_kernels& k, const engine_pass& p, const T* x, T* y, int inverse) {
-  if constexpr (sizeof(T) == sizeof(double)) k.pass_double(p, x, y, inverse);
-  else k.pass_single(p, x, y, inverse);
 }
 
 // Every length the whole-line kernel serves (8 to 64, on the vectors of this instruction set or
@@ -79,67 +70,6 @@ void check_short_lines() {
 
 TEST(EngineShort, WholeLinesSingle) { check_short_lines<float>(); }
 TEST(EngineShort, WholeLinesDouble) { check_short_lines<double>(); }
-
-// One pass of radix r on `s` interleaved lines: m = 1 gives s transforms of r points at stride s;
-// m > 1 turns output k of group p by w_(m r)^(p k) from a per-p table, vectors over q.
-template <class T>
-void check_big_radix_pass(int r, long m, long s) {
-  using E = typename precision<T>::element;
-  const engine_kernels& k = dft_engine_kernels();
-  const long n = r * m * s;
-  const long double two_pi = 6.283185307179586476925286766559005768L;
-  std::vector<T> tw(2 * m * (r - 1));
-  for (long p = 0; p < m; ++p)
-    for (int j = 1; j < r; ++j) {
-      const long double a = two_pi * static_cast<long double>(p * j) / static_cast<long double>(m * r);
-      tw[2 * (p * (r - 1) + j - 1)] = static_cast<T>(cosl(a));
-      tw[2 * (p * (r - 1) + j - 1) + 1] = static_cast<T>(-sinl(a));
-    }
-  engine_pass pass{};
-  pass.radix = r;
-  pass.m = static_cast<int>(m);
-  pass.s = static_cast<int>(s);
-  pass.expanded = s < width<T>(k);
-  pass.grouped = 0;
-  pass.twiddles = m > 1 ? tw.data() : nullptr;
-  if (m > 1) ASSERT_FALSE(pass.expanded) << "per-p twiddles need vectors over q";
-  for (int inverse = 0; inverse < 2; ++inverse) {
-    const auto x = random_line<T>(n, 7 * r + m + s + inverse);
-    std::vector<E> y(n);
-    run_pass<T>(k, pass, reals<T>(x), reals<T>(y), inverse);
-    double worst = 0;
-    for (long q = 0; q < s; ++q)
-      for (long p = 0; p < m; ++p) {
-        std::vector<E> line(r), got(r);
-        for (int j = 0; j < r; ++j) line[j] = x[q + s * (p + j * m)];
-        auto want = naive_dft(line, inverse ? 1 : -1);
-        for (int j = 0; j < r; ++j) {
-          const long double a = two_pi * static_cast<long double>(p * j) /
-                                static_cast<long double>(m * r) * (inverse ? 1 : -1);
-          want[j] *= lc(cosl(a), sinl(a));
-          got[j] = y[q + s * (r * p + j)];
-        }
-        worst = std::max(worst, relative_rms(got, want));
-      }
-    EXPECT_LE(worst, bound<T>(r) * (m > 1 ? 2 : 1))
-        << "radix " << r << " m " << m << " s " << s << " inverse " << inverse;
-  }
-}
-
-template <class T>
-void check_big_radices() {
-  const int w = width<T>(dft_engine_kernels());
-  for (int r : {16, 32, 64}) {
-    check_big_radix_pass<T>(r, 1, 1);      // one whole transform, vectors over indices
-    check_big_radix_pass<T>(r, 1, 3);      // a stride that divides no vector width
-    check_big_radix_pass<T>(r, 1, w);      // the last pass of a long line
-    check_big_radix_pass<T>(r, 4, w);      // a twiddled pass
-    check_big_radix_pass<T>(r, 2, 2 * w + 1);  // vectors over q and a scalar tail
-  }
-}
-
-TEST(EngineShort, BigRadixPassesSingle) { check_big_radices<float>(); }
-TEST(EngineShort, BigRadixPassesDouble) { check_big_radices<double>(); }
 
 // Lines whose data lie off the 64-byte grid (one complex element past it) take the same passes
 // through the aligned work array: their results equal those of the aligned line exactly, in place
