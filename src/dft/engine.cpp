@@ -123,17 +123,21 @@ void transform(const PrimitiveDftContext* c, const T* in, T* out, T* work, int i
       chirp_transform(c, in, out, work, inverse);
       break;
     default:
-      if (!c->no_reorder) {
+      if (c->short_line) {
+        if constexpr (sizeof(T) == sizeof(double))
+          c->kernels->short_double(in, out, static_cast<int>(n), inverse);
+        else c->kernels->short_single(in, out, static_cast<int>(n), inverse);
+      } else if (!c->no_reorder) {
         run_plan(c, in, out, work, inverse);
-      } else if (!inverse) {  // natural order into the second half of the work, then scattered
-        T* natural = work + 2 * n;
+      } else if (!inverse) {  // natural order into the last third of the work, then scattered
+        T* natural = work + 4 * n;
         run_plan(c, in, natural, work, 0);
         for (long k = 0; k < n; ++k) {
           out[2 * c->permutation[k]] = natural[2 * k];
           out[2 * c->permutation[k] + 1] = natural[2 * k + 1];
         }
       } else {  // gathered from digit-reversed order, then transformed
-        T* natural = work + 2 * n;
+        T* natural = work + 4 * n;
         for (long k = 0; k < n; ++k) {
           natural[2 * k] = in[2 * c->permutation[k]];
           natural[2 * k + 1] = in[2 * c->permutation[k] + 1];
@@ -175,7 +179,7 @@ int compute(const C* in, C* out, PrimitiveDftContext* c, void* scratch, int type
       scratch = owned;
     }
     const auto address = reinterpret_cast<std::uintptr_t>(scratch);
-    work = reinterpret_cast<T*>((address + 31) & ~static_cast<std::uintptr_t>(31));
+    work = reinterpret_cast<T*>((address + 63) & ~static_cast<std::uintptr_t>(63));
   }
   transform(c, x, y, work, inverse);
   engine_free(owned);
@@ -190,8 +194,8 @@ long batch_of(const PrimitiveDftContext* c) {
 // the single-line scratch.
 long lines_scratch_bytes(const PrimitiveDftContext* c) {
   const long element = c->is_double ? 2 * sizeof(double) : 2 * sizeof(float);
-  if (c->batch_plan.pass_count > 0) return 2 * c->length * batch_of(c) * element;
-  return c->length * element + c->buffer_size + 32;
+  if (c->batch_plan.pass_count > 0) return 2 * c->length * batch_of(c) * element + 32;
+  return c->length * element + c->buffer_size + 96;
 }
 
 template <class T, class C>
@@ -209,14 +213,14 @@ int compute_lines(const C* in, long is, long id, C* out, long os, long od, long 
     scratch = owned;
   }
   const auto address = reinterpret_cast<std::uintptr_t>(scratch);
-  T* buf = reinterpret_cast<T*>((address + 31) & ~static_cast<std::uintptr_t>(31));
+  T* buf = reinterpret_cast<T*>((address + 63) & ~static_cast<std::uintptr_t>(63));
   const long n = c->length;
   if (c->batch_plan.pass_count == 0) {
     const T* x = reinterpret_cast<const T*>(in);
     T* y = reinterpret_cast<T*>(out);
     // One line at a time through the buffer, with the single-line scratch behind it.
     const auto after = reinterpret_cast<std::uintptr_t>(buf + 2 * n);
-    T* work = reinterpret_cast<T*>((after + 31) & ~static_cast<std::uintptr_t>(31));
+    T* work = reinterpret_cast<T*>((after + 63) & ~static_cast<std::uintptr_t>(63));
     for (long l = 0; l < count; ++l) {
       const T* src = x + 2 * l * id;
       for (long k = 0; k < n; ++k) {
@@ -359,11 +363,11 @@ void* engine_allocate(long bytes) {
   if (left == 0) return nullptr;
   if (left > 0) allocations_until_failure.store(left - 1, std::memory_order_relaxed);
   // The hook's block, the address of it in the word before the returned one, and room to round
-  // the returned address up to 32 bytes.
-  void* raw = std::calloc(1, static_cast<std::size_t>(bytes) + 32 + sizeof(void*));
+  // the returned address up to 64 bytes (a whole cache line, the width of the widest vector).
+  void* raw = std::calloc(1, static_cast<std::size_t>(bytes) + 64 + sizeof(void*));
   if (raw == nullptr) return nullptr;
   const auto address = reinterpret_cast<std::uintptr_t>(raw) + sizeof(void*);
-  void** block = reinterpret_cast<void**>((address + 31) & ~static_cast<std::uintptr_t>(31));
+  void** block = reinterpret_cast<void**>((address + 63) & ~static_cast<std::uintptr_t>(63));
   block[-1] = raw;
   return block;
 }

@@ -48,8 +48,8 @@ struct PrimitiveDftContext;
 // Creates a context of `type` for lines of `length` elements. On failure *context is left as it
 // was and everything built so far is released.
 int primitive_dft_create(PrimitiveDftContext** context, int type, int length, int flag, int hint);
-// Scratch bytes a compute call on this context needs (0: none). The caller's scratch is aligned
-// up to 32 bytes by the entries, so a caller gives `bytes` + 32.
+// Scratch bytes a compute call on this context needs (0: none). The entries align the caller's
+// scratch up to 64 bytes within what a caller gives, which is `bytes` + 32.
 int primitive_dft_buffer_size(const PrimitiveDftContext* context, int* bytes);
 // Releases a context; null is accepted.
 int primitive_dft_free(PrimitiveDftContext* context);
@@ -156,7 +156,7 @@ real_small_s_fn real_small_inverse_s(int length);
 real_small_d_fn real_small_forward_d(int length);
 real_small_d_fn real_small_inverse_d(int length);
 
-// The engine's allocator: 32-byte aligned, zero-filled blocks; a size below 1 gives null; free
+// The engine's allocator: 64-byte aligned, zero-filled blocks; a size below 1 gives null; free
 // accepts null.
 void* engine_allocate(long bytes);
 void engine_free(void* block);

@@ -49,6 +49,10 @@ struct engine_kernels {
   void (*real_forward_double)(double* z, const double* h, long n);
   void (*real_inverse_single)(float* z, const float* x, const float* h, long n);
   void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
+  // A whole line of n points, n a power of two from 8 to 64, in registers (lines shorter than W * W
+  // on narrower vectors); x and y may be the same line. No scaling.
+  void (*short_single)(const float* x, float* y, int n, int inverse);
+  void (*short_double)(const double* x, double* y, int n, int inverse);
 };
 
 // The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.
@@ -128,6 +132,8 @@ struct PrimitiveDftContext {
   void* real_table;
   void* real_direct_table;
   int real_mixed_radix;
+  // 1 when the line runs the whole-line kernel of its length in place of the plan's passes.
+  int short_line;
 };
 
 // The route a context takes; 0 for null. For tests and the descriptor layer's diagnostics.

@@ -44,6 +44,12 @@ struct avx2_double {
     return Conj ? _mm256_fmsubadd_pd(a, wr, t) : _mm256_fmaddsub_pd(a, wr, t);
   }
   static bool interleave2(double*, long, R, R) { return false; }
+  // Element q of vector k to element k of vector q, two vectors.
+  static void transpose(R* v) {
+    const R a = _mm256_permute2f128_pd(v[0], v[1], 0x20);
+    v[1] = _mm256_permute2f128_pd(v[0], v[1], 0x31);
+    v[0] = a;
+  }
   // s = 1: each vector holds two groups of one element.
   static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
     if (s != 1) return false;
@@ -106,6 +112,17 @@ struct avx2_single {
     return Conj ? _mm256_fmsubadd_ps(a, wr, t) : _mm256_fmaddsub_ps(a, wr, t);
   }
   static bool interleave2(float*, long, R, R) { return false; }
+  // Element q of vector k to element k of vector q, four vectors.
+  static void transpose(R* v) {
+    const __m256d l01 = _mm256_unpacklo_pd(_mm256_castps_pd(v[0]), _mm256_castps_pd(v[1]));
+    const __m256d h01 = _mm256_unpackhi_pd(_mm256_castps_pd(v[0]), _mm256_castps_pd(v[1]));
+    const __m256d l23 = _mm256_unpacklo_pd(_mm256_castps_pd(v[2]), _mm256_castps_pd(v[3]));
+    const __m256d h23 = _mm256_unpackhi_pd(_mm256_castps_pd(v[2]), _mm256_castps_pd(v[3]));
+    v[0] = _mm256_castpd_ps(_mm256_permute2f128_pd(l01, l23, 0x20));
+    v[1] = _mm256_castpd_ps(_mm256_permute2f128_pd(h01, h23, 0x20));
+    v[2] = _mm256_castpd_ps(_mm256_permute2f128_pd(l01, l23, 0x31));
+    v[3] = _mm256_castpd_ps(_mm256_permute2f128_pd(h01, h23, 0x31));
+  }
   static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
     const __m256d y0 = _mm256_castps_pd(f0), y1 = _mm256_castps_pd(f1);
     const __m256d y2 = _mm256_castps_pd(f2), y3 = _mm256_castps_pd(f3);
@@ -157,10 +174,25 @@ void real_inverse_double(double* z, const double* x, const double* h, long n) {
   engine_detail::real_inverse<avx2_double>(z, x, h, n);
 }
 
+// Lines shorter than W * W points take the scalar kernels of the baseline.
+void short_single(const float* x, float* y, int n, int inverse) {
+  if (engine_detail::short_line_serves<avx2_single>(n))
+    engine_detail::run_short_line<avx2_single>(x, y, n, inverse);
+  else
+    isa_portable::dft_engine_kernels().short_single(x, y, n, inverse);
+}
+void short_double(const double* x, double* y, int n, int inverse) {
+  if (engine_detail::short_line_serves<avx2_double>(n))
+    engine_detail::run_short_line<avx2_double>(x, y, n, inverse);
+  else
+    isa_portable::dft_engine_kernels().short_double(x, y, n, inverse);
+}
+
 constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double,
                                multiply_single, multiply_double,
                                real_forward_single, real_forward_double,
-                               real_inverse_single, real_inverse_double};
+                               real_inverse_single, real_inverse_double,
+                               short_single, short_double};
 
 }  // namespace
 

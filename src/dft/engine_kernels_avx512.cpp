@@ -3,6 +3,7 @@
 // GCC 12 flags the self-initialised placeholder vectors inside its own AVX-512 intrinsics as
 // maybe uninitialised; the warning says nothing about this file.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
 
 #include "dft/engine_passes.h"
@@ -123,6 +124,17 @@ struct avx512_double {
     else return false;
     return true;
   }
+  // Element q of vector k to element k of vector q, four vectors.
+  static void transpose(R* v) {
+    const __m512d u0 = _mm512_shuffle_f64x2(v[0], v[1], _MM_SHUFFLE(2, 0, 2, 0));
+    const __m512d u1 = _mm512_shuffle_f64x2(v[0], v[1], _MM_SHUFFLE(3, 1, 3, 1));
+    const __m512d u2 = _mm512_shuffle_f64x2(v[2], v[3], _MM_SHUFFLE(2, 0, 2, 0));
+    const __m512d u3 = _mm512_shuffle_f64x2(v[2], v[3], _MM_SHUFFLE(3, 1, 3, 1));
+    v[0] = _mm512_shuffle_f64x2(u0, u2, _MM_SHUFFLE(2, 0, 2, 0));
+    v[1] = _mm512_shuffle_f64x2(u1, u3, _MM_SHUFFLE(2, 0, 2, 0));
+    v[2] = _mm512_shuffle_f64x2(u0, u2, _MM_SHUFFLE(3, 1, 3, 1));
+    v[3] = _mm512_shuffle_f64x2(u1, u3, _MM_SHUFFLE(3, 1, 3, 1));
+  }
   static bool interleave4(double* y, long s, R y0, R y1, R y2, R y3) {
     if (s == 1) interleave_lanes(y, y0, y1, y2, y3);
     else if (s == 2) interleave_halves(y, y0, y1, y2, y3);
@@ -198,6 +210,29 @@ struct avx512_single {
     else return false;
     return true;
   }
+  // Element q of vector k to element k of vector q, eight vectors: pairs of elements within
+  // 128-bit lanes, then lanes in two rounds.
+  static void transpose(R* v) {
+    __m512d t[8], u[8];
+    for (int i = 0; i < 8; i += 2) {
+      t[i] = _mm512_unpacklo_pd(_mm512_castps_pd(v[i]), _mm512_castps_pd(v[i + 1]));
+      t[i + 1] = _mm512_unpackhi_pd(_mm512_castps_pd(v[i]), _mm512_castps_pd(v[i + 1]));
+    }
+    for (int h = 0; h < 8; h += 4) {
+      u[h] = _mm512_shuffle_f64x2(t[h], t[h + 2], _MM_SHUFFLE(2, 0, 2, 0));      // 0, 4
+      u[h + 1] = _mm512_shuffle_f64x2(t[h], t[h + 2], _MM_SHUFFLE(3, 1, 3, 1));  // 2, 6
+      u[h + 2] = _mm512_shuffle_f64x2(t[h + 1], t[h + 3], _MM_SHUFFLE(2, 0, 2, 0));  // 1, 5
+      u[h + 3] = _mm512_shuffle_f64x2(t[h + 1], t[h + 3], _MM_SHUFFLE(3, 1, 3, 1));  // 3, 7
+    }
+    v[0] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[0], u[4], _MM_SHUFFLE(2, 0, 2, 0)));
+    v[4] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[0], u[4], _MM_SHUFFLE(3, 1, 3, 1)));
+    v[2] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[1], u[5], _MM_SHUFFLE(2, 0, 2, 0)));
+    v[6] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[1], u[5], _MM_SHUFFLE(3, 1, 3, 1)));
+    v[1] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[2], u[6], _MM_SHUFFLE(2, 0, 2, 0)));
+    v[5] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[2], u[6], _MM_SHUFFLE(3, 1, 3, 1)));
+    v[3] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[3], u[7], _MM_SHUFFLE(2, 0, 2, 0)));
+    v[7] = _mm512_castpd_ps(_mm512_shuffle_f64x2(u[3], u[7], _MM_SHUFFLE(3, 1, 3, 1)));
+  }
   static bool interleave4(float* y, long s, R f0, R f1, R f2, R f3) {
     double* d = reinterpret_cast<double*>(y);
     const __m512d y0 = _mm512_castps_pd(f0), y1 = _mm512_castps_pd(f1);
@@ -237,10 +272,26 @@ void real_inverse_double(double* z, const double* x, const double* h, long n) {
   engine_detail::real_inverse<avx512_double>(z, x, h, n);
 }
 
+// Lines shorter than W * W points fill fewer vectors than a vector has lanes; they take the
+// narrower vectors of the AVX2 kernels, which this processor has too.
+void short_single(const float* x, float* y, int n, int inverse) {
+  if (engine_detail::short_line_serves<avx512_single>(n))
+    engine_detail::run_short_line<avx512_single>(x, y, n, inverse);
+  else
+    isa_avx2::dft_engine_kernels().short_single(x, y, n, inverse);
+}
+void short_double(const double* x, double* y, int n, int inverse) {
+  if (engine_detail::short_line_serves<avx512_double>(n))
+    engine_detail::run_short_line<avx512_double>(x, y, n, inverse);
+  else
+    isa_avx2::dft_engine_kernels().short_double(x, y, n, inverse);
+}
+
 constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double,
                                multiply_single, multiply_double,
                                real_forward_single, real_forward_double,
-                               real_inverse_single, real_inverse_double};
+                               real_inverse_single, real_inverse_double,
+                               short_single, short_double};
 
 }  // namespace
 

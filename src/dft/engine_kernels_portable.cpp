@@ -33,10 +33,18 @@ void real_inverse_double(double* z, const double* x, const double* h, long n) {
   engine_detail::real_inverse<scalar_complex<double>>(z, x, h, n);
 }
 
+void short_single(const float* x, float* y, int n, int inverse) {
+  engine_detail::run_short_line<scalar_complex<float>>(x, y, n, inverse);
+}
+void short_double(const double* x, double* y, int n, int inverse) {
+  engine_detail::run_short_line<scalar_complex<double>>(x, y, n, inverse);
+}
+
 constexpr engine_kernels table{1, 1, pass_single, pass_double,
                                multiply_single, multiply_double,
                                real_forward_single, real_forward_double,
-                               real_inverse_single, real_inverse_double};
+                               real_inverse_single, real_inverse_double,
+                               short_single, short_double};
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "dft/engine_internal.h"
+#include "dft/engine_straight.h"
 
 namespace zvx::dft {
 
@@ -46,6 +47,7 @@ struct scalar_complex {
   static R repeat(const T* p, long) { return load(p); }
   static bool interleave4(T*, long, R, R, R, R) { return false; }
   static bool interleave2(T*, long, R, R) { return false; }
+  static void transpose(R*) {}
 };
 
 namespace engine_detail {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <initializer_list>
+#include <cstdint>
 
 #include "dft/engine_internal.h"
 #include "dft/engine_tuning.h"
@@ -272,6 +273,7 @@ int build_chirp(PrimitiveDftContext* c) {
 // cannot express (and which the caller could not be told to provide) is refused as out of memory
 // before anything is built.
 bool set_buffer_size(PrimitiveDftContext* c, long bytes) {
+  bytes += 32;  // the entries align the scratch up to 64 bytes; the caller's margin is 32
   if (bytes > INT_MAX - 64) return false;
   c->buffer_size = static_cast<int>(bytes);
   return true;
@@ -310,7 +312,8 @@ int build_complex(PrimitiveDftContext* c) {
     if (twos) radix[count++] = 2;
     c->route = route_power_of_two;
     c->is_power_of_two = 1;
-    if (!set_buffer_size(c, element * n)) return engine_no_memory;
+    c->short_line = n <= tuning::short_line_limit && n >= tuning::short_line_least;
+    if (!set_buffer_size(c, 2 * element * n)) return engine_no_memory;
     const int status = build_plan<T>(c, radix, count, width);
     return status != engine_ok ? status : build_batch_plan<T>(c);
   }
@@ -333,7 +336,7 @@ int build_complex(PrimitiveDftContext* c) {
     const int reorder_limit =
         c->is_double ? tuning::reorder_limit_double : tuning::reorder_limit_single;
     c->no_reorder = scrambled && n > reorder_limit;
-    if (!set_buffer_size(c, element * n * (c->no_reorder ? 2 : 1))) return engine_no_memory;
+    if (!set_buffer_size(c, element * n * (c->no_reorder ? 3 : 2))) return engine_no_memory;
     if (c->no_reorder) {
       const int status = build_permutation(c);
       if (status != engine_ok) return status;
@@ -374,6 +377,23 @@ void run_plan(const PrimitiveDftContext* c, const T* in, T* out, T* work, int in
     else c->kernels->pass_single(p, x, y, inverse);
   };
   const int last = plan.pass_count - 1;
+  // A line off the 64-byte grid splits a cache line with every other vector it moves; its
+  // passes then run between the two aligned halves of the work array, so that only the first
+  // pass reads and the last writes the caller's arrays.
+  const auto misaligned = [](const T* p) { return (reinterpret_cast<std::uintptr_t>(p) & 63) != 0; };
+  if (last >= 2 && (misaligned(in) || misaligned(out))) {
+    T* a = work;
+    T* b = work + 2 * static_cast<long>(c->length);
+    pass(plan.passes[0], in, a);
+    for (int i = 1; i < last; ++i) {
+      pass(plan.passes[i], a, b);
+      T* t = a;
+      a = b;
+      b = t;
+    }
+    pass(plan.passes[last], a, out);
+    return;
+  }
   // Passes alternate between the output and the work array; the first never writes over the
   // input, and the last pass (m = 1) reads each element before it writes it, so it may run in
   // place wherever the one before it left the data.

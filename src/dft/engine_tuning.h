@@ -7,6 +7,16 @@ namespace zvx::dft::tuning {
 // Lengths up to this one run straight-line kernels without tables: 1, 2, 3 and 4 points.
 inline constexpr int fixed_kernel_limit = 4;
 
+// Powers of two from short_line_least to short_line_limit run one straight-line kernel that
+// keeps the whole line in registers instead of the passes: with AVX-512, 64 points took 0.027 us
+// in single against 0.046 through three radix-4 passes, and 0.033 against 0.061 in double; 16 and
+// 32 points in single 0.014 and 0.020 us against 0.029 and 0.035; 8 points 0.011 (double) and
+// 0.019 us (single) against 0.034 (least thread CPU time, loaded machine). A line needs at
+// least as many vectors as a vector has lanes, so the shorter ones take the narrower vectors of
+// AVX2, and 8 points in single the scalar kernel.
+inline constexpr int short_line_limit = 64;
+inline constexpr int short_line_least = 8;
+
 // Lengths up to this one that do not factor into 4, 2 and small odd primes (the primes from 5 to
 // 149) run one direct sum folded by symmetry; above it the chirp convolution on a power of two
 // is cheaper. Every route a length takes depends on this number, so it is part of the rounding a
@@ -62,6 +72,16 @@ inline constexpr int reorder_limit_double = 5000;
 //   a line in five passes where radix 4 takes eight at 2^16. The leftover fours last rather than
 //   first: 10 per cent less time at 2^11 and 2^12 in either precision (the last pass has no
 //   twiddles, and the radix-8 passes then read their twiddles for the longer sub-lengths).
+// - The straight-line transforms of 16, 32 and 64 points are not pass butterflies: as the last
+//   pass of 1,024 and 4,096 points they were slower or within the noise (single 1,024: 0.60 us
+//   with 4, 4, 64 against 0.51 with the plan above; double 4,096: 7.95 us with 4, 8, 8, 16
+//   against 5.52), since their r inputs lie a power of two apart and overflow the sets of the
+//   first-level cache; in the multi-line plan a radix-64 last pass took 64^3 in single from 395
+//   to 458 us and 512 x 512 in double from 636 to 975 us.
+// - Lines off the 64-byte grid (a caller's array from malloc is usually 16 bytes off it) run
+//   their passes between two aligned halves of the work array, reading the caller's line once and
+//   writing it once: every 512-bit access to such a line splits a cache line, and 1,024 points in
+//   single took 0.85 us 16 bytes off against 0.53 on the grid before, 0.61 after.
 // - No split of long lines into blocks of columns: copying blocks of 8 to 64 columns of a
 //   2^16 to 2^20 line into a buffer that stays in the second-level cache, transforming them and
 //   turning them by w^(c k) was measured slower than streaming the self-sorting passes over the

@@ -327,7 +327,7 @@ TEST(EngineStatus, NoMemoryOnEveryAllocation) {
   EXPECT_EQ(x[0].real, 1000.0);
 }
 
-// The allocator: 32-byte aligned, zero-filled blocks; sizes below 1 give null; null frees.
+// The allocator: 64-byte aligned, zero-filled blocks; sizes below 1 give null; null frees.
 TEST(EngineAllocator, AlignedZeroFilledBlocks) {
   EXPECT_EQ(engine_allocate(0), nullptr);
   EXPECT_EQ(engine_allocate(-5), nullptr);
@@ -335,7 +335,7 @@ TEST(EngineAllocator, AlignedZeroFilledBlocks) {
   for (long bytes : {1L, 31L, 32L, 33L, 1000L, 20480L, 1L << 20}) {
     auto* p = static_cast<unsigned char*>(engine_allocate(bytes));
     ASSERT_NE(p, nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 32, 0u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
     long nonzero = 0;
     for (long i = 0; i < bytes; ++i) nonzero += p[i] != 0;
     EXPECT_EQ(nonzero, 0);
