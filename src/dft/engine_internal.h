@@ -122,6 +122,9 @@ struct PrimitiveDftContext {
   // 2 pi k / N, k < N) or a complex context of the whole length (`real_mixed_radix` when that
   // context factors the length).
   PrimitiveDftContext* half_context;
+  // Short powers of two run a straight-line kernel of their precision instead (null otherwise).
+  real_small_s_fn small_forward_s, small_inverse_s;
+  real_small_d_fn small_forward_d, small_inverse_d;
   void* real_table;
   void* real_direct_table;
   int real_mixed_radix;

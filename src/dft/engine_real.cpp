@@ -19,6 +19,8 @@ namespace {
 
 constexpr long double two_pi = 6.283185307179586476925286766559005768L;
 
+static_assert(tuning::real_straight_line_limit <= 64, "the straight-line kernels end at 64 points");
+
 enum packed_layout : int { layout_ccs = 54, layout_pack = 55, layout_perm = 56 };
 
 // Half-length contexts of the power-of-two and mixed-radix routes are in natural order and
@@ -265,6 +267,20 @@ int real_compute(const T* in, T* out, PrimitiveDftContext* c, void* scratch, int
     work = align32<T>(scratch);
   }
   const long n = c->length;
+  if (c->small_forward_s != nullptr || c->small_forward_d != nullptr) {
+    if constexpr (sizeof(T) == sizeof(double))
+      (inverse ? c->small_inverse_d : c->small_forward_d)(in, out, format);
+    else
+      (inverse ? c->small_inverse_s : c->small_forward_s)(in, out, format);
+    const bool scaled = inverse ? c->scale_inverse : c->scale_forward;
+    if (scaled) {
+      // The spectrum's reals wherever the layout puts them (the zeros of CCS stay zeros).
+      const long count = !inverse && format == layout_ccs ? n + 2 : n;
+      for (long k = 0; k < count; ++k) out[k] *= static_cast<T>(c->scale);
+    }
+    engine_free(owned);
+    return engine_ok;
+  }
   if (!inverse) {
     forward_perm(c, in, out, work);
     if (c->scale_forward)
@@ -309,6 +325,18 @@ int build_real(PrimitiveDftContext* c) {
     c->buffer_size = 0;
     return engine_ok;
   }
+  if ((n & (n - 1)) == 0 && n <= tuning::real_straight_line_limit) {
+    c->route = route_fixed;
+    c->buffer_size = 0;
+    if constexpr (sizeof(T) == sizeof(double)) {
+      c->small_forward_d = real_small_forward_d(n);
+      c->small_inverse_d = real_small_inverse_d(n);
+    } else {
+      c->small_forward_s = real_small_forward_s(n);
+      c->small_inverse_s = real_small_inverse_s(n);
+    }
+    return engine_ok;
+  }
   if (n % 2 == 0) {
     const int half = n / 2;
     int status = primitive_dft_create(&c->half_context, complex_type, half, scale_none, 0);
@@ -349,7 +377,7 @@ int build_real(PrimitiveDftContext* c) {
   int status = primitive_dft_create(&c->half_context, complex_type, n, scale_none, 0);
   if (status != engine_ok) return status;
   c->route = c->half_context->route;
-  c->real_mixed_radix = mixed;
+  c->real_mixed_radix = c->half_context->is_mixed_radix;
   c->is_mixed_radix = c->half_context->is_mixed_radix;
   c->chirp_length = c->half_context->chirp_length;
   const long bytes = static_cast<long>(2 * sizeof(T)) * n + 32 + c->half_context->buffer_size;

@@ -192,14 +192,19 @@ TYPED_TEST(EngineReal, ChosenLongerLengths) {
   for (long n : lengths) check_length<TypeParam>(n, static_cast<unsigned>(n) + 11);
 }
 
-// Real routes: lengths up to 4 fixed, even lengths the route of their half, odd lengths that do
-// not factor direct up to the real limit and chirp above; odd ones that factor mixed radix.
+// Real routes: lengths up to 4 and powers of two up to the straight-line limit fixed, other even
+// lengths the route of their half, odd lengths that do not factor direct up to the real limit
+// and chirp above; odd ones that factor mixed radix.
 TEST(EngineRealRoutes, ByLength) {
   const struct {
     int n, route;
   } cases[] = {{1, route_fixed},
                {4, route_fixed},
-               {8, route_fixed},  // half of 4 runs the complex fixed kernel
+               {8, route_fixed},
+               {tuning::real_straight_line_limit, route_fixed},
+               {2 * tuning::real_straight_line_limit, route_power_of_two},
+               {6, route_fixed},    // half of 3: the complex fixed kernel
+               {10, route_direct},  // half of 5: the complex direct sum
                {64, route_power_of_two},
                {12, route_mixed_radix},
                {2 * 149, route_direct},
