@@ -377,7 +377,7 @@ int build_real(PrimitiveDftContext* c) {
   int status = primitive_dft_create(&c->half_context, complex_type, n, scale_none, 0);
   if (status != engine_ok) return status;
   c->route = c->half_context->route;
-  c->real_mixed_radix = mixed;
+  c->real_mixed_radix = c->half_context->is_mixed_radix;
   c->is_mixed_radix = c->half_context->is_mixed_radix;
   c->chirp_length = c->half_context->chirp_length;
   const long bytes = static_cast<long>(2 * sizeof(T)) * n + 32 + c->half_context->buffer_size;
