@@ -4,8 +4,16 @@ zvx_library_sources(NAME dft_engine SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/engine.cpp ${CMAKE_CURRENT_LIST_DIR}/engine_plan.cpp
     ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_portable.cpp
     ${CMAKE_CURRENT_LIST_DIR}/engine_real.cpp)
-zvx_multiversion_sources(NAME dft_engine_real_small SOURCES
-    ${CMAKE_CURRENT_LIST_DIR}/engine_real_small.cpp)
+# The straight-line real kernels are unrolled code written by a generator at build time, so that
+# the generator, not thousands of lines of its output, is what the sources hold.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(ZVX_REAL_SMALL_SOURCE ${CMAKE_CURRENT_BINARY_DIR}/engine_real_small.cpp)
+add_custom_command(
+    OUTPUT ${ZVX_REAL_SMALL_SOURCE}
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_LIST_DIR}/gen_real_small.py ${ZVX_REAL_SMALL_SOURCE}
+    DEPENDS ${CMAKE_CURRENT_LIST_DIR}/gen_real_small.py
+    COMMENT "Generating the straight-line real DFT kernels" VERBATIM)
+zvx_multiversion_sources(NAME dft_engine_real_small SOURCES ${ZVX_REAL_SMALL_SOURCE})
 zvx_isa_sources(NAME dft_engine_avx2 ISA avx2 SOURCES ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_avx2.cpp)
 zvx_isa_sources(NAME dft_engine_avx512 ISA avx512 SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_avx512.cpp)
