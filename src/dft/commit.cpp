@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "blas/level12/kernels.h"
+#include "dft/dft_api.h"
 #include "dft/descriptor.h"
 #include "dft/dft_tuning.h"
 #include "dft/large_engine.h"
@@ -254,7 +255,7 @@ void release_committed(record* first) {
 
 using namespace zvx::dft;
 
-ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
+int zvx::dft::commit_descriptor(DFTI_DESCRIPTOR_HANDLE* handle) {
   if (handle == nullptr || *handle == nullptr) return DFTI_INCONSISTENT_CONFIGURATION;
   DftiDimensionRecord* first = *handle;
   if (!has_tag(first)) return DFTI_BAD_DESCRIPTOR;
@@ -347,4 +348,9 @@ ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
   if (first->workspace == nullptr) return fail(first, DFTI_MEMORY_ERROR);
   for (DftiDimensionRecord* r = first; r != nullptr; r = r->next) r->commit_status = DFTI_COMMITTED;
   return DFTI_NO_ERROR;
+}
+
+// The exported names forward to the bodies above, which the other subsystems call.
+ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
+  return zvx::dft::commit_descriptor(handle);
 }

@@ -2,6 +2,7 @@
 // conjugate-even results as complex values (sc, dz forward; cs, zd backward). Each entry makes
 // the decisions of the complex entries in the same order: checks, the direct line call,
 // user-thread mode, serial, or the threaded function when the problem pays for a fork.
+#include "dft/dft_api.h"
 #include "dft/compute_real.h"
 
 namespace zvx::dft {
@@ -234,10 +235,10 @@ int real_entry(DFTI_DESCRIPTOR_HANDLE* handle, bool forward, bool cplx, const R*
 
 using namespace zvx::dft;
 
-ZVX_EXPORT int dfti_compute_forward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
+int zvx::dft::compute_forward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
   return real_entry<float>(handle, true, false, data, data, true);
 }
-ZVX_EXPORT int dfti_compute_backward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
+int zvx::dft::compute_backward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
   return real_entry<float>(handle, false, false, data, data, true);
 }
 ZVX_EXPORT int dfti_compute_forward_s_out(DFTI_DESCRIPTOR_HANDLE* handle, const float* in,
@@ -248,10 +249,10 @@ ZVX_EXPORT int dfti_compute_backward_s_out(DFTI_DESCRIPTOR_HANDLE* handle, const
                                            float* out) {
   return real_entry<float>(handle, false, false, in, out, false);
 }
-ZVX_EXPORT int dfti_compute_forward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
+int zvx::dft::compute_forward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
   return real_entry<double>(handle, true, false, data, data, true);
 }
-ZVX_EXPORT int dfti_compute_backward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
+int zvx::dft::compute_backward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
   return real_entry<double>(handle, false, false, data, data, true);
 }
 ZVX_EXPORT int dfti_compute_forward_d_out(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
@@ -293,4 +294,18 @@ ZVX_EXPORT int dfti_compute_backward_zd(DFTI_DESCRIPTOR_HANDLE* handle, void* da
 ZVX_EXPORT int dfti_compute_backward_zd_out(DFTI_DESCRIPTOR_HANDLE* handle,
                                             const zvx_complex16* in, double* out) {
   return real_entry<double>(handle, false, true, reinterpret_cast<const double*>(in), out, false);
+}
+
+// The exported names forward to the bodies above, which the other subsystems call.
+ZVX_EXPORT int dfti_compute_forward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
+  return zvx::dft::compute_forward_s(handle, data);
+}
+ZVX_EXPORT int dfti_compute_backward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data) {
+  return zvx::dft::compute_backward_s(handle, data);
+}
+ZVX_EXPORT int dfti_compute_forward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
+  return zvx::dft::compute_forward_d(handle, data);
+}
+ZVX_EXPORT int dfti_compute_backward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data) {
+  return zvx::dft::compute_backward_d(handle, data);
 }

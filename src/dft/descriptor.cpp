@@ -1,4 +1,5 @@
 // Descriptor records: create, free, every set and get operation, and the status texts.
+#include "dft/dft_api.h"
 #include "dft/descriptor.h"
 
 #include <cstring>
@@ -127,9 +128,9 @@ constexpr const char* kStatusText[] = {
 
 using namespace zvx::dft;
 
-ZVX_EXPORT int dfti_create_descriptor_highd(DFTI_DESCRIPTOR_HANDLE* handle, const int* precision,
-                                            const int* domain, const int* dimension,
-                                            const int* lengths) {
+int zvx::dft::create_descriptor_highd(DFTI_DESCRIPTOR_HANDLE* handle, const int* precision,
+                                      const int* domain, const int* dimension,
+                                      const int* lengths) {
   if (handle == nullptr || precision == nullptr || domain == nullptr || dimension == nullptr ||
       lengths == nullptr)
     return DFTI_INCONSISTENT_CONFIGURATION;
@@ -209,10 +210,10 @@ ZVX_EXPORT int dfti_create_descriptor_highd(DFTI_DESCRIPTOR_HANDLE* handle, cons
 ZVX_EXPORT int dfti_create_descriptor_1d(DFTI_DESCRIPTOR_HANDLE* handle, const int* precision,
                                          const int* domain, const int* dimension,
                                          const int* length) {
-  return dfti_create_descriptor_highd(handle, precision, domain, dimension, length);
+  return zvx::dft::create_descriptor_highd(handle, precision, domain, dimension, length);
 }
 
-ZVX_EXPORT int dfti_free_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
+int zvx::dft::free_descriptor(DFTI_DESCRIPTOR_HANDLE* handle) {
   if (handle == nullptr || *handle == nullptr) return DFTI_INCONSISTENT_CONFIGURATION;
   if ((*handle)->tag[0] != 'D') return DFTI_BAD_DESCRIPTOR;
   release_committed(*handle);
@@ -221,8 +222,8 @@ ZVX_EXPORT int dfti_free_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
   return DFTI_NO_ERROR;
 }
 
-ZVX_EXPORT int dfti_set_value_intval(DFTI_DESCRIPTOR_HANDLE* handle, const int* parameter,
-                                     const int* value) {
+int zvx::dft::set_value_intval(DFTI_DESCRIPTOR_HANDLE* handle, const int* parameter,
+                               const int* value) {
   int status = begin_set(handle, true);
   if (status != DFTI_NO_ERROR) return status;
   if (parameter == nullptr || value == nullptr) return DFTI_INCONSISTENT_CONFIGURATION;
@@ -392,7 +393,7 @@ ZVX_EXPORT int dfti_get_value_chars(DFTI_DESCRIPTOR_HANDLE* handle, const int* p
   return DFTI_INCONSISTENT_CONFIGURATION;
 }
 
-ZVX_EXPORT int dfti_error_message_external(char* buffer, const int* length, const int* status) {
+int zvx::dft::error_message(char* buffer, const int* length, const int* status) {
   (void)length;  // the text always takes 40 bytes
   if (buffer == nullptr) return 0;
   const int s = status != nullptr ? *status : -1;
@@ -409,4 +410,21 @@ ZVX_EXPORT int dfti_error_message_external(char* buffer, const int* length, cons
 ZVX_EXPORT int dfti_error_class_external(const int* status, const int* status_class) {
   if (status == nullptr || status_class == nullptr) return 0;
   return *status == *status_class ? 1 : 0;
+}
+
+// The exported names forward to the bodies above, which the other subsystems call.
+ZVX_EXPORT int dfti_create_descriptor_highd(DFTI_DESCRIPTOR_HANDLE* handle, const int* precision,
+                                            const int* domain, const int* dimension,
+                                            const int* lengths) {
+  return zvx::dft::create_descriptor_highd(handle, precision, domain, dimension, lengths);
+}
+ZVX_EXPORT int dfti_free_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
+  return zvx::dft::free_descriptor(handle);
+}
+ZVX_EXPORT int dfti_set_value_intval(DFTI_DESCRIPTOR_HANDLE* handle, const int* parameter,
+                                     const int* value) {
+  return zvx::dft::set_value_intval(handle, parameter, value);
+}
+ZVX_EXPORT int dfti_error_message_external(char* buffer, const int* length, const int* status) {
+  return zvx::dft::error_message(buffer, length, status);
 }

@@ -1,6 +1,7 @@
-// The descriptor layer has no internal entries for these calls yet, so they go through its
-// exported names; this file is the one place to switch them over.
+// The descriptor layer's internal entries, with the arguments this layer has by value.
 #include "trig_transforms/trig_dft.h"
+
+#include "dft/dft_api.h"
 
 namespace zvx::trig {
 
@@ -8,32 +9,32 @@ int dft_create_real(DFTI_DESCRIPTOR_HANDLE* handle, bool single, int n) {
   const int precision = single ? DFTI_SINGLE : DFTI_DOUBLE;
   const int domain = DFTI_REAL;
   const int dimension = 1;
-  return dfti_create_descriptor_highd(handle, &precision, &domain, &dimension, &n);
+  return dft::create_descriptor_highd(handle, &precision, &domain, &dimension, &n);
 }
 
 int dft_set(DFTI_DESCRIPTOR_HANDLE* handle, int parameter, int value) {
-  return dfti_set_value_intval(handle, &parameter, &value);
+  return dft::set_value_intval(handle, &parameter, &value);
 }
 
-int dft_commit(DFTI_DESCRIPTOR_HANDLE* handle) { return dfti_commit_descriptor_external(handle); }
-int dft_free(DFTI_DESCRIPTOR_HANDLE* handle) { return dfti_free_descriptor_external(handle); }
+int dft_commit(DFTI_DESCRIPTOR_HANDLE* handle) { return dft::commit_descriptor(handle); }
+int dft_free(DFTI_DESCRIPTOR_HANDLE* handle) { return dft::free_descriptor(handle); }
 
 int dft_forward(DFTI_DESCRIPTOR_HANDLE* handle, double* f) {
-  return dfti_compute_forward_d(handle, f);
+  return dft::compute_forward_d(handle, f);
 }
 int dft_forward(DFTI_DESCRIPTOR_HANDLE* handle, float* f) {
-  return dfti_compute_forward_s(handle, f);
+  return dft::compute_forward_s(handle, f);
 }
 int dft_backward(DFTI_DESCRIPTOR_HANDLE* handle, double* f) {
-  return dfti_compute_backward_d(handle, f);
+  return dft::compute_backward_d(handle, f);
 }
 int dft_backward(DFTI_DESCRIPTOR_HANDLE* handle, float* f) {
-  return dfti_compute_backward_s(handle, f);
+  return dft::compute_backward_s(handle, f);
 }
 
 void dft_message(int status, char (&text)[DFTI_MESSAGE_BYTES + 1]) {
   const int length = DFTI_MESSAGE_BYTES;
-  dfti_error_message_external(text, &length, &status);
+  dft::error_message(text, &length, &status);
   text[DFTI_MESSAGE_BYTES] = '\0';
 }
 
