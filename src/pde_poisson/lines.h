@@ -1,0 +1,162 @@
+// The two kinds of work of the solvers: a trigonometric transform of one grid line through a
+// contiguous buffer, and tridiagonal solves along the last axis for a block of adjacent columns.
+#pragma once
+#include <cstddef>
+
+#include "pde_poisson/poisson.h"
+#include "pde_poisson/trig_calls.h"
+#include "pde_poisson/tuning.h"
+
+namespace zvx::poisson {
+
+// Boundary pairs of an axis, as ipar[3] encodes them: 2*(first side Neumann) + (second Neumann).
+enum Pair : int { kDD = 0, kDN = 1, kND = 2, kNN = 3 };
+
+// Transforms the line of n+1 values at `line` (element distance `stride`) through buffer b of
+// n+1 values. The forward direction doubles the Neumann ends that the transform halves; a
+// Dirichlet end nearer the start is moved to the far end by reversing the line.
+template <class T>
+int transform_line(T* line, std::ptrdiff_t stride, int n, int pair, bool forward,
+                   DFTI_DESCRIPTOR_HANDLE* h, int* blk, T* dblk, T* b) {
+  const auto L = [&](int i) -> T& { return line[i * stride]; };
+  int s = 0;
+  switch (pair) {
+    case kDD:
+      b[0] = 0;
+      b[n] = 0;
+      for (int i = 1; i < n; ++i) b[i] = L(i);
+      break;
+    case kDN:
+      b[n] = 0;
+      if (forward) {
+        for (int m = 0; m < n; ++m) b[m] = L(n - m);
+        b[0] *= 2;
+      } else {
+        for (int m = 0; m < n; ++m) b[m] = L(m);
+      }
+      break;
+    case kND:
+      b[n] = 0;
+      for (int m = 0; m < n; ++m) b[m] = L(m);
+      if (forward) b[0] *= 2;
+      break;
+    default:
+      for (int i = 0; i <= n; ++i) b[i] = L(i);
+      if (forward) {
+        b[0] *= 2;
+        b[n] *= 2;
+      }
+      break;
+  }
+  if (forward) {
+    trig<T>::forward(b, h, blk, dblk, &s);
+  } else {
+    trig<T>::backward(b, h, blk, dblk, &s);
+  }
+  if (s != 0) return s;
+  switch (pair) {
+    case kDD:
+      for (int i = 1; i < n; ++i) L(i) = b[i];
+      break;
+    case kDN:
+      if (forward) {
+        for (int m = 0; m < n; ++m) L(m) = b[m];
+      } else {
+        for (int m = 0; m < n; ++m) L(n - m) = b[m];
+      }
+      break;
+    case kND:
+      for (int m = 0; m < n; ++m) L(m) = b[m];
+      break;
+    default:
+      for (int i = 0; i <= n; ++i) L(i) = b[i];
+      break;
+  }
+  return 0;
+}
+
+// Solves -u[j-1] + lam[c] u[j] - u[j+1] = r[j], j = 0..n, for the w <= kColumnBlock columns at
+// base[j*stride + c], in place. A Neumann end takes the full equation through its mirror,
+// with the right-hand side in half form: its pivot is lam/2. A Dirichlet end row is left alone.
+// alpha and beta hold kColumnBlock * (n+1) values each. Returns 0 or kPivotZero.
+template <class T>
+int tridiag_block(T* base, std::ptrdiff_t stride, int w, const T* lam, int n, int pair, T* alpha,
+                  T* beta) {
+  constexpr int B = kColumnBlock;
+  const bool neu_start = pair == kND || pair == kNN;
+  const bool neu_end = pair == kDN || pair == kNN;
+  const int first = neu_start ? 0 : 1;
+  const int last = neu_end ? n : n - 1;
+  if (last < first) return 0;
+  const int sweep_end = neu_end ? n - 1 : last;
+  const auto R = [&](int j) { return base + j * stride; };
+  bool zero = false;
+  for (int j = first; j <= sweep_end; ++j) {
+    T* a = alpha + j * B;
+    T* bt = beta + j * B;
+    const T* r = R(j);
+    if (j == first) {
+      const T scale = j == 0 ? T(0.5) : T(1);
+      for (int c = 0; c < w; ++c) {
+        const T piv = scale * lam[c];
+        zero |= piv == 0;
+        a[c] = T(1) / piv;
+        bt[c] = r[c] * a[c];
+      }
+    } else {
+      const T* ap = a - B;
+      const T* bp = bt - B;
+      for (int c = 0; c < w; ++c) {
+        const T piv = lam[c] - ap[c];
+        zero |= piv == 0;
+        a[c] = T(1) / piv;
+        bt[c] = (bp[c] + r[c]) * a[c];
+      }
+    }
+  }
+  if (zero) return kPivotZero;
+  if (neu_end) {
+    T* u = R(n);
+    const bool has_prev = n - 1 >= first;
+    for (int c = 0; c < w; ++c) {
+      const T ap = has_prev ? alpha[(n - 1) * B + c] : T(0);
+      const T bp = has_prev ? beta[(n - 1) * B + c] : T(0);
+      const T piv = T(0.5) * lam[c] - ap;
+      const T num = bp + u[c];
+      if (piv == 0) {
+        if (num != 0) return kPivotZero;
+        u[c] = 0;
+      } else {
+        u[c] = num / piv;
+      }
+    }
+  } else {
+    T* u = R(last);
+    const T* bt = beta + last * B;
+    for (int c = 0; c < w; ++c) u[c] = bt[c];
+  }
+  for (int j = last - 1; j >= first; --j) {
+    T* u = R(j);
+    const T* un = R(j + 1);
+    const T* a = alpha + j * B;
+    const T* bt = beta + j * B;
+    for (int c = 0; c < w; ++c) u[c] = un[c] * a[c] + bt[c];
+  }
+  return 0;
+}
+
+// The singular mode of an all-Neumann problem with q = 0: the differences of u are partial sums
+// of the right-hand side from the far end, and u[0] = 0 fixes the free constant.
+template <class T> void running_sums(T* col, std::ptrdiff_t stride, int n) {
+  // t = u[j] - u[j-1], accumulated downward from the last row.
+  T t = 0;
+  // First pass: store the differences over the rows 1..n from the top.
+  for (int j = n; j >= 1; --j) {
+    t += col[j * stride];
+    col[j * stride] = t;
+  }
+  col[0] = 0;
+  for (int j = 1; j <= n; ++j) col[j * stride] += col[(j - 1) * stride];
+}
+
+}  // namespace zvx::poisson
