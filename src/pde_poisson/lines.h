@@ -54,19 +54,28 @@ int transform_line(T* line, std::ptrdiff_t stride, int n, int pair, bool forward
     trig<T>::backward(b, h, blk, dblk, &s);
   }
   if (s != 0) return s;
+  // The places of a line that hold no mode after the forward transform are cleared: the
+  // tridiagonal stage solves them too, and a Neumann pair along the last axis with a zero shift
+  // is singular for the zero mode, which only zero data keeps harmless.
   switch (pair) {
     case kDD:
       for (int i = 1; i < n; ++i) L(i) = b[i];
+      if (forward) {
+        L(0) = 0;
+        L(n) = 0;
+      }
       break;
     case kDN:
       if (forward) {
         for (int m = 0; m < n; ++m) L(m) = b[m];
+        L(n) = 0;
       } else {
         for (int m = 0; m < n; ++m) L(n - m) = b[m];
       }
       break;
     case kND:
       for (int m = 0; m < n; ++m) L(m) = b[m];
+      if (forward) L(n) = 0;
       break;
     default:
       for (int i = 0; i <= n; ++i) L(i) = b[i];
