@@ -201,4 +201,67 @@ struct problem2 {
   }
 };
 
+// A 3-D problem in the manner of problem2. Faces: ax/bx hold (nz+1) x (ny+1) values, ay/by
+// (nz+1) x (nx+1), az/bz (ny+1) x (nx+1), the first index slowest.
+struct problem3 {
+  int n[3];  // nx, ny, nz
+  ld len[3], q;
+  int side[6];
+  std::vector<ld> u, g[6], f;
+  size_t at(int k, int j, int i) const {
+    return (static_cast<size_t>(k) * (n[1] + 1) + j) * (n[0] + 1) + i;
+  }
+  bool dirichlet(const int* p) const {
+    for (int d = 0; d < 3; ++d) {
+      if (p[d] == 0 && side[2 * d] == 0) return true;
+      if (p[d] == n[d] && side[2 * d + 1] == 0) return true;
+    }
+    return false;
+  }
+  // The face value of data g of side s at point p (i, j, k).
+  ld face_term(int s, const int* p) const {
+    const int d = s / 2;
+    // The two remaining axes, the slower first.
+    const int slow = d == 2 ? 1 : 2, fast = d == 0 ? 1 : 0;
+    return face2(g[s], p[slow], p[fast], n[slow], n[fast]);
+  }
+  void form_rhs() {
+    const ld h[3] = {len[0] / n[0], len[1] / n[1], len[2] / n[2]};
+    const ld nz2 = static_cast<ld>(n[2]) * n[2];
+    // Stencil coefficients (hz/h)^2, factors of moved Dirichlet values and of Neumann data.
+    const ld coef[3] = {(h[2] / h[0]) * (h[2] / h[0]), (h[2] / h[1]) * (h[2] / h[1]), 1};
+    const ld moved_factor[3] = {static_cast<ld>(n[0]) * n[0] / nz2,
+                                static_cast<ld>(n[1]) * n[1] / nz2, 1};
+    const ld data_factor[3] = {2 * n[0] / nz2, 2 * n[1] / nz2, 1.0L / n[2]};
+    f.assign(u.size(), 0);
+    int p[3];
+    for (p[2] = 0; p[2] <= n[2]; ++p[2])
+      for (p[1] = 0; p[1] <= n[1]; ++p[1])
+        for (p[0] = 0; p[0] <= n[0]; ++p[0]) {
+          if (dirichlet(p)) continue;
+          const ld up = u[at(p[2], p[1], p[0])];
+          ld lhs = (2 * coef[0] + 2 * coef[1] + 2 + h[2] * h[2] * q) * up;
+          ld moved = 0;
+          for (int d = 0; d < 3; ++d)
+            for (int dir = -1; dir <= 1; dir += 2) {
+              int nb[3] = {p[0], p[1], p[2]};
+              nb[d] += dir;
+              if (nb[d] < 0 || nb[d] > n[d]) {
+                nb[d] = p[d] - dir;
+                moved += data_factor[d] * face_term(2 * d + (dir > 0), p);
+              }
+              const ld v = u[at(nb[2], nb[1], nb[0])];
+              const bool dir_nb = (nb[d] == 0 && side[2 * d] == 0) ||
+                                  (nb[d] == n[d] && side[2 * d + 1] == 0);
+              if (dir_nb) {
+                moved += moved_factor[d] * v;
+              } else {
+                lhs -= coef[d] * v;
+              }
+            }
+          f[at(p[2], p[1], p[0])] = (lhs - moved) / (h[2] * h[2]);
+        }
+  }
+};
+
 }  // namespace pt
