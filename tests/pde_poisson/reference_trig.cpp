@@ -47,32 +47,43 @@ template <class T> void transform(T* f, int* ipar, int* stat, bool forward) {
     return;
   }
   const long double scale = forward ? 2.0L / n : 1.0L;
+  // cos and sin of m pi / (2n), m = 0 .. 4n-1: every angle below is such a multiple.
+  static thread_local long double c[4 * 4096], s[4 * 4096];
+  static thread_local int table_n = 0;
+  if (table_n != n) {
+    for (int m = 0; m < 4 * n; ++m) {
+      c[m] = std::cos(pi * m / (2 * n));
+      s[m] = std::sin(pi * m / (2 * n));
+    }
+    table_n = n;
+  }
+  const long long period = 4LL * n;
   for (int k = 0; k <= n; ++k) out[k] = f[k];
   if (type == 0) {
     for (int k = 1; k < n; ++k) {
-      long double s = 0;
-      for (int j = 1; j < n; ++j) s += f[j] * std::sin(pi * j * k / n);
-      out[k] = scale * s;
+      long double sum = 0;
+      for (int j = 1; j < n; ++j) sum += f[j] * s[(2LL * j * k) % period];
+      out[k] = scale * sum;
     }
     out[0] = 0;
   } else if (type == 1) {
     for (int k = 0; k <= n; ++k) {
-      long double s = 0.5L * f[0] + ((k % 2) ? -0.5L : 0.5L) * f[n];
-      for (int j = 1; j < n; ++j) s += f[j] * std::cos(pi * j * k / n);
-      out[k] = scale * s;
+      long double sum = 0.5L * f[0] + ((k % 2) ? -0.5L : 0.5L) * f[n];
+      for (int j = 1; j < n; ++j) sum += f[j] * c[(2LL * j * k) % period];
+      out[k] = scale * sum;
     }
   } else if (forward) {
     for (int k = 0; k < n; ++k) {
-      long double s = 0.5L * f[0];
-      for (int j = 1; j < n; ++j) s += f[j] * std::cos(pi * j * (2 * k + 1) / (2 * n));
-      out[k] = scale * s;
+      long double sum = 0.5L * f[0];
+      for (int j = 1; j < n; ++j) sum += f[j] * c[(1LL * j * (2 * k + 1)) % period];
+      out[k] = scale * sum;
     }
     out[n] = scale * f[n];
   } else {
     for (int k = 0; k < n; ++k) {
-      long double s = 0;
-      for (int j = 0; j < n; ++j) s += f[j] * std::cos(pi * k * (2 * j + 1) / (2 * n));
-      out[k] = s;
+      long double sum = 0;
+      for (int j = 0; j < n; ++j) sum += f[j] * c[(1LL * k * (2 * j + 1)) % period];
+      out[k] = sum;
     }
   }
   for (int k = 0; k <= n; ++k) f[k] = static_cast<T>(out[k]);
