@@ -137,6 +137,37 @@ ZVX_API int dfti_compute_forward_z_out(DFTI_DESCRIPTOR_HANDLE* handle, const zvx
 ZVX_API int dfti_compute_backward_z_out(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex16* in,
                                         zvx_complex16* out);
 
+/* Real transforms with packed results in real storage (layout by DFTI_PACKED_FORMAT), in place
+ * and out of place. A descriptor with DFTI_CONJUGATE_EVEN_STORAGE = DFTI_COMPLEX_COMPLEX hands
+ * these over to the conjugate-even entries below. */
+ZVX_API int dfti_compute_forward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
+ZVX_API int dfti_compute_backward_s(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
+ZVX_API int dfti_compute_forward_s_out(DFTI_DESCRIPTOR_HANDLE* handle, const float* in, float* out);
+ZVX_API int dfti_compute_backward_s_out(DFTI_DESCRIPTOR_HANDLE* handle, const float* in,
+                                        float* out);
+ZVX_API int dfti_compute_forward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
+ZVX_API int dfti_compute_backward_d(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
+ZVX_API int dfti_compute_forward_d_out(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                       double* out);
+ZVX_API int dfti_compute_backward_d_out(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                        double* out);
+
+/* Real to conjugate-even complex values (n1 / 2 + 1 along the first dimension) and back. In place
+ * the one array is addressed with the input strides and offset on the input side and the output
+ * ones on the output side, each counting its own elements (reals or complex values). */
+ZVX_API int dfti_compute_forward_sc(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int dfti_compute_forward_sc_out(DFTI_DESCRIPTOR_HANDLE* handle, const float* in,
+                                        zvx_complex8* out);
+ZVX_API int dfti_compute_backward_cs(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int dfti_compute_backward_cs_out(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex8* in,
+                                         float* out);
+ZVX_API int dfti_compute_forward_dz(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int dfti_compute_forward_dz_out(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                        zvx_complex16* out);
+ZVX_API int dfti_compute_backward_zd(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int dfti_compute_backward_zd_out(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex16* in,
+                                         double* out);
+
 /* The threaded frames under the compute entries, callable on their own: they take the data
  * before the offsets are applied, and decide on threads as the entries do once they have chosen
  * a parallel path. */
@@ -152,6 +183,28 @@ ZVX_API int compute_forward_z_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_
                                       zvx_complex16* out);
 ZVX_API int compute_backward_z_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex16* in,
                                        zvx_complex16* out);
+ZVX_API int compute_forward_s_par(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
+ZVX_API int compute_backward_s_par(DFTI_DESCRIPTOR_HANDLE* handle, float* data);
+ZVX_API int compute_forward_s_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const float* in, float* out);
+ZVX_API int compute_backward_s_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const float* in, float* out);
+ZVX_API int compute_forward_d_par(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
+ZVX_API int compute_backward_d_par(DFTI_DESCRIPTOR_HANDLE* handle, double* data);
+ZVX_API int compute_forward_d_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                      double* out);
+ZVX_API int compute_backward_d_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                       double* out);
+ZVX_API int _zvx_dft_compute_forward_sc_par(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int compute_forward_sc_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const float* in,
+                                       zvx_complex8* out);
+ZVX_API int _zvx_dft_compute_backward_cs_par(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int compute_backward_cs_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex8* in,
+                                        float* out);
+ZVX_API int _zvx_dft_compute_forward_dz_par(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int compute_forward_dz_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const double* in,
+                                       zvx_complex16* out);
+ZVX_API int _zvx_dft_compute_backward_zd_par(DFTI_DESCRIPTOR_HANDLE* handle, void* data);
+ZVX_API int compute_backward_zd_out_par(DFTI_DESCRIPTOR_HANDLE* handle, const zvx_complex16* in,
+                                        double* out);
 
 ZVX_EXTERN_C_END
 

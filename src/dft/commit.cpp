@@ -8,6 +8,7 @@
 #include "blas/level12/kernels.h"
 #include "dft/descriptor.h"
 #include "dft/dft_tuning.h"
+#include "dft/real_line.h"
 #include "service/service.h"
 
 namespace zvx::dft {
@@ -61,10 +62,10 @@ int complex_line(const typename std::conditional_t<sizeof(R) == 4, complex8, com
   return DFTI_NO_ERROR;
 }
 
-// Builds the engine context of one complex record and stores the wrappers of its order.
-int setup_complex_record(record* r) {
+// Builds the engine context of one complex record and stores the wrappers of its order; the
+// records above the first of a real descriptor always take the natural order.
+int setup_complex_record(record* r, bool scrambled) {
   const bool single = r->precision == DFTI_SINGLE;
-  const bool scrambled = r->ordering == DFTI_BACKWARD_SCRAMBLED;
   const int type = single ? (scrambled ? context_complex_single_scrambled : context_complex_single)
                           : (scrambled ? context_complex_double_scrambled : context_complex_double);
   PrimitiveDftContext* ctx = nullptr;
@@ -105,6 +106,83 @@ int complex_record_route(const record* first, const record* r) {
   if (hybrid && (r->forward_scale_double != 1.0 || r->backward_scale_double != 1.0))
     return DFTI_UNIMPLEMENTED;
   return DFTI_NO_ERROR;
+}
+
+// The real slots of one record, the engine entries of its format and its real context. Records
+// above the first also carry the complex lines their dimension runs on (the columns of the packed
+// half spectrum), always in natural order.
+template <class R>
+int setup_real_record(record* first, record* r) {
+  const bool single = sizeof(R) == sizeof(float);
+  if (r->dimension_index > 0) {
+    // Single-precision powers of two above the large-engine limit would go to the large
+    // power-of-two engine; until it serves real descriptors they run on the line engine.
+    const int status = setup_complex_record(r, false);
+    if (status != DFTI_NO_ERROR) return status;
+  }
+  real_entry_fn forward, backward;
+  const auto entry = [](auto fn) {
+    return reinterpret_cast<real_entry_fn>(reinterpret_cast<void (*)()>(fn));
+  };
+  const int fmt = r->packed_format;
+  if (r->conjugate_even_storage == DFTI_COMPLEX_COMPLEX || fmt == DFTI_CCS_FORMAT) {
+    forward = single ? entry(primitive_dft_forward_s_ccs) : entry(primitive_dft_forward_d_ccs);
+    backward = single ? entry(primitive_dft_inverse_s_ccs) : entry(primitive_dft_inverse_d_ccs);
+  } else if (fmt == DFTI_PACK_FORMAT) {
+    forward = single ? entry(primitive_dft_forward_s_pack) : entry(primitive_dft_forward_d_pack);
+    backward = single ? entry(primitive_dft_inverse_s_pack) : entry(primitive_dft_inverse_d_pack);
+  } else if (fmt == DFTI_PERM_FORMAT) {
+    forward = single ? entry(primitive_dft_forward_s_perm) : entry(primitive_dft_forward_d_perm);
+    backward = single ? entry(primitive_dft_inverse_s_perm) : entry(primitive_dft_inverse_d_perm);
+  } else {
+    return DFTI_UNIMPLEMENTED;  // CCE layout asked for without conjugate-even storage as complex
+  }
+  if (single) {
+    r->real_forward_s = forward;
+    r->real_backward_s = backward;
+    r->forward_s = real_forward_slot<float>;
+    r->backward_s = real_backward_slot<float>;
+  } else {
+    r->real_forward_d = forward;
+    r->real_backward_d = backward;
+    r->forward_d = real_forward_slot<double>;
+    r->backward_d = real_backward_slot<double>;
+  }
+  r->not_power_of_two = is_power_of_two(r->length) ? 0 : 1;
+  PrimitiveDftContext* ctx = nullptr;
+  int status = primitive_dft_create(&ctx, single ? context_real_single : context_real_double,
+                                    r->length, scale_none, 0);
+  if (status == engine_ok) {
+    (single ? r->context_s : r->context_d) = ctx;
+    int bytes = 0;
+    status = primitive_dft_buffer_size(ctx, &bytes);
+    if (status == engine_ok && bytes > r->engine_buffer_size) r->engine_buffer_size = bytes;
+  }
+  status = map_engine_status(status);
+  // Short lines with a scale of 1 skip the wrapper: powers of two up to 64 take the straight-line
+  // kernels, which read the record's format themselves.
+  if (scale_of<R>(r, true) == R(1) && r->length <= tuning::kRealShortLength) {
+    r->not_power_of_two = 0;
+    status = DFTI_NO_ERROR;
+    if (small_kernel<R>(r->length, true) != nullptr) {
+      if (single) r->forward_s = small_forward_slot<float>;
+      else r->forward_d = small_forward_slot<double>;
+    }
+  }
+  if (scale_of<R>(r, false) == R(1) && r->length <= tuning::kRealShortLength) {
+    r->not_power_of_two = 0;
+    status = DFTI_NO_ERROR;
+    if (small_kernel<R>(r->length, false) != nullptr) {
+      if (single) r->backward_s = small_backward_slot<float>;
+      else r->backward_d = small_backward_slot<double>;
+    }
+    r->perm_input = first->placement != DFTI_INPLACE && first->rank > 1 &&
+                            (r->packed_format == DFTI_CCS_FORMAT ||
+                             r->packed_format == DFTI_CCE_FORMAT)
+                        ? 1
+                        : 0;
+  }
+  return status;
 }
 
 // A commit that fails leaves nothing built and the descriptor uncommitted, so that a compute call
@@ -157,10 +235,7 @@ ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
   if (!has_tag(first)) return DFTI_BAD_DESCRIPTOR;
   release_committed(first);
 
-  // Real transforms come with the real line engine; until then a real descriptor can be created
-  // and configured but not committed.
-  if (first->forward_domain != DFTI_COMPLEX) return fail(first, DFTI_UNIMPLEMENTED);
-
+  const bool real = first->forward_domain == DFTI_REAL;
   // Threads: decided here once; a later change of the policy does not reach this descriptor.
   const bool user_threads = first->number_of_user_threads > 1;
   if (user_threads) {
@@ -178,19 +253,33 @@ ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
         zvx::serial_policy() == 1 || omp_in_parallel() ? 1 : omp_get_max_threads();
   }
 
-  const int direct_limit = first->precision == DFTI_SINGLE ? tuning::kDirectLengthSingle
-                                                           : tuning::kDirectLengthDouble;
-  first->single_direct = first->rank == 1 && first->number_of_transforms == 1 &&
-                                 first->input_stride == 1 && first->output_stride == 1 &&
-                                 first->length < direct_limit
-                             ? 1
-                             : 0;
+  const bool unit_line =
+      first->rank == 1 && first->input_stride == 1 && first->output_stride == 1;
+  if (!real) {
+    const int direct_limit = first->precision == DFTI_SINGLE ? tuning::kDirectLengthSingle
+                                                             : tuning::kDirectLengthDouble;
+    first->single_direct =
+        unit_line && first->number_of_transforms == 1 && first->length < direct_limit ? 1 : 0;
+  } else if (first->packed_format == DFTI_CCE_FORMAT &&
+             (first->input_offset != 0 || first->output_offset != 0)) {
+    first->single_direct = 0;
+  } else {
+    // The value is the count of transforms: only a single line is direct (flag 1); CCS lines are
+    // direct up to a length where the frame's cost is noise.
+    const int ccs_limit = first->precision == DFTI_SINGLE ? tuning::kDirectRealCcsSingle
+                                                          : tuning::kDirectRealCcsDouble;
+    const bool fits = first->packed_format != DFTI_CCS_FORMAT || first->length <= ccs_limit;
+    first->single_direct = unit_line && fits ? first->number_of_transforms : 0;
+  }
   if (!user_threads) {
     first->direct_call = first->single_direct == 1 ? 1 : 0;
     first->two_d_direct = first->number_of_transforms == 1 && first->rank == 2 &&
                                   first->product_of_lengths < tuning::kTwoDDirectElements
                               ? 1
                               : 0;
+    if (real && first->conjugate_even_storage == DFTI_COMPLEX_COMPLEX &&
+        first->placement == DFTI_INPLACE)
+      first->two_d_direct = 0;
   }
 
   first->workspace_size = 0;
@@ -210,8 +299,18 @@ ZVX_EXPORT int dfti_commit_descriptor_external(DFTI_DESCRIPTOR_HANDLE* handle) {
     r->placement = first->placement;
     r->transpose = first->transpose;
     r->dimension_index = static_cast<int32_t>(r - first);
-    int status = complex_record_route(first, r);
-    if (status == DFTI_NO_ERROR) status = setup_complex_record(r);
+    int status;
+    if (real) {
+      if (first->conjugate_even_storage != DFTI_COMPLEX_COMPLEX && first->rank == 3)
+        return fail(first, DFTI_UNIMPLEMENTED);
+      r->perm_input = 0;
+      status = first->precision == DFTI_SINGLE ? setup_real_record<float>(first, r)
+                                               : setup_real_record<double>(first, r);
+    } else {
+      status = complex_record_route(first, r);
+      if (status == DFTI_NO_ERROR)
+        status = setup_complex_record(r, r->ordering == DFTI_BACKWARD_SCRAMBLED);
+    }
     if (status != DFTI_NO_ERROR) return fail(first, status);
     if (r->unsupported == 1) return fail(first, DFTI_UNIMPLEMENTED);
     if (r->engine_buffer_size > first->workspace_size) first->workspace_size = r->engine_buffer_size;

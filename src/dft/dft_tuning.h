@@ -10,6 +10,14 @@ namespace zvx::dft::tuning {
 // the descriptor's workspace: above them a line is long enough that the frame's cost is noise.
 inline constexpr int kDirectLengthSingle = 1024;
 inline constexpr int kDirectLengthDouble = 512;
+// A single unit-stride real line in CCS layout is called straight from the compute entry up to
+// these lengths (the other packed layouts at any length).
+inline constexpr int kDirectRealCcsSingle = 8192;
+inline constexpr int kDirectRealCcsDouble = 4096;
+// Real lines up to this length with a scale of 1 count as short: the powers of two among them
+// up to 64 run the straight-line kernels instead of the wrapper and the engine.
+inline constexpr int kRealShortLength = 128;
+
 // The fast flag a set operation with a vector leaves behind asks for a length below this.
 inline constexpr int kSetVectorDirectLength = 2048;
 

@@ -2,7 +2,8 @@
 # instruction set, chosen at run time.
 zvx_library_sources(NAME dft_engine SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/engine.cpp ${CMAKE_CURRENT_LIST_DIR}/engine_plan.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_portable.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_portable.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/engine_real.cpp ${CMAKE_CURRENT_LIST_DIR}/engine_real_small.cpp)
 zvx_isa_sources(NAME dft_engine_avx2 ISA avx2 SOURCES ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_avx2.cpp)
 zvx_isa_sources(NAME dft_engine_avx512 ISA avx512 SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/engine_kernels_avx512.cpp)

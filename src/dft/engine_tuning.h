@@ -13,6 +13,12 @@ inline constexpr int fixed_kernel_limit = 4;
 // caller sees and stays fixed.
 inline constexpr int direct_limit = 150;
 
+// Odd real lengths up to this one that do not factor run a direct real sum folded by symmetry:
+// it costs about N^2 / 2 real multiply-adds, a quarter of the complex direct sum of the same
+// length, so it stays cheaper than a chirp convolution (three transforms of a power of two of at
+// least 2N) further up than the complex limit. Part of the rounding a caller sees; stays fixed.
+inline constexpr int real_direct_limit = 180;
+
 // The largest odd prime factor the mixed-radix route accepts: the generic odd-radix butterfly
 // costs p^2 / 2 multiply-adds per p points, which at 150 still beats a chirp convolution of the
 // whole line.
