@@ -39,7 +39,6 @@ template <class T>
 bool setup_trig(int n, int type, int* blk, T* dblk, T* data, DFTI_DESCRIPTOR_HANDLE* handle,
                 int init_msg, int commit_msg, int* ipar, const T* dpar, int* stat) {
   int s = 0;
-  if (!trig<T>::present()) return fail(init_msg, kTrigFailure, ipar, dpar, stat);
   trig<T>::init(n, type, blk, dblk, &s);
   if (s != 0) return fail(init_msg, kTrigFailure, ipar, dpar, stat);
   blk[1] = ipar[1];
