@@ -7,14 +7,19 @@
  * axis fastest: entry (j, i) of a 2-D grid at f[j*(nx+1)+i], entry (k, j, i) of a box at
  * f[(k*(ny+1)+j)*(nx+1)+i].
  *
- * Stages: init fills the caller's ipar (at least 128 integers) and dpar (at least
- * 5 + nx + ny + nz + 3 + 3*(nx+ny)/2 reals; spherical 5 + np + nt + 10 + 3*np/2), commit checks
- * everything, builds the tables and the trigonometric transforms and rewrites f so that it carries
- * the boundary conditions, the solver overwrites f with u, free releases the transforms. BCtype
+ * Stages: init fills the caller's ipar (128 integers; the library uses the first 70) and dpar
+ * (at least 5*nx/2 + 7 reals in 2-D, 5*(nx+ny)/2 + 9 in 3-D, 5*np/2 + nt + 10 on the sphere),
+ * commit checks everything, builds the tables and the trigonometric transforms and rewrites f so
+ * that it carries the boundary conditions, the solver overwrites f with u, free releases the transforms. BCtype
  * holds one letter per side, D (Dirichlet) or N (Neumann), in the order ax, bx, ay, by[, az, bz].
  * Neumann data is the outward normal derivative on the sides of the last axis (y in 2-D, z in
  * 3-D) and half the outward normal derivative on the others; on a domain whose sides are not all
  * of length 1 the boundary terms are scaled by the interval counts only.
+ *
+ * Boundary arrays of the box are faces, the first index slowest: bd_ax and bd_bx hold
+ * (nz+1) x (ny+1) values at [k*(ny+1)+j], bd_ay and bd_by (nz+1) x (nx+1) at [k*(nx+1)+i], bd_az
+ * and bd_bz (ny+1) x (nx+1) at [j*(nx+1)+i]. The spherical solvers take no boundary arrays: a
+ * band or patch has u = 0 on its edges, where the solver writes it.
  *
  * Every argument goes by reference; the handles are the addresses of the caller's descriptor
  * slots. The status comes back in stat and ipar[0]: 0 success, 1 success with a warning, -2

@@ -256,6 +256,18 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
     set_status(stat, ipar, kTrigFailure);
     return;
   }
+  // The edges of a band or patch carry the boundary value u = 0.
+  if (!globe) {
+    for (int i = 0; i <= np; ++i) {
+      f[i] = 0;
+      f[nt * w + i] = 0;
+    }
+    if (!periodic)
+      for (int j = 0; j <= nt; ++j) {
+        f[j * w] = 0;
+        f[j * w + np] = 0;
+      }
+  }
   if (singular) {
     if (ipar[2] != 0) message(10900, ipar, dpar);
     remembered = kWarned;
