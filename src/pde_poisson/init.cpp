@@ -1,7 +1,9 @@
 // The init stage: the parameter arrays, the boundary code and the release of the transforms.
 #include <cmath>
 
+#include "pde_poisson/lines.h"
 #include "pde_poisson/poisson.h"
+#include "service/cpu_features.h"
 #include "pde_poisson/trig_calls.h"
 #include "zvx_nvo.h"
 
@@ -136,4 +138,16 @@ template void init_sph<double>(bool, double, double, double, double, int, int, d
 template void init_sph<float>(bool, float, float, float, float, int, int, float, int*, float*,
                               int*);
 
+}  // namespace zvx::poisson
+
+namespace zvx::poisson {
+namespace isa_portable { const sweep_set* table(); }
+namespace isa_avx2 { const sweep_set* table(); }
+namespace isa_avx512 { const sweep_set* table(); }
+
+const sweep_set& sweeps() {
+  static const sweep_set* chosen =
+      zvx::select_by_isa(isa_portable::table(), isa_avx2::table(), isa_avx512::table());
+  return *chosen;
+}
 }  // namespace zvx::poisson

@@ -87,71 +87,24 @@ int transform_line(T* line, std::ptrdiff_t stride, int n, int pair, bool forward
 // Solves -u[j-1] + lam[c] u[j] - u[j+1] = r[j], j = 0..n, for the w <= kColumnBlock columns at
 // base[j*stride + c], in place. A Neumann end takes the full equation through its mirror,
 // with the right-hand side in half form: its pivot is lam/2. A Dirichlet end row is left alone.
-// alpha and beta hold kColumnBlock * (n+1) values each. Returns 0 or kPivotZero.
+// alpha and beta hold kColumnBlock * (n+1) values each. Returns 0 or kPivotZero. One body per
+// instruction set (sweep_simd.cpp), chosen once.
+struct sweep_set {
+  int (*d)(double* base, std::ptrdiff_t stride, int w, const double* lam, int n, int pair,
+           double* alpha, double* beta);
+  int (*s)(float* base, std::ptrdiff_t stride, int w, const float* lam, int n, int pair,
+           float* alpha, float* beta);
+};
+const sweep_set& sweeps();
+
 template <class T>
 int tridiag_block(T* base, std::ptrdiff_t stride, int w, const T* lam, int n, int pair, T* alpha,
                   T* beta) {
-  constexpr int B = kColumnBlock;
-  const bool neu_start = pair == kND || pair == kNN;
-  const bool neu_end = pair == kDN || pair == kNN;
-  const int first = neu_start ? 0 : 1;
-  const int last = neu_end ? n : n - 1;
-  if (last < first) return 0;
-  const int sweep_end = neu_end ? n - 1 : last;
-  const auto R = [&](int j) { return base + j * stride; };
-  bool zero = false;
-  for (int j = first; j <= sweep_end; ++j) {
-    T* a = alpha + j * B;
-    T* bt = beta + j * B;
-    const T* r = R(j);
-    if (j == first) {
-      const T scale = j == 0 ? T(0.5) : T(1);
-      for (int c = 0; c < w; ++c) {
-        const T piv = scale * lam[c];
-        zero |= piv == 0;
-        a[c] = T(1) / piv;
-        bt[c] = r[c] * a[c];
-      }
-    } else {
-      const T* ap = a - B;
-      const T* bp = bt - B;
-      for (int c = 0; c < w; ++c) {
-        const T piv = lam[c] - ap[c];
-        zero |= piv == 0;
-        a[c] = T(1) / piv;
-        bt[c] = (bp[c] + r[c]) * a[c];
-      }
-    }
-  }
-  if (zero) return kPivotZero;
-  if (neu_end) {
-    T* u = R(n);
-    const bool has_prev = n - 1 >= first;
-    for (int c = 0; c < w; ++c) {
-      const T ap = has_prev ? alpha[(n - 1) * B + c] : T(0);
-      const T bp = has_prev ? beta[(n - 1) * B + c] : T(0);
-      const T piv = T(0.5) * lam[c] - ap;
-      const T num = bp + u[c];
-      if (piv == 0) {
-        if (num != 0) return kPivotZero;
-        u[c] = 0;
-      } else {
-        u[c] = num / piv;
-      }
-    }
+  if constexpr (sizeof(T) == sizeof(double)) {
+    return sweeps().d(base, stride, w, lam, n, pair, alpha, beta);
   } else {
-    T* u = R(last);
-    const T* bt = beta + last * B;
-    for (int c = 0; c < w; ++c) u[c] = bt[c];
+    return sweeps().s(base, stride, w, lam, n, pair, alpha, beta);
   }
-  for (int j = last - 1; j >= first; --j) {
-    T* u = R(j);
-    const T* un = R(j + 1);
-    const T* a = alpha + j * B;
-    const T* bt = beta + j * B;
-    for (int c = 0; c < w; ++c) u[c] = un[c] * a[c] + bt[c];
-  }
-  return 0;
 }
 
 // The singular mode of an all-Neumann problem with q = 0: the differences of u are partial sums
