@@ -207,6 +207,7 @@ TEST(Commit2D, ChecksInOrderWithTheirStatuses) {
     // The warning blocks a second commit, not the solve.
     capture([&] { g.commit(); });
     EXPECT_EQ(g.stat, -10000);
+    g.release();
     grid2 s(4, 4, "DDDD", -1);
     s.ipar[2] = 0;
     EXPECT_EQ(capture([&] { s.commit(); }), "");
