@@ -222,13 +222,14 @@ TEST(Solve2DThreads, WorkMemoryThatCannotBeHad) {
   d_helmholtz_2d(f.data(), bd.data(), bd.data(), bd.data(), bd.data(), &h, ipar.data(),
                  dpar.data(), &stat);
   const std::string out = testing::internal::GetCapturedStdout();
+  const int solve_stat = stat, state = ipar[0];
+  free_helmholtz_2d(&h, ipar.data(), &stat);
   if (in_serial() == 1) GTEST_SKIP() << "threads are not allowed in this process";
-  EXPECT_EQ(stat, -3);
-  EXPECT_EQ(ipar[0], -3);
+  EXPECT_EQ(solve_stat, -3);
+  EXPECT_EQ(state, -3);
   EXPECT_NE(out.find("\nFatal error: Memory cannot be allocated/deallocated. Computations have "
                      "been stopped. The\nresult may be wrong.\n"),
             std::string::npos);
-  free_helmholtz_2d(&h, ipar.data(), &stat);
 }
 
 }  // namespace
