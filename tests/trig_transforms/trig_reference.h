@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -29,6 +30,13 @@ struct angles {
   ld sin_half(long m) const { return s[((m % (4 * n)) + 4 * n) % (4 * n)]; }
 };
 
+// The tables of the last size asked for: the tests ask for one size several times in a row.
+inline const angles& angles_of(int n) {
+  static std::unique_ptr<angles> last;
+  if (!last || last->n != n) last = std::make_unique<angles>(n);
+  return *last;
+}
+
 // sum over j = first..last of f[j] * table[m mod 4n] with m = start + j * step: the angles of
 // every sum below are multiples of pi/(2n), walked without a division per term.
 template <class R>
@@ -48,7 +56,7 @@ ld walk(const std::vector<ld>& table, const R* f, int first, int last, long star
 // The result the transform of type `k` leaves in f[0..n], in full: forward includes 2/n.
 template <class R>
 std::vector<ld> reference(kind k, bool forward, const std::vector<R>& f, int n) {
-  const angles a(n);
+  const angles& a = angles_of(n);
   std::vector<ld> out(n + 1);
   const ld c = forward ? ld(2) / n : ld(1);
   const R* x = f.data();
@@ -77,7 +85,7 @@ std::vector<ld> reference(kind k, bool forward, const std::vector<R>& f, int n) 
 // takes the packed half spectrum and returns the unscaled real sequence.
 template <class R>
 void perm_dft(R* f, int n, bool forward) {
-  const angles a(n);  // the angle 2 pi jk/n is pi (4jk)/(2n)
+  const angles& a = angles_of(n);  // the angle 2 pi jk/n is pi (4jk)/(2n)
   std::vector<ld> out(n);
   if (forward) {
     out[0] = walk(a.c, f, 0, n - 1, 0, 0);
