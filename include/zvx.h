@@ -11,6 +11,7 @@
 #include "zvx_spblas.h"
 #include "zvx_dft.h"
 #include "zvx_trig.h"
+#include "zvx_poisson.h"
 #include "zvx_gmp.h"
 
 #endif
