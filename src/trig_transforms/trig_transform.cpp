@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "service/service.h"
+#include "trig_transforms/trig_api.h"
 #include "trig_transforms/trig_dft.h"
 #include "trig_transforms/trig_messages.h"
 #include "trig_transforms/trig_passes.h"
@@ -55,6 +56,8 @@ void check_tolerance(const R* f, int* ipar, R* dpar, bool first_too, bool& hit, 
     hit = true;
   }
 }
+
+}  // namespace
 
 template <class R>
 void commit(const R* f, DFTI_DESCRIPTOR_HANDLE* handle, int* ipar, R* dpar, int* stat) {
@@ -110,6 +113,8 @@ void commit(const R* f, DFTI_DESCRIPTOR_HANDLE* handle, int* ipar, R* dpar, int*
   finish<R>(ipar, stat, (hit ? 1 : 0) + (defaulted ? 10 : 0));
 }
 
+namespace {
+
 // The pass of one type and direction around its DFT; returns the status of the pass.
 template <class R>
 int run_pass(R* f, DFTI_DESCRIPTOR_HANDLE* handle, const int* ipar, const R* dpar, bool forward) {
@@ -150,6 +155,8 @@ int run_pass(R* f, DFTI_DESCRIPTOR_HANDLE* handle, const int* ipar, const R* dpa
   }
   return ZVX_TT_OK;
 }
+
+}  // namespace
 
 template <class R>
 void transform(R* f, DFTI_DESCRIPTOR_HANDLE* handle, int* ipar, R* dpar, int* stat,
@@ -210,7 +217,13 @@ void release(DFTI_DESCRIPTOR_HANDLE* handle, int* ipar, int* stat) {
   *stat = 0;
 }
 
-}  // namespace
+template void init<float>(const int*, const int*, int*, float*, int*);
+template void init<double>(const int*, const int*, int*, double*, int*);
+template void commit<float>(const float*, DFTI_DESCRIPTOR_HANDLE*, int*, float*, int*);
+template void commit<double>(const double*, DFTI_DESCRIPTOR_HANDLE*, int*, double*, int*);
+template void transform<float>(float*, DFTI_DESCRIPTOR_HANDLE*, int*, float*, int*, bool);
+template void transform<double>(double*, DFTI_DESCRIPTOR_HANDLE*, int*, double*, int*, bool);
+
 }  // namespace zvx::trig
 
 namespace tt = zvx::trig;
