@@ -31,6 +31,12 @@ constexpr int cgemv_t_columns_per_pass(int vector_bytes) { return vector_bytes =
 // lines in flight (order 2,000 from the last-level cache: one group 1.02 of the peer's time, two
 // 0.89, four 0.83; six run out of vector registers for the sums and multipliers, 1.1).
 constexpr int symv_groups_per_walk = 4;
+// Shorter columns take two groups a walk: sixteen columns with their multipliers and sums spill
+// registers, which streaming from the last-level cache hides and the first and second levels
+// don't (order 100 to 600, lower and upper: two groups 0.70-0.85 of the time of four; at 1,000
+// even, at 2,000 four 0.92-0.98 of two).
+constexpr int symv_groups_per_short_walk = 2;
+constexpr long symv_wide_walk_bytes = 12000;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
 // 64-byte lines), and the columns of a walk that one set may hold at once: half its ways, the
 // other half for the lines fetched ahead and for x and y.
