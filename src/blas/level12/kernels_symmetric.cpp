@@ -113,7 +113,9 @@ void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, cons
       V<T> all[w];
       for (int c = 0; c < w; ++c) all[c] = c < per ? vs[c0 + c] : V<T>{};
       const V<T> r = reduce_lanes<T>(all);
-      for (int c = 0; c < per; ++c) y[j + c0 + c] = sfma(alpha, T{} + r[c], y[j + c0 + c]);
+      T* yc = y + j + c0;
+      if constexpr (per == w) st(yc, vfma(bc(alpha), r, ld(yc)));
+      else st_part(yc, vfma(bc(alpha), r, ld_part(yc, per)), per);
     }
   } else {
     for (int c = 0; c < C; ++c) y[j + c] = sfma(alpha, T{} + hsum<T>(vs[c]), y[j + c]);
