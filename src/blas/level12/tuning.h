@@ -41,8 +41,8 @@ constexpr int cgemv_t_columns_per_pass(int vector_bytes) { return vector_bytes =
 constexpr int symv_groups_per_walk = 4;
 // Shorter columns take two groups a walk: sixteen columns with their multipliers and sums spill
 // registers, which streaming from the last-level cache hides and the first and second levels
-// don't (order 100 to 600, lower and upper: two groups 0.70-0.85 of the time of four; at 1,000
-// even, at 2,000 four 0.92-0.98 of two).
+// don't (order 100 to 600, lower and upper: two groups 0.67-0.81 of the time of four; at 1,000
+// and 2,000 within the noise of each other, at 1,500 four 0.92 of two). The bound is 1,500 doubles.
 constexpr int symv_groups_per_short_walk = 2;
 constexpr long symv_wide_walk_bytes = 12000;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
