@@ -62,17 +62,20 @@ std::string reason(const std::string& name, bool in_memory, double seconds) {
            "the next strip (the strip's rounding is part of the interface), a horizontal reduction per "
            "strip and group of columns that a whole-column dot would not pay";
   if (name.find("gemv N") != std::string::npos)
-    return "the matrix streams from the last-level cache, ours at about 70 GB/s in the walk of four-column "
-           "groups and the peer at 72 to 77 (a straight read reaches 85 to 90); the walk's loop equals the "
-           "peer's speed when built alone in a test program, and the walks tried before it (sixteen-column "
-           "chunks of 32-row blocks, other groups, 32-byte vectors, prefetch) measured no better at this size";
+    return "the matrix streams from the last-level cache, sixteen columns a chunk in blocks of 64 rows with y in "
+           "registers; both sides are bound by the cache's bandwidth, which the other core's builds share, and "
+           "in separate full runs of the table on the loaded machine this row measured from 0.79 to 1.13";
+  if (name.find("symv") != std::string::npos && seconds < 20e-6)
+    return "a call of a few microseconds from the first or second-level cache: the vectors on the triangle's "
+           "edge (masked loads and FMAs) and the reduction of each walk's dots are a fixed share of every walk "
+           "of eight columns, and in separate runs of this row the ratio moved by about 10%";
   if (name.find("symv") != std::string::npos || name.find("trsv") != std::string::npos ||
       name.find("ger") != std::string::npos)
     return "the matrix streams from the shared last-level cache, whose share depends on the other builds "
            "running at the time";
   if (name.find("tbmv") != std::string::npos || name.find("gbmv") != std::string::npos)
-    return "columns of 33 to 65 stored elements: the call of the vector kernel for each column and its "
-           "short tail are a visible share of the work";
+    return "columns of 33 (tbmv) to 65 (gbmv) stored elements: each column's dot or axpy is a call of the "
+           "level-1 vector kernel, whose call, lane reduction and short tail are a visible share of the work";
   if (seconds < 2e-6)
     return "a call of about a microsecond or less: entry, dispatch and tail handling are a visible share, "
            "and of the order of the timing noise";

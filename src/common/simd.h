@@ -305,6 +305,30 @@ inline void st_range(float* p, vf v, long from, long to) {
   for (long k = from; k < to; ++k) p[k] = v[k];
 #endif
 }
+// Load of the lanes where `m` is set (all bits of the lane), zero elsewhere; the others are not
+// read: the edges of a triangle, whose lanes follow from a comparison of row indices.
+inline vd ld_where(const double* p, vdi m) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_pd(_mm512_movepi64_mask((__m512i)m), p);
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_maskload_pd(p, (__m256i)m);
+#else
+  vd r = {};
+  for (int k = 0; k < 2; ++k) if (m[k]) r[k] = p[k];
+  return r;
+#endif
+}
+inline vf ld_where(const float* p, vfi m) {
+#if ZVX_ISA_LEVEL == 2
+  return _mm512_maskz_loadu_ps(_mm512_movepi32_mask((__m512i)m), p);
+#elif ZVX_ISA_LEVEL == 1
+  return _mm256_maskload_ps(p, (__m256i)m);
+#else
+  vf r = {};
+  for (int k = 0; k < 4; ++k) if (m[k]) r[k] = p[k];
+  return r;
+#endif
+}
 // Lane-wise maximum that keeps `m` where `a` is NaN.
 inline vd vmax(vd a, vd m) {
 #if ZVX_ISA_LEVEL == 2

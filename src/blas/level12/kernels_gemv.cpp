@@ -303,7 +303,8 @@ template <class T> void rest_finish(long m, T alpha, const T* sum, T* y) {
   for (long i = 0; i < m; ++i) y[i] = sfma(alpha, sum[i], y[i]);
 }
 
-// y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns.
+// y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns; each
+// column asks for its lines a page ahead once a block, as the real kernel does.
 template <class R, int B>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
@@ -313,6 +314,7 @@ inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, 
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(t[j].real), ti = bc(t[j].imag) * sign;
     const R* col = &a[j * lda].real;
+    if constexpr (B > 1) __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
     for (int b = 0; b < B; ++b) {
       V<R> v = ld(col + b * w);
       in_register(v);
@@ -325,12 +327,13 @@ inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, 
 template <class R>
 void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
   constexpr int w = W<R>;
-  constexpr int B = gemv_n_register_vectors;
+  constexpr int B = cgemv_n_register_vectors<R>(vector_bytes);
+  constexpr long chunk = cgemv_n_column_chunk<R>;
   const long len = 2 * m;
   R* yr = &y->real;
-  complex_t<R> t[gemv_column_chunk];
-  for (long jc = 0; jc < n; jc += gemv_column_chunk) {
-    const long jn = std::min(gemv_column_chunk, n - jc);
+  complex_t<R> t[chunk];
+  for (long jc = 0; jc < n; jc += chunk) {
+    const long jn = std::min(chunk, n - jc);
     for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
     const complex_t<R>* ac = a + jc * lda;
     long i = 0;

@@ -1,104 +1,124 @@
 // Symmetric and Hermitian multiply sweeps with unit increments: groups of four columns walk the
-// rows together, each element outside the diagonal blocks read once and serving twice.
+// rows together, each element off the diagonal read once and serving twice.
 #include "blas/level12/kernels_isa.h"
 
 namespace zvx::blas12::ZVX_ISA_NS {
 
-// Symmetric multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, each
-// group over exactly the rows it would take alone: rows [j + 4g + 4, n) of group g in the lower
-// triangle, [0, j + 4g) in the upper. Every row's update of y takes the groups in order, each
-// group's dots keep their rows and lanes, and each group's diagonal block and dots reach y where
-// the groups before it have updated those rows and the groups after it have not (lower: after the
-// walk, since no later group reaches them; upper: before the later groups take the rows between
-// j and their diagonal). So the results are those of the groups taken one after another, while
-// the walk keeps 4G columns streaming at once and reads and writes y once a row for all of them.
+// Symmetric multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows. Every
+// column takes its stored rows, the diagonal included, into y (y(i) += a(i, c) * t(c)), and its
+// rows off the diagonal into its dot; the walk's dots, reduced, reach y(j ..) at its end
+// (y(c) += alpha * dot(c)). Each row of y thus takes all its products first, one column after
+// another, and its column's dot last: in the lower triangle the columns from the left, the walks
+// running left to right; in the upper one from the right, the walks running right to left. No
+// walk touches a row after the walk of the row's own column, whatever the number of groups, and
+// the dots take their rows vector by vector from row 0 in every walk, so walks of one group or of
+// several give the same bits. Vectors where the triangle's edge passes, and the last partial
+// one, keep each column's products in its own lanes by selection (masked loads and FMAs): one
+// load and store of y a vector for all columns, and no read of an unstored element.
 template <class T, int G>
 void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
   constexpr int C = 4 * G;
   V<T> vt[C], vs[C];
-  T t[C];
   const T* col[C];
   for (int c = 0; c < C; ++c) {
-    t[c] = alpha * x[j + c];
-    vt[c] = bc(t[c]);
+    vt[c] = bc(alpha * x[j + c]);
     vs[c] = V<T>{};
     col[c] = a + (j + c) * lda;
   }
-  // Group g's part of the vector of rows at i, lanes [from, to), with its own load and store of y.
-  auto group_rows = [&](int g, long i, long from, long to) {
-    const bool whole = from == 0 && to == w;
-    const V<T> xv = whole ? ld(x + i) : ld_range(x + i, from, to);
-    V<T> yv = whole ? ld(y + i) : ld_range(y + i, from, to);
-    for (int c = 4 * g; c < 4 * g + 4; ++c) {
-      V<T> ac = whole ? ld(col[c] + i) : ld_range(col[c] + i, from, to);
-      in_register(ac);
-      yv = vfma(ac, vt[c], yv);
-      vs[c] = vfma(ac, xv, vs[c]);
-    }
-    if (whole) st(y + i, yv);
-    else st_range(y + i, yv, from, to);
+  // Column c (in the walk's order) over one vector of rows at i.
+  auto column_step = [&](int c, V<T>& yv, V<T> xv, long i) __attribute__((always_inline)) {
+    V<T> ac = ld(col[c] + i);
+    in_register(ac);
+    yv = vfma(ac, vt[c], yv);
+    vs[c] = vfma(ac, xv, vs[c]);
   };
-  // Whole vectors of rows [i, end) that all groups take: one load and store of y for all.
+  // Whole vectors of rows [i, end) that every column takes in full.
   auto joint_rows = [&](long i, long end) {
     for (; i + w <= end; i += w) {
       const V<T> xv = ld(x + i);
       V<T> yv = ld(y + i);
+      if (upper) {
 #pragma GCC unroll 16
-      for (int c = 0; c < C; ++c) {
-        V<T> ac = ld(col[c] + i);
-        in_register(ac);
-        yv = vfma(ac, vt[c], yv);
-        vs[c] = vfma(ac, xv, vs[c]);
+        for (int c = C - 1; c >= 0; --c) column_step(c, yv, xv, i);
+      } else {
+#pragma GCC unroll 16
+        for (int c = 0; c < C; ++c) column_step(c, yv, xv, i);
       }
       st(y + i, yv);
     }
     return i;
   };
-  // The dots reduced, then the diagonal block from the stored triangle, into y(j + 4g ..).
-  auto finish = [&](int g) {
-    T s[4];
-    if constexpr (w >= 4) {
-      V<T> all[w] = {vs[4 * g], vs[4 * g + 1], vs[4 * g + 2], vs[4 * g + 3]};
-      const V<T> r = reduce_lanes<T>(all);
-      for (int c = 0; c < 4; ++c) s[c] = T{} + r[c];
+  // A vector of rows at i that some column takes only in part: lanes at or beyond the column's
+  // diagonal (lower) or up to it (upper) take the products, and the same without the diagonal the
+  // dot, all below `count`; the masks come from one comparison per column.
+  VI<T> lane;
+  for (int k = 0; k < w; ++k) lane[k] = k;
+  auto ragged = [&](long i) {
+    const long count = std::min<long>(w, n - i);
+    const bool whole = count == w;
+    const V<T> xv = whole ? ld(x + i) : ld_part(x + i, count);
+    V<T> yv = whole ? ld(y + i) : ld_part(y + i, count);
+    const VI<T> valid = lane < (int)count;
+    const VI<T> rel = lane + (int)(i - j);  // each lane's row less j: compared with the column
+    auto step = [&](int c) __attribute__((always_inline)) {
+      const VI<T> in = (upper ? rel <= c : rel >= c) & valid;
+      const VI<T> in_dot = (upper ? rel < c : rel > c) & valid;
+      V<T> ac = ld_where(col[c] + i, in);
+      in_register(ac);
+      yv = in ? vfma(ac, vt[c], yv) : yv;
+      vs[c] = in_dot ? vfma(ac, xv, vs[c]) : vs[c];
+    };
+    if (upper) {
+#pragma GCC unroll 16
+      for (int c = C - 1; c >= 0; --c) step(c);
     } else {
-      for (int c = 0; c < 4; ++c) s[c] = T{} + hsum<T>(vs[4 * g + c]);
+#pragma GCC unroll 16
+      for (int c = 0; c < C; ++c) step(c);
     }
-    const long jg = j + 4 * g;
-    for (int c = 0; c < 4; ++c) {
-      T acc = t[4 * g + c] * a[(jg + c) + (jg + c) * lda];
-      for (int r = 0; r < 4; ++r) {
-        if (r == c) continue;
-        const T arc = (upper ? r < c : r > c) ? a[(jg + r) + (jg + c) * lda] : a[(jg + c) + (jg + r) * lda];
-        acc = sfma(arc, t[4 * g + r], acc);
-      }
-      y[jg + c] += acc + alpha * s[c];
-    }
+    if (whole) st(y + i, yv);
+    else st_part(y + i, yv, count);
   };
+  // The last, partial vector of the lower triangle's rows, which every column takes in full.
+  auto tail = [&](long i) {
+    const long count = n - i;
+    const V<T> xv = ld_part(x + i, count);
+    V<T> yv = ld_part(y + i, count);
+    const VI<T> valid = lane < (int)count;
+#pragma GCC unroll 16
+    for (int c = 0; c < C; ++c) {
+      V<T> ac = ld_part(col[c] + i, count);
+      in_register(ac);
+      yv = vfma(ac, vt[c], yv);
+      vs[c] = valid ? vfma(ac, xv, vs[c]) : vs[c];
+    }
+    st_part(y + i, yv, count);
+  };
+  const long first = j - j % w;  // the vector of the walk's first diagonal element
   if (upper) {
-    // Rows above the first group's diagonal together; then, group by group, the rows from there
-    // to the group's diagonal, and the group's block.
-    const long i = joint_rows(0, j);
-    for (int g = 0; g < G; ++g) {
-      const long hi = j + 4 * g;
-      for (long v = i; v < hi; v += w) group_rows(g, v, 0, std::min<long>(w, hi - v));
-      finish(g);
+    long i = joint_rows(0, first);
+    for (; i < j + C; i += w) ragged(i);
+  } else {
+    long i = first;
+    for (; i < j + C && i < n; i += w) ragged(i);
+    i = joint_rows(i, n);
+    if (i < n) tail(i);
+  }
+  // The dots reduced, as many columns a reduction as its lanes take (one costs the same for one
+  // vector as for W, and each vector's lanes are summed in the same order wherever it stands),
+  // then added to y.
+  if constexpr (w >= 4) {
+    constexpr int per = std::min(w, C);
+    for (int c0 = 0; c0 < C; c0 += per) {
+      V<T> all[w];
+      for (int c = 0; c < w; ++c) all[c] = c < per ? vs[c0 + c] : V<T>{};
+      const V<T> r = reduce_lanes<T>(all);
+      T* yc = y + j + c0;
+      if constexpr (per == w) st(yc, vfma(bc(alpha), r, ld(yc)));
+      else st_part(yc, vfma(bc(alpha), r, ld_part(yc, per)), per);
     }
   } else {
-    // Vectors where some group starts, or where the rows end, take the groups one by one.
-    auto ragged = [&](long i) {
-      for (int g = 0; g < G; ++g) {
-        const long from = std::max(j + 4 * g + 4, i) - i, to = std::min<long>(w, n - i);
-        if (from < to) group_rows(g, i, from, to);
-      }
-    };
-    const long first = j + 4, last = j + 4 * G;  // the first rows of group 0 and of group G - 1
-    long i = first - first % w;
-    for (; i < last && i < n; i += w) ragged(i);
-    i = joint_rows(i, n);
-    if (i < n) ragged(i);
-    for (int g = 0; g < G; ++g) finish(g);
+    for (int c = 0; c < C; ++c) y[j + c] = sfma(alpha, T{} + hsum<T>(vs[c]), y[j + c]);
   }
 }
 
@@ -114,37 +134,60 @@ int walk_groups_for(long column_bytes, int most) {
   while (groups > 1 && 4 * groups > symv_columns_per_set * sets) groups /= 2;
   return groups;
 }
-template <class T> int symv_groups_for(long lda) {
-  return walk_groups_for(lda * (long)sizeof(T), symv_groups_per_walk);
+template <class T> int symv_groups_for(long n, long lda) {
+  const int most = n * (long)sizeof(T) >= symv_wide_walk_bytes ? symv_groups_per_walk : symv_groups_per_short_walk;
+  return walk_groups_for(lda * (long)sizeof(T), most);
+}
+
+// One of the columns after the groups of four, by the rule of symv_groups.
+template <class T>
+void symv_column(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  const T t = alpha * x[j];
+  const T* col = a + j * lda;
+  T s{};
+  for (long r = upper ? 0 : j + 1, end = upper ? j : n; r < end; ++r) {
+    y[r] = sfma(col[r], t, y[r]);
+    s = sfma(col[r], x[r], s);
+  }
+  y[j] = sfma(alpha, s, sfma(col[j], t, y[j]));
 }
 
 // Symmetric multiply: groups of four columns walk the rows (symv_groups), each element outside
-// the diagonal blocks read once and serving twice, for the update of y and for the column's dot.
+// the diagonal read once and serving twice, for the update of y and for the column's dot.
 template <class T>
 void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
-  // Whole groups of four columns in walks of as many groups as the leading dimension allows,
-  // then the groups left over one a walk, then the last columns alone.
+  // Whole groups of four columns in walks of as many groups as the order and the leading
+  // dimension allow, then the groups left over one a walk, and the last n mod 4 columns alone:
+  // from the left in the lower triangle, from the right in the upper one.
   const long n4 = n & ~3L;
-  long j = 0;
-  auto walks = [&]<int G>() {
-    for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G>(upper, j, n, alpha, a, lda, x, y);
-  };
-  switch (symv_groups_for<T>(lda)) {
-    case 4: walks.template operator()<4>(); break;
-    case 2: walks.template operator()<2>(); break;
-    default: break;
-  }
-  walks.template operator()<1>();
-  // The last n mod 4 columns alone, element by element.
-  for (; j < n; ++j) {
-    const T t = alpha * x[j];
-    const T* col = a + j * lda;
-    T s{};
-    for (long r = upper ? 0 : j + 1, end = upper ? j : n; r < end; ++r) {
-      y[r] = sfma(col[r], t, y[r]);
-      s = sfma(col[r], x[r], s);
+  const int groups = symv_groups_for<T>(n, lda);
+  if (upper) {
+    for (long j = n - 1; j >= n4; --j) symv_column<T>(true, j, n, alpha, a, lda, x, y);
+    long j = n4;
+    auto walks = [&]<int G>() {
+      for (; j - 4 * G >= 0; j -= 4 * G) symv_groups<T, G>(true, j - 4 * G, n, alpha, a, lda, x, y);
+    };
+    // Single groups first down to a multiple of the walk, so that the wide walks start on it.
+    if (groups == 4) {
+      for (; j % 16 != 0; j -= 4) symv_groups<T, 1>(true, j - 4, n, alpha, a, lda, x, y);
+      walks.template operator()<4>();
+    } else if (groups == 2) {
+      for (; j % 8 != 0; j -= 4) symv_groups<T, 1>(true, j - 4, n, alpha, a, lda, x, y);
+      walks.template operator()<2>();
     }
-    y[j] += t * col[j] + alpha * s;
+    walks.template operator()<1>();
+  } else {
+    long j = 0;
+    auto walks = [&]<int G>() {
+      for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G>(false, j, n, alpha, a, lda, x, y);
+    };
+    switch (groups) {
+      case 4: walks.template operator()<4>(); break;
+      case 2: walks.template operator()<2>(); break;
+      default: break;
+    }
+    walks.template operator()<1>();
+    for (; j < n; ++j) symv_column<T>(false, j, n, alpha, a, lda, x, y);
   }
 }
 
@@ -155,9 +198,13 @@ template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, com
   return {sfma(a.real, b.real, sfma(-a.imag, b.imag, c.real)), sfma(a.real, b.imag, sfma(a.imag, b.real, c.imag))};
 }
 
-// Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, with the
-// row ranges, the order of the groups and the placement of the diagonal blocks of symv_groups, so
-// that every walk gives the bits of the groups taken one after another. Vectors hold h = W/2
+// Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, each
+// group over exactly the rows it would take alone: rows [j + 4g + 4, n) of group g in the lower
+// triangle, [0, j + 4g) in the upper. Every row's update of y takes the groups in order, and each
+// group's diagonal block and dots reach y where the groups before it have updated those rows and
+// the groups after it have not (lower: after the walk; upper: before the later groups take the
+// rows between j and their diagonal), so that every walk gives the bits of the groups taken one
+// after another. Vectors hold h = W/2
 // complex elements as interleaved pairs and start at multiples of h from row 0. Per column and
 // vector of rows four FMAs and no exchange: y takes A times re(t) in one sum and A times im(t) in
 // another, whose parts are exchanged and signed once per group; the column's dot takes A times x

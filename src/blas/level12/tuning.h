@@ -22,6 +22,14 @@ constexpr long strip_rows = 64;
 // precision takes sixteen: the same bytes per row block, half the y traffic per column.
 constexpr long gemv_column_chunk = 8;
 template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : gemv_column_chunk;
+// Double complex, not transposed: sixteen columns a chunk in blocks of sixteen vectors of y with
+// AVX-512 (64 rows, 1 KiB of each column a visit), each column requesting its lines a page ahead
+// once a block: order 1,000 from the last-level cache, 0.95-0.97 of the peer's time where eight
+// columns in blocks of eight 32-byte vectors took 1.1-1.5. Single complex keeps the real sizes.
+template <class R> constexpr long cgemv_n_column_chunk = sizeof(R) == 8 ? 16 : gemv_column_chunk;
+template <class R> constexpr int cgemv_n_register_vectors(int vector_bytes) {
+  return sizeof(R) == 8 && vector_bytes == 64 ? 16 : gemv_n_register_vectors;
+}
 // Complex columns a transposed complex gemv pass takes: two sums per column, so that the
 // accumulators take half of the vector registers (16 of 32 with AVX-512, 8 of 16 otherwise) and
 // every x vector, with its two signed forms, serves as many columns as the rest allow.
@@ -31,6 +39,12 @@ constexpr int cgemv_t_columns_per_pass(int vector_bytes) { return vector_bytes =
 // lines in flight (order 2,000 from the last-level cache: one group 1.02 of the peer's time, two
 // 0.89, four 0.83; six run out of vector registers for the sums and multipliers, 1.1).
 constexpr int symv_groups_per_walk = 4;
+// Shorter columns take two groups a walk: sixteen columns with their multipliers and sums spill
+// registers, which streaming from the last-level cache hides and the first and second levels
+// don't (order 100 to 600, lower and upper: two groups 0.67-0.81 of the time of four; at 1,000
+// and 2,000 within the noise of each other, at 1,500 four 0.92 of two). The bound is 1,500 doubles.
+constexpr int symv_groups_per_short_walk = 2;
+constexpr long symv_wide_walk_bytes = 12000;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
 // 64-byte lines), and the columns of a walk that one set may hold at once: half its ways, the
 // other half for the lines fetched ahead and for x and y.

@@ -454,6 +454,55 @@ TEST(SymmetricMultiply, LeadingDimensionsOfSharedCacheSets) {
   check_symmetric_walks<double>();
 }
 
+// Columns long enough for walks of four groups: at the order where they start (and one past a
+// multiple of four, so that a column is left alone), stored at leading dimensions that allow
+// four, two and one group a walk. All give the same bits, within the long double product.
+TEST(SymmetricMultiply, WideWalksAtTheirFirstOrder) {
+  using T = double;
+  const int n = (int)(zvx::blas12::symv_wide_walk_bytes / (long)sizeof(T) + 4) / 4 * 4 + 1;
+  const int page = 4096 / (int)sizeof(T) * ((n * (int)sizeof(T) + 4095) / 4096);
+  const int ldas[] = {n, page, page + 2048 / (int)sizeof(T)};
+  std::vector<T> tri((size_t)n * n);
+  for (auto& v : tri) v = random_value<T>();
+  auto x = random_vector<T>(n), y = random_vector<T>(n);
+  const T alpha = random_value<T>(), beta = random_value<T>();
+  const int one = 1;
+  for (char uplo : {'U', 'L'}) {
+    SCOPED_TRACE(uplo);
+    const bool upper = uplo == 'U';
+    // Element (i, k) of the symmetric operator from the stored triangle of tri.
+    auto sym = [&](int i, int k) {
+      const bool stored = upper ? i <= k : i >= k;
+      return stored ? tri[i + (size_t)k * n] : tri[k + (size_t)i * n];
+    };
+    std::vector<T> first;
+    for (int lda : ldas) {
+      SCOPED_TRACE(lda);
+      std::vector<T> a((size_t)lda * n, nan_value<T>());
+      for (int k = 0; k < n; ++k)
+        for (int i = upper ? 0 : k; i <= (upper ? k : n - 1); ++i) a[i + (size_t)k * lda] = tri[i + (size_t)k * n];
+      auto y1 = y;
+      dsymv(&uplo, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+      if (first.empty()) {
+        for (int i = 0; i < n; ++i) {
+          long double s = 0, mag = 0;
+          for (int k = 0; k < n; ++k) {
+            const long double p = (long double)sym(i, k) * x[k];
+            s += p;
+            mag += std::fabs(p);
+          }
+          const long double want = (long double)alpha * s + (long double)beta * y[i];
+          ASSERT_TRUE(close<T>(y1[i], want, std::fabs((long double)alpha) * mag + std::fabs((long double)beta * y[i]), 16 + 2 * n))
+              << "row " << i;
+        }
+        first = y1;
+      } else {
+        for (int i = 0; i < n; ++i) ASSERT_TRUE(same_bits(first[i], y1[i])) << "row " << i;
+      }
+    }
+  }
+}
+
 // Hermitian full storage with unit increments, at orders around the vector widths and the groups
 // of four columns (the columns after the groups take a loop of their own), each stored at leading
 // dimensions that make the sweep walk different numbers of groups at once: the order itself, 4 KiB
