@@ -62,6 +62,17 @@ int z_cmp(mpz_srcptr a, mpz_srcptr b);
 int z_cmpabs(mpz_srcptr a, mpz_srcptr b);
 unsigned long z_bit_length(mpz_srcptr a);
 
+// Number theory, exponentiation and random numbers.
+int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m);  // 0 when no inverse (r untouched)
+void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b);
+void z_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m);
+void z_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m);
+void rand_init(gmp_randstate_ptr state);
+void rand_clear(gmp_randstate_ptr state);
+int z_urandomb(mpz_ptr r, gmp_randstate_ptr state, unsigned long nbits);
+void z_urandomm(mpz_ptr r, gmp_randstate_ptr state, mpz_srcptr n);
+int z_probab_prime(mpz_srcptr n, int reps);
+
 // Word forms over the bodies above, for use inside the layer.
 inline void z_swap(mpz_ptr a, mpz_ptr b) {
   __mpz_struct t = *a;
