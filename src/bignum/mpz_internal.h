@@ -49,6 +49,8 @@ inline unsigned long magnitude(long v) { return v < 0 ? 0UL - static_cast<unsign
 }
 
 // Internal bodies of exported entries, so that the layer never calls through an exported name.
+void z_init2(mpz_ptr z, mp_bitcnt_t bits);
+void z_init(mpz_ptr z);
 void z_set(mpz_ptr r, mpz_srcptr a);
 void z_add(mpz_ptr r, mpz_srcptr a, mpz_srcptr b, bool negate_b);
 void z_mul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b);

@@ -116,7 +116,7 @@ ZVX_EXPORT unsigned long __gmpz_gcd_ui(mpz_ptr g, mpz_srcptr a, unsigned long b)
   if (g) z_set(g, t.p());
   return v;
 }
-ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
+static void z_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   if (a->_mp_size == 0 || b->_mp_size == 0) {
     r->_mp_size = 0;
     return;
@@ -127,7 +127,8 @@ ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   p.z._mp_size = abs_size(p.p());
   z_tdiv_qr(r, nullptr, p.p(), g.p());
 }
-ZVX_EXPORT void __gmpz_lcm_ui(mpz_ptr r, mpz_srcptr a, unsigned long b) { __gmpz_lcm(r, a, word_mpz(b).p()); }
+ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) { z_lcm(r, a, b); }
+ZVX_EXPORT void __gmpz_lcm_ui(mpz_ptr r, mpz_srcptr a, unsigned long b) { z_lcm(r, a, word_mpz(b).p()); }
 
 ZVX_EXPORT int __gmpz_root(mpz_ptr r, mpz_srcptr n, unsigned long k) { return z_root(r, nullptr, n, k); }
 ZVX_EXPORT void __gmpz_rootrem(mpz_ptr r, mpz_ptr rem, mpz_srcptr n, unsigned long k) { z_root(r, rem, n, k); }
@@ -204,7 +205,7 @@ ZVX_EXPORT void __gmpz_fac_ui(mpz_ptr r, unsigned long n) {
   for (unsigned long i = n; i >= 2; --i) z_mul_ui(r, r, i);
 }
 
-ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
+static void z_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
   temp nn(abs_size(n) + 2), t(abs_size(n) + 2);
   z_set(nn.p(), n);
   bool negate = false;
@@ -234,9 +235,10 @@ ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
   if (negate) t.z._mp_size = -t.z._mp_size;
   z_set(r, t.p());
 }
-ZVX_EXPORT void __gmpz_bin_uiui(mpz_ptr r, unsigned long n, unsigned long k) { __gmpz_bin_ui(r, word_mpz(n).p(), k); }
+ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) { z_bin_ui(r, n, k); }
+ZVX_EXPORT void __gmpz_bin_uiui(mpz_ptr r, unsigned long n, unsigned long k) { z_bin_ui(r, word_mpz(n).p(), k); }
 
-ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
+static void z_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
   // (F(m), F(m-1)) doubled from the top bit of n: F(2m) = F(m)(F(m) + 2F(m-1)),
   // F(2m-1) = F(m)^2 + F(m-1)^2.
   if (n == 0) {
@@ -266,14 +268,15 @@ ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
   z_set(f, a.p());
   z_set(fsub, b.p());
 }
+ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) { z_fib2_ui(f, fsub, n); }
 ZVX_EXPORT void __gmpz_fib_ui(mpz_ptr f, unsigned long n) {
   temp s(4);
-  __gmpz_fib2_ui(f, s.p(), n);
+  z_fib2_ui(f, s.p(), n);
 }
-ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
+static void z_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
   // L(n) = F(n) + 2F(n-1), L(n-1) = 2F(n) - F(n-1).
   temp f(4), g(4), t(4);
-  __gmpz_fib2_ui(f.p(), g.p(), n);
+  z_fib2_ui(f.p(), g.p(), n);
   z_mul_2exp(t.p(), g.p(), 1);
   z_add(t.p(), t.p(), f.p(), false);
   if (lsub) {
@@ -284,7 +287,8 @@ ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
   }
   z_set(l, t.p());
 }
-ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { __gmpz_lucnum2_ui(l, nullptr, n); }
+ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) { z_lucnum2_ui(l, lsub, n); }
+ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { z_lucnum2_ui(l, nullptr, n); }
 
 // g = gcd(a, b) = a s + b t, with the cofactors of the GMP manual: normally |s| < |b|/(2g) and
 // |t| < |a|/(2g); s = 0, t = sgn(b) when |a| = |b|; s = sgn(a) when b = 0 or |b| = 2g; t = sgn(b)

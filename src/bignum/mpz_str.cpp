@@ -51,7 +51,7 @@ size_t size_in_base(mpz_srcptr x, int base) {
 
 ZVX_EXPORT size_t __gmpz_sizeinbase(mpz_srcptr x, int base) { return size_in_base(x, base); }
 
-ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) {
+static char* z_get_str(char* buffer, int base, mpz_srcptr x) {
   if (base == 0) base = 10;
   if (base < 0) base = -base;
   if (base < 2 || base > 62) return nullptr;
@@ -106,8 +106,9 @@ ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) {
   release(work, cap);
   return out;
 }
+ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) { return z_get_str(buffer, base, x); }
 
-ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) {
+static int z_set_str(mpz_ptr x, const char* text, int base) {
   if (base != 0 && (base < 2 || base > 62)) return -1;
   size_t first = 0, last = std::strlen(text);
   while (first < last && text[first] == ' ') ++first;
@@ -158,15 +159,16 @@ ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) {
   free_limbs(d, cap);
   return 0;
 }
+ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) { return z_set_str(x, text, base); }
 
 ZVX_EXPORT int __gmpz_init_set_str(mpz_ptr x, const char* text, int base) {
-  __gmpz_init(x);
-  return __gmpz_set_str(x, text, base);
+  z_init(x);
+  return z_set_str(x, text, base);
 }
 
 ZVX_EXPORT size_t __gmpz_out_str(FILE* stream, int base, mpz_srcptr x) {
   if (stream == nullptr) stream = stdout;
-  char* s = __gmpz_get_str(nullptr, base, x);
+  char* s = z_get_str(nullptr, base, x);
   if (s == nullptr) return 0;
   size_t len = std::strlen(s);
   size_t written = std::fwrite(s, 1, len, stream);
@@ -197,7 +199,7 @@ ZVX_EXPORT size_t __gmpz_inp_str(mpz_ptr x, FILE* stream, int base) {
   if (c != EOF) std::ungetc(c, stream);
   --consumed;
   buf[len] = '\0';
-  int ok = len ? __gmpz_set_str(x, buf, base) : -1;
+  int ok = len ? z_set_str(x, buf, base) : -1;
   release(buf, cap);
   return ok == 0 ? consumed : 0;
 }
