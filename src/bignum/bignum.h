@@ -35,6 +35,8 @@ limb lshift(limb* r, const limb* a, int n, unsigned s);  // 0 < s < 32, r <= a
 limb rshift(limb* r, const limb* a, int n, unsigned s);  // 0 < s < 32, r >= a
 void mul_basecase(limb* r, const limb* a, int an, const limb* b, int bn);
 void mul_n(limb* r, const limb* a, const limb* b, int n);             // r has 2n limbs, no overlap
+// The methods under mul_n, for sizes where each applies (see tuning.h).
+void toom3_mul(limb* r, const limb* a, const limb* b, int n);
 void mul(limb* r, const limb* a, int an, const limb* b, int bn);     // an >= bn >= 0, no overlap
 limb divmod_1(limb* q, const limb* a, int n, limb d);
 limb mod_1(const limb* a, int n, limb d);

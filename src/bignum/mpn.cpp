@@ -189,8 +189,10 @@ void mul_n(limb* r, const limb* a, const limb* b, int n) {
     mul_basecase(r, a, n, b, n);
     return;
   }
-  // Sizes from tuning::transform_entry on are meant for the transform multiplication; until it
-  // exists Karatsuba serves them, exactly.
+  if (n >= tuning::toom3_entry) {
+    toom3_mul(r, a, b, n);
+    return;
+  }
   size_t need = karatsuba_scratch(n);
   if (need <= static_cast<size_t>(tuning::karatsuba_local_scratch)) {
     limb local[tuning::karatsuba_local_scratch];

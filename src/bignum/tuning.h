@@ -14,6 +14,14 @@ constexpr int karatsuba_entry = 8;
 // than the entry, because a recursive call also pays for the two differences.
 constexpr int karatsuba_recursion = 9;
 
+// __gmpn_mul_n takes Toom-3 from this many limbs, Karatsuba below. Measured with Toom-3 at the
+// top level only (its thirds through Karatsuba) against Karatsuba throughout, least thread time
+// on a loaded machine: within noise of each other from 150 to 1,000 limbs (+-10%, Karatsuba's odd
+// halves make both curves ragged), Toom-3 ahead from 600 (78 against 94 us) and by 20% at 1,200
+// and 1,500. Its interpolation is several linear passes with a division by 3, which 32-bit limbs
+// make relatively dear, hence a late entry.
+constexpr int toom3_entry = 600;
+
 // From this many limbs __gmpn_mul_n would take the transform multiplication. That method is not
 // built yet, so the dispatch sends these sizes to Karatsuba (see mpn_mul_n in mpn.cpp); the
 // constant stays here so the dispatch has one place to change.
