@@ -255,61 +255,6 @@ limb mod_1(const limb* a, int n, limb d) {
   return static_cast<limb>(rem);
 }
 
-void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
-  if (dn == 1) {
-    limb* qq = q ? q : alloc_limbs(an);
-    limb rem = divmod_1(qq, a, an, d[0]);
-    if (r) r[0] = rem;
-    if (!q) free_limbs(qq, an);
-    return;
-  }
-  // Normalise so that the divisor's top bit is set; the numerator gets one more limb.
-  const unsigned s = __builtin_clz(d[dn - 1]);
-  const size_t work = static_cast<size_t>(an) + 1 + dn;
-  limb* u = alloc_limbs(work);
-  limb* v = u + an + 1;
-  if (s) {
-    lshift(v, d, dn, s);
-    u[an] = lshift(u, a, an, s);
-  } else {
-    copy(v, d, dn);
-    copy(u, a, an);
-    u[an] = 0;
-  }
-  const dlimb v1 = v[dn - 1], v2 = v[dn - 2];
-  for (int j = an - dn; j >= 0; --j) {
-    limb* uj = u + j;
-    dlimb num = (static_cast<dlimb>(uj[dn]) << 32) | uj[dn - 1];
-    dlimb qhat, rhat;
-    if (uj[dn] >= v1) {
-      qhat = 0xFFFFFFFFu;
-      rhat = num - qhat * v1;
-    } else {
-      qhat = num / v1;
-      rhat = num - qhat * v1;
-    }
-    while (rhat <= 0xFFFFFFFFu && qhat * v2 > ((rhat << 32) | uj[dn - 2])) {
-      --qhat;
-      rhat += v1;
-    }
-    limb borrow = submul_1(uj, v, dn, static_cast<limb>(qhat));
-    limb top = uj[dn];
-    uj[dn] = top - borrow;
-    if (top < borrow) {
-      --qhat;
-      uj[dn] += add_n(uj, uj, v, dn);
-    }
-    if (q) q[j] = static_cast<limb>(qhat);
-  }
-  if (r) {
-    if (s)
-      rshift(r, u, dn, s), r[dn - 1] |= u[dn] << (32 - s);
-    else
-      copy(r, u, dn);
-  }
-  free_limbs(u, work);
-}
-
 }  // namespace zvx::bn
 
 using namespace zvx::bn;

@@ -75,6 +75,15 @@ int z_urandomb(mpz_ptr r, gmp_randstate_ptr state, unsigned long nbits);
 void z_urandomm(mpz_ptr r, gmp_randstate_ptr state, mpz_srcptr n);
 int z_probab_prime(mpz_srcptr n, int reps);
 
+// Digits of a base that is not a power of two. big_base: the largest power of the base that fits
+// a limb, with its digit count. limbs_to_text writes the digits of x (n limbs) most significant
+// first, upper case, and returns their count ("0" for n = 0). digits_to_limbs reads len digit
+// values (0..base-1, most significant first) into d, which has room for len/digits+2 limbs, and
+// returns the normalised limb count.
+limb big_base(int base, int* digits);
+size_t limbs_to_text(char* out, const limb* x, int n, int base);
+int digits_to_limbs(limb* d, const unsigned char* v, size_t len, int base);
+
 // Word forms over the bodies above, for use inside the layer.
 inline void z_swap(mpz_ptr a, mpz_ptr b) {
   __mpz_struct t = *a;

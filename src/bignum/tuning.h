@@ -27,6 +27,25 @@ constexpr int toom3_entry = 600;
 // constant stays here so the dispatch has one place to change.
 constexpr int transform_entry = 4096;
 
+// Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
+// also stops below it with the long division (which also takes quotients shorter than half of
+// it). Measured on 2n by n limbs, least thread time on a loaded machine (+-30% between runs):
+// entries of 20 to 48 all beat the long division alone from 80 limbs (8.1 against 5.7-6.3 us) to
+// 640 (396 against 190-280 us), and are level with it at 40; entries of 80 and 160 lose up to 40%
+// against 40 at every size above.
+constexpr int dc_div_entry = 40;
+
+// Text in a base that is not a power of two: from this many limbs get_str cuts the number in two
+// by a power of the base; below, one-limb divisions give a limb's worth of digits at a time.
+// Measured in base 10 (least thread time, loaded machine): entries of 10 and 20 give the same
+// times at every size (3.0 us at 40 limbs, 8.3 at 80, 24 at 160), 40 is 10-20% slower at 40-160
+// limbs, 80 up to 50%; the one-limb loop alone is 1.6x slower from 40 limbs and 8x at 1,280.
+constexpr int get_str_dc_entry = 20;
+// set_str, the same way, from this many limbs' worth of digits. The digit-group loop is cheaper
+// than the division loop, so the cut pays later: at 40 limbs the loop alone takes 1.4 us against
+// 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
+constexpr int set_str_dc_entry = 60;
+
 // Karatsuba scratch up to this many limbs lives on the stack (2 KiB); more comes from the
 // allocate hook.
 constexpr int karatsuba_local_scratch = 512;

@@ -1,0 +1,111 @@
+// The subquadratic paths against the system GMP, at sizes on both sides of every entry in
+// tuning.h: divide-and-conquer division and base conversion.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "bignum/gmp_peer.h"
+#include "bignum/tuning.h"
+
+using namespace bntest;
+namespace tn = zvx::bn::tuning;
+
+namespace {
+
+using peer_qr = void (*)(gz*, gz*, const gz*, const gz*);
+
+// Hex text of `limbs` limbs in one of the patterns that find correction faults: random, all ones,
+// a one followed by zeros (the smallest normalised divisor), ones above zeros.
+std::string pattern(std::mt19937_64& rng, int limbs, int kind) {
+  if (limbs <= 0) return "0";
+  switch (kind) {
+    case 1: return std::string(8 * limbs, 'F');
+    case 2: return "8" + std::string(8 * limbs - 1, '0');
+    case 3: return std::string(4 * limbs, 'F') + std::string(4 * limbs, '0');
+    case 4: return "8" + std::string(8 * limbs - 2, '0') + "1";
+    default: return random_hex(rng, limbs, false);
+  }
+}
+
+void check_division(const std::string& n, const std::string& d) {
+  static peer_qr theirs = gmp().sym<peer_qr>("__gmpz_tdiv_qr");
+  G gn(n), gd(d), gq, gr;
+  theirs(gq.p(), gr.p(), gn.p(), gd.p());
+  Z zn(n), zd(d), zq, zr;
+  mpz_tdiv_qr(zq.p(), zr.p(), zn.p(), zd.p());
+  ASSERT_EQ(zq.str(), upper(gq.str())) << "quotient, " << n.size() / 8 << " by " << d.size() / 8 << " limbs";
+  ASSERT_EQ(zr.str(), upper(gr.str())) << "remainder, " << n.size() / 8 << " by " << d.size() / 8 << " limbs";
+}
+
+}  // namespace
+
+TEST(BignumSubquadratic, DivisionAcrossTheDivideAndConquerEntry) {
+  std::mt19937_64 rng(101);
+  const int e = tn::dc_div_entry;
+  // Divisor sizes around the entry and where the halves reach it; quotient sizes from one limb
+  // (the long division) through half the entry (the first that is cut) to several blocks.
+  for (int dn : {e - 1, e, e + 1, 2 * e - 1, 2 * e, 2 * e + 1, 4 * e + 3, 9 * e + 5}) {
+    for (int qn : {1, e / 2 - 1, e / 2, e / 2 + 1, dn - 1, dn, dn + 1, 2 * dn + 7}) {
+      for (int kind = 0; kind < 5; ++kind) {
+        std::string d = pattern(rng, dn, (kind + 2) % 5);
+        std::string n = pattern(rng, dn + qn, kind);
+        check_division(n, d);
+      }
+      // A numerator just below a multiple of the divisor: the quotient's estimates are at their
+      // largest error. n = d * q - 1 for a random q.
+      std::string q = random_hex(rng, qn, false);
+      Z zd(pattern(rng, dn, 4)), zq(q), zn, one("1");
+      mpz_mul(zn.p(), zd.p(), zq.p());
+      mpz_sub(zn.p(), zn.p(), one.p());
+      check_division(zn.str(), zd.str());
+    }
+  }
+  // Signs and the floor family ride on the same quotient.
+  Z n("-" + pattern(rng, 5 * e, 0)), d(pattern(rng, 2 * e, 0)), q, r;
+  G gn(n.str()), gd(d.str()), gq, gr;
+  mpz_fdiv_qr(q.p(), r.p(), n.p(), d.p());
+  gmp().sym<peer_qr>("__gmpz_fdiv_qr")(gq.p(), gr.p(), gn.p(), gd.p());
+  EXPECT_EQ(q.str(), upper(gq.str()));
+  EXPECT_EQ(r.str(), upper(gr.str()));
+}
+
+TEST(BignumSubquadratic, TextAcrossTheConversionEntries) {
+  std::mt19937_64 rng(103);
+  const int g = tn::get_str_dc_entry, s = tn::set_str_dc_entry;
+  std::vector<int> sizes = {g - 1, g, g + 1, 2 * g + 1, 4 * g + 3, s - 1, s, s + 1, 2 * s + 1, 5 * s + 2, 1100};
+  for (int base : {10, 3, 7, 36}) {
+    for (int n : sizes) {
+      for (int kind = 0; kind < 3; ++kind) {
+        std::string hex = kind == 0 ? random_hex(rng, n) : pattern(rng, n, kind);
+        G gx(hex);
+        Z zx(hex);
+        std::string want = upper(gx.str(base));
+        ASSERT_EQ(zx.str(base), want) << "get_str base " << base << ", " << n << " limbs";
+        Z back;
+        ASSERT_EQ(mpz_set_str(back.p(), gx.str(base).c_str(), base), 0);
+        ASSERT_EQ(back.str(), zx.str()) << "set_str base " << base << ", " << n << " limbs";
+      }
+      // Powers of the base and their neighbours: the low halves are runs of zeros or of the top
+      // digit, which must keep their leading zeros.
+      G p;
+      std::string one_then_zeros = "1" + std::string(static_cast<size_t>(n) * 9, '0');
+      for (const char* tail : {"", "1"}) {
+        std::string text = one_then_zeros.substr(0, one_then_zeros.size() - (*tail ? 1 : 0)) + tail;
+        p.set(text, base);
+        Z z;
+        ASSERT_EQ(mpz_set_str(z.p(), text.c_str(), base), 0);
+        ASSERT_EQ(z.str(), upper(p.str())) << "set_str of a power of " << base;
+        ASSERT_EQ(z.str(base), text) << "get_str of a power of " << base;
+      }
+      std::string top(static_cast<size_t>(n) * 9, base == 10 ? '9' : (base == 3 ? '2' : (base == 7 ? '6' : 'Z')));
+      Z z;
+      ASSERT_EQ(mpz_set_str(z.p(), top.c_str(), base), 0);
+      EXPECT_EQ(z.str(base), top);
+    }
+  }
+  // Leading zeros and a sign in the text.
+  std::string digits = "000" + std::string(40 * s, '7');
+  Z z;
+  ASSERT_EQ(mpz_set_str(z.p(), ("-" + digits).c_str(), 10), 0);
+  EXPECT_EQ(z.str(10), "-" + digits.substr(3));
+}
