@@ -40,29 +40,30 @@ int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m) {
 }
 
 void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b) {
-  temp x(abs_size(a) + 1), y(abs_size(b) + 1), t(abs_size(a) + abs_size(b) + 1);
-  z_set(x.p(), a);
-  z_set(y.p(), b);
-  x.z._mp_size = abs_size(x.p());
-  y.z._mp_size = abs_size(y.p());
-  if (z_cmp(x.p(), y.p()) < 0) z_swap(x.p(), y.p());
-  while (y.z._mp_size != 0) {
-    if (x.z._mp_size == 1 && y.z._mp_size == 1) {
-      // Machine words from here on.
-      limb u = x.z._mp_d[0], v = y.z._mp_d[0];
-      while (v) {
-        limb w = u % v;
-        u = v;
-        v = w;
-      }
-      x.z._mp_d[0] = u;
-      break;
-    }
-    z_tdiv_qr(nullptr, t.p(), x.p(), y.p());
-    z_swap(x.p(), y.p());
-    z_swap(y.p(), t.p());
+  int an = abs_size(a), bn = abs_size(b);
+  if (an == 0 || bn == 0) {
+    // gcd(x, 0) = |x|
+    mpz_srcptr o = an ? a : b;
+    z_set(g, o);
+    g->_mp_size = abs_size(g);
+    return;
   }
-  z_set(g, x.p());
+  // Both magnitudes in buffers of the longer length, the larger first.
+  const int n = an > bn ? an : bn;
+  limb* x = alloc_limbs(2 * static_cast<size_t>(n) + 2);
+  limb* y = x + n + 1;
+  mpz_srcptr p = a, q = b;
+  if (an < bn || (an == bn && cmp(a->_mp_d, b->_mp_d, an) < 0)) {
+    p = b;
+    q = a;
+  }
+  const int pn = abs_size(p), qn = abs_size(q);
+  copy(x, p->_mp_d, pn);
+  copy(y, q->_mp_d, qn);
+  limb* d = grow(g, qn);
+  int gn = gcd_lehmer(d, x, pn, y, qn);
+  g->_mp_size = gn;
+  free_limbs(x, 2 * static_cast<size_t>(n) + 2);
 }
 
 // floor(|n|^(1/k)) with n's sign (k odd for negative n); returns 1 when exact.

@@ -1,6 +1,7 @@
 // Tuning numbers of the big-integer subsystem, each with its reason. Tests derive their edge sizes
 // from here.
 #pragma once
+#include <cmath>
 
 namespace zvx::bn::tuning {
 
@@ -46,11 +47,26 @@ constexpr int get_str_dc_entry = 20;
 // 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
 constexpr int set_str_dc_entry = 60;
 
+// gcd: from this many limbs a step takes its quotients from the leading 62 bits (Lehmer);
+// below, and whenever the operands differ by more than a limb, one long division per quotient.
+// Three limbs is the first size that does not go to two-word arithmetic, and Lehmer already wins
+// there (measured, random operands: 0.3 against 1.0 us at 3 limbs, 1.0 against 4.1 at 8, 30
+// against 178 at 100).
+constexpr int gcd_lehmer_entry = 3;
+
 // Karatsuba scratch up to this many limbs lives on the stack (2 KiB); more comes from the
 // allocate hook.
 constexpr int karatsuba_local_scratch = 512;
 
 // Modular exponentiation takes the Montgomery path for odd parts of moduli up to this many limbs.
 constexpr int montgomery_max_limbs = 30;
+
+// The transform multiplication's bound on the rounding error of a coefficient (derived in
+// mpn_fft.cpp): w-bit digits, da and db of them, length 2^n. True when the error is at most 1/4.
+inline bool transform_digits_exact(int w, long da, long db, int n) {
+  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w) * 1.01 *
+                       (12.71 * (n + 1) + 2.24) * 0x1p-53;
+  return bound <= 0.25;
+}
 
 }  // namespace zvx::bn::tuning

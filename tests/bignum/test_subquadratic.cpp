@@ -1,5 +1,5 @@
 // The subquadratic paths against the system GMP, at sizes on both sides of every entry in
-// tuning.h: divide-and-conquer division and base conversion.
+// tuning.h: divide-and-conquer division and base conversion, Lehmer's gcd.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -108,4 +108,38 @@ TEST(BignumSubquadratic, TextAcrossTheConversionEntries) {
   Z z;
   ASSERT_EQ(mpz_set_str(z.p(), ("-" + digits).c_str(), 10), 0);
   EXPECT_EQ(z.str(10), "-" + digits.substr(3));
+}
+
+TEST(BignumSubquadratic, GcdAcrossTheLehmerEntry) {
+  auto theirs = gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_gcd");
+  std::mt19937_64 rng(107);
+  auto check = [&](const std::string& a, const std::string& b) {
+    G ga(a), gb(b), gg;
+    theirs(gg.p(), ga.p(), gb.p());
+    Z za(a), zb(b), zg;
+    mpz_gcd(zg.p(), za.p(), zb.p());
+    ASSERT_EQ(zg.str(), upper(gg.str())) << a.size() / 8 << " and " << b.size() / 8 << " limbs";
+    mpz_gcd(za.p(), za.p(), zb.p());  // in place
+    ASSERT_EQ(za.str(), zg.str());
+  };
+  const int e = tn::gcd_lehmer_entry;
+  for (int n : {1, 2, e - 1, e, e + 1, 8, 33, 200, 700}) {
+    if (n < 1) continue;
+    for (int m : {n, n - 1, n / 2, 1}) {
+      if (m < 1) continue;
+      for (int kind = 0; kind < 5; ++kind) check(pattern(rng, n, kind), pattern(rng, m, (kind + 1) % 5));
+      // A large common factor, and signs.
+      std::string c = random_hex(rng, 1 + n / 3, false);
+      Z za(random_hex(rng, n, false)), zb(random_hex(rng, m, false)), zc(c);
+      mpz_mul(za.p(), za.p(), zc.p());
+      mpz_mul(zb.p(), zb.p(), zc.p());
+      check(za.str(), "-" + zb.str());
+    }
+  }
+  // Consecutive Fibonacci numbers: every quotient is 1, the longest remainder sequence.
+  Z f1, f2;
+  mpz_fib2_ui(f1.p(), f2.p(), 20000);
+  check(f1.str(), f2.str());
+  check("0", "-" + random_hex(rng, 9, false));
+  check(random_hex(rng, 9), "0");
 }
