@@ -121,9 +121,61 @@ limb rshift(limb* r, const limb* a, int n, unsigned s) {
   return out;
 }
 
+namespace {
+
+// Limbs 2i and 2i+1 of p (n limbs) as one 64-bit word, zero past the end.
+inline uint64_t word_at(const limb* p, int i, int n) {
+  const uint64_t lo = p[2 * i];
+  const uint64_t hi = 2 * i + 1 < n ? p[2 * i + 1] : 0;
+  return lo | (hi << 32);
+}
+
+// The schoolbook product on 64-bit words with 128-bit products: pairs of limbs go in as one
+// word, so the loop does a quarter of the products of the limb loop, and the result words go
+// back into limbs.
+void mul_words(limb* r, const limb* a, int an, const limb* b, int bn, uint64_t* w) {
+  const int aw = (an + 1) / 2, bw = (bn + 1) / 2;
+  uint64_t* A = w;
+  uint64_t* B = A + aw;
+  uint64_t* R = B + bw;
+  for (int i = 0; i < aw; ++i) A[i] = word_at(a, i, an);
+  for (int j = 0; j < bw; ++j) B[j] = word_at(b, j, bn);
+  {
+    unsigned __int128 c = 0;
+    for (int i = 0; i < aw; ++i) {
+      c += static_cast<unsigned __int128>(A[i]) * B[0];
+      R[i] = static_cast<uint64_t>(c);
+      c >>= 64;
+    }
+    R[aw] = static_cast<uint64_t>(c);
+  }
+  for (int j = 1; j < bw; ++j) {
+    unsigned __int128 c = 0;
+    const uint64_t bj = B[j];
+    uint64_t* Rj = R + j;
+    for (int i = 0; i < aw; ++i) {
+      c += static_cast<unsigned __int128>(A[i]) * bj + Rj[i];
+      Rj[i] = static_cast<uint64_t>(c);
+      c >>= 64;
+    }
+    Rj[aw] = static_cast<uint64_t>(c);
+  }
+  const int rn = an + bn;  // the words past it are zero
+  for (int k = 0; k < rn; ++k) r[k] = static_cast<limb>(R[k / 2] >> (32 * (k & 1)));
+}
+
+}  // namespace
+
 void mul_basecase(limb* r, const limb* a, int an, const limb* b, int bn) {
-  r[an] = mul_1(r, a, an, b[0]);
-  for (int j = 1; j < bn; ++j) r[an + j] = addmul_1(r + j, a, an, b[j]);
+  const size_t words = static_cast<size_t>(an + 1) / 2 * 2 + static_cast<size_t>(bn + 1) / 2 * 2 + 2;
+  if (words <= 256) {
+    uint64_t local[256];
+    mul_words(r, a, an, b, bn, local);
+    return;
+  }
+  limb* w = alloc_limbs(2 * words);
+  mul_words(r, a, an, b, bn, reinterpret_cast<uint64_t*>(w));
+  free_limbs(w, 2 * words);
 }
 
 namespace {
