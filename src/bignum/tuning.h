@@ -21,10 +21,11 @@ constexpr int karatsuba_recursion = 33;
 
 // __gmpn_mul_n takes Toom-3 from this many limbs, Karatsuba below. Measured with Toom-3 at the
 // top level only (its thirds through Karatsuba) against Karatsuba throughout, least thread time
-// on a loaded machine: within noise of each other from 150 to 1,000 limbs (+-10%, Karatsuba's odd
-// halves make both curves ragged), Toom-3 ahead from 600 (78 against 94 us) and by 20% at 1,200
-// and 1,500. Its interpolation is several linear passes with a division by 3, which 32-bit limbs
-// make relatively dear, hence a late entry.
+// on a loaded machine, after the word-pair schoolbook loop: Karatsuba ahead by 5-10% at 200 to
+// 450 limbs (8.4 against 9.4 us at 200), level at 600 and 900 (52 against 49 us, 95 and 95),
+// Toom-3 ahead by 5-8% at 1,200 and 2,000 (146 against 158 us, 332 against 349). Its
+// interpolation is several linear passes with a division by 3, which 32-bit limbs make
+// relatively dear, hence a late entry and a small gain.
 constexpr int toom3_entry = 600;
 
 // From this many limbs __gmpn_mul_n would take the transform multiplication. That method is not

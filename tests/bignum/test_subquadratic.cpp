@@ -143,3 +143,65 @@ TEST(BignumSubquadratic, GcdAcrossTheLehmerEntry) {
   check("0", "-" + random_hex(rng, 9, false));
   check(random_hex(rng, 9), "0");
 }
+
+namespace {
+
+// The transform's digit width for a square product of n limbs: the widest digits at the
+// shortest length that the error bound of tuning.h allows.
+int transform_width(int n) {
+  int best_w = 0, best_len = 0;
+  for (int w = 16; w >= 4; --w) {
+    const long d = (32L * n + w - 1) / w;
+    int len = 0;
+    while ((1L << len) < 2 * d - 1) ++len;
+    if (!tn::transform_digits_exact(w, d, d, len)) continue;
+    if (best_w == 0 || len < best_len) best_w = w, best_len = len;
+  }
+  return best_w * 100 + best_len;
+}
+
+void check_product(const std::string& a, const std::string& b, const char* what) {
+  static auto theirs = gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul");
+  G ga(a), gb(b), gr;
+  theirs(gr.p(), ga.p(), gb.p());
+  Z za(a), zb(b), zr;
+  mpz_mul(zr.p(), za.p(), zb.p());
+  ASSERT_EQ(zr.str(), upper(gr.str())) << what << ", " << a.size() / 8 << " by " << b.size() / 8 << " limbs";
+}
+
+}  // namespace
+
+TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
+  std::mt19937_64 rng(109);
+  std::vector<int> sizes = {tn::transform_entry - 1, tn::transform_entry, tn::transform_entry + 1};
+  // The first two sizes above the entry where the digit width or the length changes: there the
+  // rounding error is closest to its bound. All-ones operands give the largest coefficients.
+  int found = 0;
+  for (int n = tn::transform_entry + 1, prev = transform_width(tn::transform_entry); found < 2 && n < 40000; ++n) {
+    const int now = transform_width(n);
+    if (now != prev) {
+      sizes.push_back(n - 1);
+      sizes.push_back(n);
+      ++found;
+    }
+    prev = now;
+  }
+  ASSERT_EQ(found, 2);
+  for (int n : sizes) {
+    const std::string ones(8 * static_cast<size_t>(n), 'F');
+    check_product(ones, ones, "all ones, square");
+    check_product(ones, pattern(rng, n, 3), "all ones by ones-and-zeros");
+    check_product(random_hex(rng, n, false), random_hex(rng, n, false), "random");
+    Z x(random_hex(rng, n, false)), sq, sq2;
+    mpz_mul(sq.p(), x.p(), x.p());  // the one-transform square
+    G gx(x.str()), gs;
+    gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul")(gs.p(), gx.p(), gx.p());
+    ASSERT_EQ(sq.str(), upper(gs.str())) << "square, " << n << " limbs";
+  }
+  // Unbalanced: pieces of the shorter operand's length take the transform.
+  check_product(random_hex(rng, 3 * tn::transform_entry + 17, false), random_hex(rng, tn::transform_entry, false),
+                "unbalanced");
+  // Signs and the accumulating forms ride on the same product.
+  std::string a = "-" + random_hex(rng, tn::transform_entry + 5, false), b = random_hex(rng, tn::transform_entry + 9);
+  check_product(a, b, "signed");
+}
