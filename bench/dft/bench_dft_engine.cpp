@@ -1,9 +1,9 @@
-// The DFT line engine against FFTW: one complex line in place, one thread, FFTW planned with
-// FFTW_MEASURE before timing. Both results are checked against each other on random data first;
-// the timed line is then kept at zero, so that thousands of unscaled in-place transforms in a
-// row neither overflow nor reach subnormal numbers (the arithmetic does not depend on the values
-// otherwise). Prints a table of times, ratios and 5 n log2 n / t, and with --docs writes it and a
-// plot into docs/benchmarks.md.
+// The DFT line engine against FFTW: one complex line in place, or one real line out of place
+// against FFTW's r2c and c2r plans, one thread, FFTW planned with FFTW_MEASURE before timing.
+// Both results are checked against each other on random data first; the timed line is then kept
+// at zero, so that thousands of unscaled transforms in a row neither overflow nor reach subnormal
+// numbers (the arithmetic does not depend on the values otherwise). Prints a table of times,
+// ratios and 5 n log2 n / t, and with --docs writes it and a plot into docs/benchmarks.md.
 #include <fftw3.h>
 
 #include <time.h>
@@ -151,6 +151,124 @@ result measure(int n, const zvx_bench::options& opt) {
   return {t.ours, t.peer, error, cpu.first, cpu.second};
 }
 
+// Real lines: ours in the CCS layout (the layout of FFTW's r2c output), out of place, against
+// fftw(f)_plan_dft_r2c_1d and c2r with FFTW_MEASURE.
+template <class T>
+struct real_kind;
+template <>
+struct real_kind<float> {
+  static constexpr int type = context_real_single;
+  static int forward(const float* x, float* y, PrimitiveDftContext* c, void* s) {
+    return primitive_dft_forward_s_ccs(x, y, c, s);
+  }
+  static int inverse(const float* x, float* y, PrimitiveDftContext* c, void* s) {
+    return primitive_dft_inverse_s_ccs(x, y, c, s);
+  }
+  struct peer {
+    float* line;
+    fftwf_complex* spectrum;
+    fftwf_plan plan;
+    peer(int n, bool inverse) {
+      line = static_cast<float*>(fftwf_malloc(sizeof(float) * n));
+      spectrum = static_cast<fftwf_complex*>(fftwf_malloc(sizeof(fftwf_complex) * (n / 2 + 1)));
+      plan = inverse ? fftwf_plan_dft_c2r_1d(n, spectrum, line, FFTW_MEASURE)
+                     : fftwf_plan_dft_r2c_1d(n, line, spectrum, FFTW_MEASURE);
+    }
+    ~peer() {
+      fftwf_destroy_plan(plan);
+      fftwf_free(line);
+      fftwf_free(spectrum);
+    }
+    void run() { fftwf_execute(plan); }
+    float* reals() { return line; }
+    float* packed() { return reinterpret_cast<float*>(spectrum); }
+  };
+};
+template <>
+struct real_kind<double> {
+  static constexpr int type = context_real_double;
+  static int forward(const double* x, double* y, PrimitiveDftContext* c, void* s) {
+    return primitive_dft_forward_d_ccs(x, y, c, s);
+  }
+  static int inverse(const double* x, double* y, PrimitiveDftContext* c, void* s) {
+    return primitive_dft_inverse_d_ccs(x, y, c, s);
+  }
+  struct peer {
+    double* line;
+    fftw_complex* spectrum;
+    fftw_plan plan;
+    peer(int n, bool inverse) {
+      line = static_cast<double*>(fftw_malloc(sizeof(double) * n));
+      spectrum = static_cast<fftw_complex*>(fftw_malloc(sizeof(fftw_complex) * (n / 2 + 1)));
+      plan = inverse ? fftw_plan_dft_c2r_1d(n, spectrum, line, FFTW_MEASURE)
+                     : fftw_plan_dft_r2c_1d(n, line, spectrum, FFTW_MEASURE);
+    }
+    ~peer() {
+      fftw_destroy_plan(plan);
+      fftw_free(line);
+      fftw_free(spectrum);
+    }
+    void run() { fftw_execute(plan); }
+    double* reals() { return line; }
+    double* packed() { return reinterpret_cast<double*>(spectrum); }
+  };
+};
+
+// One real line of n, forward (reals to CCS) or inverse (CCS to reals); the difference is taken
+// over the side each writes.
+template <class T>
+result measure_real(int n, bool inverse, const zvx_bench::options& opt) {
+  using K = real_kind<T>;
+  typename K::peer theirs(n, inverse);
+  PrimitiveDftContext* c = nullptr;
+  if (primitive_dft_create(&c, K::type, n, scale_none, 0) != 0) {
+    std::fprintf(stderr, "create failed for %d\n", n);
+    std::exit(1);
+  }
+  int bytes = 0;
+  primitive_dft_buffer_size(c, &bytes);
+  void* scratch = std::aligned_alloc(64, ((bytes + 32 + 63) / 64) * 64 + 64);
+  const int packed = n + 2;
+  std::vector<T> line(n), spectrum(packed);
+  std::mt19937 g(n);
+  std::uniform_real_distribution<T> u(-1, 1);
+  if (!inverse) {
+    for (int k = 0; k < n; ++k) line[k] = theirs.reals()[k] = u(g);
+  } else {
+    // A spectrum of a real line: imaginary parts of the ends zero.
+    for (int k = 0; k < packed; ++k) spectrum[k] = theirs.packed()[k] = u(g);
+    spectrum[1] = theirs.packed()[1] = 0;
+    if (n % 2 == 0) spectrum[n + 1] = theirs.packed()[n + 1] = 0;
+  }
+  if (inverse) K::inverse(spectrum.data(), line.data(), c, scratch);
+  else K::forward(line.data(), spectrum.data(), c, scratch);
+  theirs.run();
+  const T* mine = inverse ? line.data() : spectrum.data();
+  const T* peer = inverse ? theirs.reals() : theirs.packed();
+  const int count = inverse ? n : packed - (n % 2 == 0 ? 0 : 1);
+  long double num = 0, den = 0;
+  for (int k = 0; k < count; ++k) {
+    const long double d = static_cast<long double>(mine[k]) - peer[k];
+    num += d * d;
+    den += static_cast<long double>(peer[k]) * peer[k];
+  }
+  const double error = std::sqrt(static_cast<double>(num / den));
+  std::fill(line.begin(), line.end(), T(0));
+  std::fill(spectrum.begin(), spectrum.end(), T(0));
+  std::memset(theirs.reals(), 0, sizeof(T) * n);
+  std::memset(theirs.packed(), 0, sizeof(T) * packed);
+  const auto run_ours = [&] {
+    if (inverse) K::inverse(spectrum.data(), line.data(), c, scratch);
+    else K::forward(line.data(), spectrum.data(), c, scratch);
+  };
+  const auto run_peer = [&] { theirs.run(); };
+  const auto t = zvx_bench::time_pair(run_ours, run_peer, opt);
+  const auto cpu = cpu_pair(run_ours, run_peer, opt.samples);
+  primitive_dft_free(c);
+  std::free(scratch);
+  return {t.ours, t.peer, error, cpu.first, cpu.second};
+}
+
 std::string scientific(double v) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1e", v);
@@ -169,7 +287,7 @@ int main(int argc, char** argv) {
   // than a scheduler slice is either untouched or loses a whole slice, which no median of a
   // few samples can undo. Long samples spread the interruptions evenly over both sides.
   opt.sample_seconds = 30e-3;
-  std::string only = "zc";
+  std::string only = "zcds";
   std::vector<int> sizes;
   for (int k = 6; k <= 16; ++k) sizes.push_back(1 << k);
   for (int n : {1 << 20, 1000, 1536, 10000, 1009, 65537}) sizes.push_back(n);
@@ -181,16 +299,55 @@ int main(int argc, char** argv) {
         sizes.push_back(std::atoi(q));
     }
   }
+  // Real lines (--only with d and s): powers of two from 64 to 65536, and 1000 and 10000.
+  std::vector<int> real_sizes;
+  for (int k = 6; k <= 16; ++k) real_sizes.push_back(1 << k);
+  real_sizes.push_back(1000);
+  real_sizes.push_back(10000);
+  for (int i = 1; i < argc; ++i)
+    if (!std::strcmp(argv[i], "--real-sizes") && i + 1 < argc) {
+      real_sizes.clear();
+      for (char* q = std::strtok(argv[++i], ","); q; q = std::strtok(nullptr, ","))
+        real_sizes.push_back(std::atoi(q));
+    }
   if (opt.quick) sizes = {64, 1024, 1000, 1009};
+  if (opt.quick) real_sizes = {64, 1024, 1000};
   zvx_bench::table t;
   t.section = "dft_engine";
-  t.title = "DFT line engine against FFTW (one complex line, in place, forward, one thread)";
+  t.title = "DFT line engine against FFTW (one complex line in place, forward; one real line "
+            "out of place, CCS against r2c and c2r; one thread)";
   t.columns = {"type", "n", "ours (us)", "FFTW (us)", "ratio ours/FFTW (time)",
                "ratio (least CPU time)", "ours GFLOP/s", "FFTW GFLOP/s", "difference"};
   std::vector<zvx_bench::series> plot;
   int mismatches = 0;
   std::printf("FFTW %s; instruction set %s\n", fftw_version, zvx_bench::vector_isa_name());
   for (char ch : only) {
+    if (ch == 'd' || ch == 's') {
+      for (int n : real_sizes)
+        for (bool inverse : {false, true}) {
+          const result r = ch == 'd' ? measure_real<double>(n, inverse, opt)
+                                     : measure_real<float>(n, inverse, opt);
+          const double agree = (ch == 'd' ? 4e-16 : 2e-7) * std::log2(static_cast<double>(n));
+          if (!(r.error <= agree)) {
+            std::fprintf(stderr, "%c n=%d: results differ by %.3e\n", ch, n, r.error);
+            mismatches++;
+          }
+          const std::string type = std::string(ch == 'd' ? "d" : "s") +
+                                   (inverse ? " real inverse" : " real forward");
+          // 2.5 n log2 n: half the operations of a complex line.
+          t.add({type, std::to_string(n), zvx_bench::fmt(r.ours * 1e6, 2),
+                 zvx_bench::fmt(r.peer * 1e6, 2), zvx_bench::fmt(r.ours / r.peer, 3),
+                 zvx_bench::fmt(r.ours_cpu / r.peer_cpu, 3),
+                 zvx_bench::fmt(gflops(n, r.ours_cpu) / 2, 1),
+                 zvx_bench::fmt(gflops(n, r.peer_cpu) / 2, 1), scientific(r.error)});
+          std::printf("%s n=%d ours %.2f us FFTW %.2f us ratio %.3f, least CPU time %.2f / "
+                      "%.2f us ratio %.3f, diff %.2e\n", type.c_str(), n, r.ours * 1e6,
+                      r.peer * 1e6, r.ours / r.peer, r.ours_cpu * 1e6, r.peer_cpu * 1e6,
+                      r.ours_cpu / r.peer_cpu, r.error);
+          std::fflush(stdout);
+        }
+      continue;
+    }
     zvx_bench::series mine{std::string(ch == 'z' ? "z" : "c") + " ours", {}, {}};
     zvx_bench::series peer{std::string(ch == 'z' ? "z" : "c") + " FFTW", {}, {}};
     for (int n : sizes) {
@@ -228,7 +385,8 @@ int main(int argc, char** argv) {
                     "(time_pair); the CPU-time ratio takes the least thread CPU time per call over "
                     "alternating samples, which a loaded machine does not distort, and GFLOP/s "
                     "(5 n log2 n / t) and the plot use it. The difference column is the relative "
-                    "RMS difference of the two results on random data.");
+                    "RMS difference of the two results on random data. Real rows count "
+                    "2.5 n log2 n operations, half those of a complex line.");
   const std::string png = zvx_bench::plot_png(opt, "dft_engine.png",
                                               "DFT line engine, powers of two, one thread", "n",
                                               "GFLOP/s (5 n log2 n / t)", plot, true);

@@ -146,6 +146,19 @@ void transform(const PrimitiveDftContext* c, const T* in, T* out, T* work, int i
     scale_line(out, n, static_cast<T>(c->scale));
 }
 
+}  // namespace
+
+void engine_transform_single(const PrimitiveDftContext* context, const float* in, float* out,
+                             float* work, int inverse) {
+  transform(context, in, out, work, inverse);
+}
+void engine_transform_double(const PrimitiveDftContext* context, const double* in, double* out,
+                             double* work, int inverse) {
+  transform(context, in, out, work, inverse);
+}
+
+namespace {
+
 template <class T, class C>
 int compute(const C* in, C* out, PrimitiveDftContext* c, void* scratch, int type, int inverse) {
   if (c == nullptr) return engine_null;
@@ -366,13 +379,15 @@ void engine_fail_allocation_after(int count) {
 int primitive_dft_create(PrimitiveDftContext** context, int type, int length, int flag, int hint) {
   if (context == nullptr) return engine_null;
   if (length < 1) return engine_bad_length;
-  if (!is_complex_type(type)) return engine_bad_type;
+  const bool real = type == context_real_single || type == context_real_double;
+  if (!is_complex_type(type) && !real) return engine_bad_type;
   auto* c = static_cast<PrimitiveDftContext*>(engine_allocate(sizeof(PrimitiveDftContext)));
   if (c == nullptr) return engine_no_memory;
   c->type_id = type;
   c->length = length;
   c->hint = hint;
-  c->is_double = type == context_complex_double || type == context_complex_double_scrambled;
+  c->is_double = type == context_complex_double || type == context_complex_double_scrambled ||
+                 type == context_real_double;
   switch (flag) {
     case scale_none: c->scale = 1.0; break;
     case scale_forward_by_n: c->scale_forward = 1; c->scale = 1.0 / length; break;
@@ -386,7 +401,7 @@ int primitive_dft_create(PrimitiveDftContext** context, int type, int length, in
       return engine_bad_flag;
   }
   c->kernels = &dft_engine_kernels();
-  const int status = engine_build_complex(c);
+  const int status = real ? engine_build_real(c) : engine_build_complex(c);
   if (status != engine_ok) {
     engine_release_tables(c);
     engine_free(c);

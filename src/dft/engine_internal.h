@@ -42,7 +42,25 @@ struct engine_kernels {
   // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
+  // The recombination of a real line of even length 2n with its half-length transform z, in
+  // place, and its inverse from the spectrum's pairs in x; h is the table of
+  // engine_real_passes.h.
+  void (*real_forward_single)(float* z, const float* h, long n);
+  void (*real_forward_double)(double* z, const double* h, long n);
+  void (*real_inverse_single)(float* z, const float* x, const float* h, long n);
+  void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
 };
+
+// The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.
+struct real_small_table {
+  real_small_s_fn forward_s[6];
+  real_small_d_fn forward_d[6];
+  real_small_s_fn inverse_s[6];
+  real_small_d_fn inverse_d[6];
+};
+namespace isa_portable { const real_small_table& real_small_kernels(); }
+namespace isa_avx2 { const real_small_table& real_small_kernels(); }
+namespace isa_avx512 { const real_small_table& real_small_kernels(); }
 
 namespace isa_portable { const engine_kernels& dft_engine_kernels(); }
 namespace isa_avx2 { const engine_kernels& dft_engine_kernels(); }
@@ -97,6 +115,19 @@ struct PrimitiveDftContext {
   // context's lines go through that entry one at a time.
   engine_plan batch_plan;
   void* batch_twiddle_block;
+  // Real contexts. Even lengths run a complex context of half the length on the pairs
+  // (x(2j), x(2j+1)) and recombine its result with `real_table`, built from the roots
+  // exp(-2 pi i k / N) of the real length N for k up to N / 4 (engine_real_passes.h). Odd
+  // lengths either run the direct real sum with `real_direct_table` (cos and sin of
+  // 2 pi k / N, k < N) or a complex context of the whole length (`real_mixed_radix` when that
+  // context factors the length).
+  PrimitiveDftContext* half_context;
+  // Short powers of two run a straight-line kernel of their precision instead (null otherwise).
+  real_small_s_fn small_forward_s, small_inverse_s;
+  real_small_d_fn small_forward_d, small_inverse_d;
+  void* real_table;
+  void* real_direct_table;
+  int real_mixed_radix;
 };
 
 // The route a context takes; 0 for null. For tests and the descriptor layer's diagnostics.
@@ -116,6 +147,15 @@ namespace zvx::dft {
 int engine_build_complex(PrimitiveDftContext* context);
 // Releases every table of a context (not the record itself). Safe on a partly built context.
 void engine_release_tables(PrimitiveDftContext* context);
+// Builds the route and tables of a real context whose type, length, flag fields, is_double and
+// kernels are set; what was built stays in the context for engine_release_tables on failure.
+int engine_build_real(PrimitiveDftContext* context);
+// The transform of a complex context without the context checks and without scaling: `work` is
+// its scratch, aligned, of buffer_size bytes.
+void engine_transform_single(const PrimitiveDftContext* context, const float* in, float* out,
+                             float* work, int inverse);
+void engine_transform_double(const PrimitiveDftContext* context, const double* in, double* out,
+                             double* work, int inverse);
 
 // The self-sorting passes of a plan on n elements from `in` to `out` (which may be equal), with
 // `work` of n elements. No scaling.

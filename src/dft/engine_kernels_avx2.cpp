@@ -3,6 +3,7 @@
 #include <immintrin.h>
 
 #include "dft/engine_passes.h"
+#include "dft/engine_real_passes.h"
 
 namespace zvx::dft::isa_avx2 {
 namespace {
@@ -24,6 +25,12 @@ struct avx2_double {
   static R swap(R a) { return _mm256_permute_pd(a, 0x5); }
   static R neg_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
   static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
+  static R conj(R a) { return _mm256_xor_pd(a, _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
+  static R reverse(R a) { return _mm256_permute2f128_pd(a, a, 0x01); }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm256_fmaddsub_pd(a, wr, _mm256_mul_pd(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm256_mul_pd(swap(a), _mm256_set1_pd(wi));
@@ -76,6 +83,16 @@ struct avx2_single {
   static R pos_i(R a) {
     return _mm256_xor_ps(swap(a), _mm256_setr_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f));
   }
+  static R conj(R a) {
+    return _mm256_xor_ps(a, _mm256_setr_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f));
+  }
+  static R reverse(R a) {
+    return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), 0x1B));
+  }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm256_fmaddsub_ps(a, wr, _mm256_mul_ps(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {
     const R t = _mm256_mul_ps(swap(a), _mm256_set1_ps(wi));
@@ -127,8 +144,23 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<avx2_double>(a, b, y, n);
 }
 
+void real_forward_single(float* z, const float* h, long n) {
+  engine_detail::real_forward<avx2_single>(z, h, n);
+}
+void real_forward_double(double* z, const double* h, long n) {
+  engine_detail::real_forward<avx2_double>(z, h, n);
+}
+void real_inverse_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_inverse<avx2_single>(z, x, h, n);
+}
+void real_inverse_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_inverse<avx2_double>(z, x, h, n);
+}
+
 constexpr engine_kernels table{avx2_single::W, avx2_double::W, pass_single, pass_double,
-                               multiply_single, multiply_double};
+                               multiply_single, multiply_double,
+                               real_forward_single, real_forward_double,
+                               real_inverse_single, real_inverse_double};
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "dft/engine_passes.h"
+#include "dft/engine_real_passes.h"
 
 namespace zvx::dft::isa_avx512 {
 namespace {
@@ -93,6 +94,17 @@ struct avx512_double {
     const long long sign = static_cast<long long>(0x8000000000000000ull);
     return _mm512_xor_pd(swap(a), _mm512_castsi512_pd(_mm512_set4_epi64(0, sign, 0, sign)));
   }
+  static R conj(R a) {
+    const long long sign = static_cast<long long>(0x8000000000000000ull);
+    return _mm512_xor_pd(a, _mm512_castsi512_pd(_mm512_set4_epi64(sign, 0, sign, 0)));
+  }
+  static R reverse(R a) {
+    return _mm512_permutexvar_pd(_mm512_setr_epi64(6, 7, 4, 5, 2, 3, 0, 1), a);
+  }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm512_fmaddsub_pd(a, wr, _mm512_mul_pd(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, double wr, double wi) {
     const R t = _mm512_mul_pd(swap(a), _mm512_set1_pd(wi));
@@ -153,6 +165,18 @@ struct avx512_single {
   static R pos_i(R a) {
     return _mm512_xor_ps(swap(a), _mm512_castsi512_ps(_mm512_set1_epi64(0x80000000ll)));
   }
+  static R conj(R a) {
+    return _mm512_xor_ps(a, _mm512_castsi512_ps(_mm512_set1_epi64(
+        static_cast<long long>(0x8000000000000000ull))));
+  }
+  static R reverse(R a) {
+    return _mm512_castpd_ps(_mm512_permutexvar_pd(_mm512_setr_epi64(7, 6, 5, 4, 3, 2, 1, 0),
+                                                  _mm512_castps_pd(a)));
+  }
+  // a times w, with w's real and imaginary parts each repeated over its element.
+  static R cmul_dup(R a, R wr, R wi) {
+    return _mm512_fmaddsub_ps(a, wr, _mm512_mul_ps(swap(a), wi));;
+  }
   template <bool Conj>
   static R cmul_split(R a, float wr, float wi) {
     const R t = _mm512_mul_ps(swap(a), _mm512_set1_ps(wi));
@@ -200,8 +224,23 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<avx512_double>(a, b, y, n);
 }
 
+void real_forward_single(float* z, const float* h, long n) {
+  engine_detail::real_forward<avx512_single>(z, h, n);
+}
+void real_forward_double(double* z, const double* h, long n) {
+  engine_detail::real_forward<avx512_double>(z, h, n);
+}
+void real_inverse_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_inverse<avx512_single>(z, x, h, n);
+}
+void real_inverse_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_inverse<avx512_double>(z, x, h, n);
+}
+
 constexpr engine_kernels table{avx512_single::W, avx512_double::W, pass_single, pass_double,
-                               multiply_single, multiply_double};
+                               multiply_single, multiply_double,
+                               real_forward_single, real_forward_double,
+                               real_inverse_single, real_inverse_double};
 
 }  // namespace
 

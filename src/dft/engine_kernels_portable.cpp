@@ -1,6 +1,7 @@
 // Passes of the line engine for the x86-64 baseline: one complex element at a time, in whatever
 // the compiler makes of plain code.
 #include "dft/engine_passes.h"
+#include "dft/engine_real_passes.h"
 
 namespace zvx::dft::isa_portable {
 namespace {
@@ -19,8 +20,23 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<scalar_complex<double>>(a, b, y, n);
 }
 
+void real_forward_single(float* z, const float* h, long n) {
+  engine_detail::real_forward<scalar_complex<float>>(z, h, n);
+}
+void real_forward_double(double* z, const double* h, long n) {
+  engine_detail::real_forward<scalar_complex<double>>(z, h, n);
+}
+void real_inverse_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_inverse<scalar_complex<float>>(z, x, h, n);
+}
+void real_inverse_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_inverse<scalar_complex<double>>(z, x, h, n);
+}
+
 constexpr engine_kernels table{1, 1, pass_single, pass_double,
-                               multiply_single, multiply_double};
+                               multiply_single, multiply_double,
+                               real_forward_single, real_forward_double,
+                               real_inverse_single, real_inverse_double};
 
 }  // namespace
 

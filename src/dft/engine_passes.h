@@ -31,6 +31,11 @@ struct scalar_complex {
   static R fmar(R acc, R a, T c) { return {acc.re + a.re * c, acc.im + a.im * c}; }
   static R neg_i(R a) { return {a.im, -a.re}; }
   static R pos_i(R a) { return {-a.im, a.re}; }
+  static R conj(R a) { return {a.re, -a.im}; }
+  static R reverse(R a) { return a; }
+  static R cmul_dup(R a, R wr, R wi) {
+    return {a.re * wr.re - a.im * wi.re, a.re * wi.re + a.im * wr.re};
+  }
   template <bool Conj>
   static R cmul(R a, R w) {
     if constexpr (Conj) return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};

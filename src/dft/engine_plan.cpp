@@ -413,6 +413,12 @@ int engine_build_complex(PrimitiveDftContext* context) {
 }
 
 void engine_release_tables(PrimitiveDftContext* context) {
+  primitive_dft_free(context->half_context);
+  context->half_context = nullptr;
+  engine_free(context->real_table);
+  context->real_table = nullptr;
+  engine_free(context->real_direct_table);
+  context->real_direct_table = nullptr;
   primitive_dft_free(context->chirp_context);
   context->chirp_context = nullptr;
   engine_free(context->twiddle_block);

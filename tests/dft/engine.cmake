@@ -5,6 +5,7 @@ find_library(ZVX_FFTW3L fftw3l)
 zvx_gtest(NAME dft_engine_tests ISA_VARIANTS SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/test_engine.cpp ${CMAKE_CURRENT_LIST_DIR}/test_engine_large.cpp
     ${CMAKE_CURRENT_LIST_DIR}/test_engine_lines.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/test_engine_real.cpp
     ${PROJECT_SOURCE_DIR}/src/service/cpu_features.cpp ${PROJECT_SOURCE_DIR}/src/service/platform.cpp
     ${ZVX_DFT_ENGINE_OBJECTS}
     LIBS ${ZVX_FFTW3L})

@@ -212,7 +212,7 @@ TYPED_TEST(EngineLines, ScrambledOrderAboveTheReorderLimit) {
 }
 
 // Statuses of create: null context pointer -8, length below 1 -6, a flag other than 1, 2, 4, 8
-// -16, a type that is not a complex context -17, a chirp beyond the largest order -15, a line too
+// -16, a type that is no context type -17, a chirp beyond the largest order -15, a line too
 // long for its scratch size -9; the output pointer is left as it was.
 TEST(EngineStatus, Create) {
   PrimitiveDftContext* const sentinel = reinterpret_cast<PrimitiveDftContext*>(0x10);
@@ -228,7 +228,7 @@ TEST(EngineStatus, Create) {
       EXPECT_EQ(primitive_dft_create(&c, context_complex_single, n, flag, 0), engine_bad_flag);
       EXPECT_EQ(c, sentinel);
     }
-  for (int type : {0, 1, 14, 17, int(context_real_single), int(context_real_double)})
+  for (int type : {0, 1, 14, 17, 19, -15})
     EXPECT_EQ(primitive_dft_create(&c, type, 16, scale_none, 0), engine_bad_type);
   EXPECT_EQ(c, sentinel);
   // 2^29 + 1 = 3 x 178956971 leaves a rest above the largest factor: the chirp would need a
