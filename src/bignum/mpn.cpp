@@ -241,6 +241,7 @@ void mul_n(limb* r, const limb* a, const limb* b, int n) {
     mul_basecase(r, a, n, b, n);
     return;
   }
+  if (n >= tuning::transform_entry && transform_mul(r, a, n, b, n)) return;
   if (n >= tuning::toom3_entry) {
     toom3_mul(r, a, b, n);
     return;

@@ -28,10 +28,16 @@ constexpr int karatsuba_recursion = 33;
 // relatively dear, hence a late entry and a small gain.
 constexpr int toom3_entry = 600;
 
-// From this many limbs __gmpn_mul_n would take the transform multiplication. That method is not
-// built yet, so the dispatch sends these sizes to Karatsuba (see mpn_mul_n in mpn.cpp); the
-// constant stays here so the dispatch has one place to change.
-constexpr int transform_entry = 4096;
+// From this many limbs __gmpn_mul_n takes the transform multiplication (mpn_fft.cpp). Measured
+// against the methods below it (least thread time, loaded machine, engine contexts cached): the
+// transform loses to Karatsuba at 32 to 96 limbs (1.5 against 0.9 us at 64) and wins from 128
+// (2.8 against 3.0 us), 160 (4.4 against 4.9), 400 (9.9 against 22), 1,200 (41 against 129) and
+// 4,000 limbs (150 against 938). So Toom-3's range is empty on this machine: it stays as the path
+// a product takes when the transform cannot run (no memory for its arrays).
+constexpr int transform_entry = 128;
+// Engine contexts of lengths up to 2^this are kept for the process (their tables take about 16
+// bytes a point: 64 MiB at this length, reached from about 700,000-limb products).
+constexpr int transform_cached_log2 = 22;
 
 // Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
 // also stops below it with the long division (which also takes quotients shorter than half of

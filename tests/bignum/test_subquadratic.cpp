@@ -174,19 +174,23 @@ void check_product(const std::string& a, const std::string& b, const char* what)
 TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
   std::mt19937_64 rng(109);
   std::vector<int> sizes = {tn::transform_entry - 1, tn::transform_entry, tn::transform_entry + 1};
-  // The first two sizes above the entry where the digit width or the length changes: there the
-  // rounding error is closest to its bound. All-ones operands give the largest coefficients.
-  int found = 0;
-  for (int n = tn::transform_entry + 1, prev = transform_width(tn::transform_entry); found < 2 && n < 40000; ++n) {
+  // Above the entry: the first size where the length doubles, and the first two where the digits
+  // narrow; there the rounding error is closest to its bound. All-ones operands give the largest
+  // coefficients.
+  int lengths = 0, widths = 0;
+  for (int n = tn::transform_entry + 1, prev = transform_width(tn::transform_entry); widths < 2 && n < 40000; ++n) {
     const int now = transform_width(n);
-    if (now != prev) {
+    if (now / 100 != prev / 100 || (now != prev && lengths == 0)) {
       sizes.push_back(n - 1);
       sizes.push_back(n);
-      ++found;
+      if (now / 100 != prev / 100)
+        ++widths;
+      else
+        ++lengths;
     }
     prev = now;
   }
-  ASSERT_EQ(found, 2);
+  ASSERT_EQ(widths, 2);
   for (int n : sizes) {
     const std::string ones(8 * static_cast<size_t>(n), 'F');
     check_product(ones, ones, "all ones, square");
@@ -204,4 +208,44 @@ TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
   // Signs and the accumulating forms ride on the same product.
   std::string a = "-" + random_hex(rng, tn::transform_entry + 5, false), b = random_hex(rng, tn::transform_entry + 9);
   check_product(a, b, "signed");
+}
+
+namespace {
+// Allocate hook that refuses blocks from a size on, the way a memory-starved hook would.
+size_t g_refuse_from = 0;
+int g_refused = 0;
+void* (*g_inner_alloc)(size_t) = nullptr;
+void* refusing_alloc(size_t n) {
+  if (n >= g_refuse_from) {
+    ++g_refused;
+    return nullptr;
+  }
+  return g_inner_alloc(n);
+}
+}  // namespace
+
+TEST(BignumSubquadratic, ToomThreeServesWhenTheTransformCannotHaveItsArrays) {
+  // The transform's arrays take 64 bytes a limb of the product's operands and more, Toom-3's
+  // scratch and everything else below 48: refusing from 48 bytes a limb leaves Toom-3 to do the
+  // product, around its entry and where its thirds reach it.
+  std::mt19937_64 rng(113);
+  void* (*realloc_fn)(void*, size_t, size_t);
+  void (*free_fn)(void*, size_t);
+  mp_get_memory_functions(&g_inner_alloc, &realloc_fn, &free_fn);
+  const int e = tn::toom3_entry;
+  for (int n : {e - 1, e, e + 1, e + 2, 3 * e - 2}) {
+    std::string a = n % 2 ? std::string(8 * static_cast<size_t>(n), 'F') : random_hex(rng, n, false);
+    std::string b = random_hex(rng, n, false);
+    G ga(a), gb(b), gr;
+    gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul")(gr.p(), ga.p(), gb.p());
+    Z za(a), zb(b), zr;
+    mpz_realloc(zr.p(), 2 * n + 2);
+    g_refuse_from = 48 * static_cast<size_t>(n);
+    g_refused = 0;
+    mp_set_memory_functions(refusing_alloc, realloc_fn, free_fn);
+    mpz_mul(zr.p(), za.p(), zb.p());
+    mp_set_memory_functions(g_inner_alloc, realloc_fn, free_fn);
+    EXPECT_GT(g_refused, 0) << n;
+    ASSERT_EQ(zr.str(), upper(gr.str())) << n << " limbs";
+  }
 }
