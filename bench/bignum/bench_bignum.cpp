@@ -171,14 +171,17 @@ int main(int argc, char** argv) {
     }
   }
 
-  t.notes.push_back("Products use the schoolbook loop below 8 limbs and Karatsuba above (32-bit limbs); the "
-                    "transform multiplication for 4,096 limbs and more is not built yet, so the 1- and "
-                    "8-million-bit rows of the plan are Karatsuba or absent.");
+  t.notes.push_back("Sizes are in our 32-bit limbs (GMP's limbs are 64-bit, half as many). Ours: products by "
+                    "the schoolbook loop on 64-bit words below 32 limbs, Karatsuba, and the transform "
+                    "multiplication on the library's real DFT from 128 limbs (Toom-3 only where the "
+                    "transform's arrays cannot be had); divide-and-conquer division from 40-limb divisors; "
+                    "divide-and-conquer text conversion from 20 (get_str) and 60 (set_str) limbs; Lehmer's "
+                    "gcd, which stays quadratic where GMP's is subquadratic, hence the last gcd row.");
   t.notes.push_back("");
   t.notes.push_back("![mpz_mul time against size, both libraries, size on a log scale](bignum_mul.png)");
   t.notes.push_back("");
-  t.notes.push_back("The machine's two cores were shared with other work during this run; the small rows "
-                    "move by a factor of two between runs.");
+  t.notes.push_back("The machine's two cores were shared with other builds and benchmarks during this run "
+                    "(load average near 20); ratios move by up to a factor of two between runs.");
   t.print();
   if (opt.write_docs) {
     t.write_docs(opt);
