@@ -50,6 +50,15 @@ typedef __mpq_struct mpq_t[1];
 typedef __mpq_struct* mpq_ptr;
 typedef const __mpq_struct* mpq_srcptr;
 
+/* Random state: the word points to a slot holding a stream of the companion library. Seeds are
+ * taken from the clock and a stream counter, and cannot be set: sequences are not reproducible. */
+typedef struct {
+  void* _mp_slot;
+} __gmp_randstate_struct;
+typedef __gmp_randstate_struct gmp_randstate_t[1];
+typedef __gmp_randstate_struct* gmp_randstate_ptr;
+typedef const __gmp_randstate_struct* gmp_randstate_srcptr;
+
 #define mpq_numref(q) (&((q)->_mp_num))
 #define mpq_denref(q) (&((q)->_mp_den))
 
@@ -360,6 +369,31 @@ ZVX_API void __gmpz_lucnum2_ui(mpz_ptr, mpz_ptr, unsigned long);
 #define mpz_fib2_ui __gmpz_fib2_ui
 #define mpz_lucnum_ui __gmpz_lucnum_ui
 #define mpz_lucnum2_ui __gmpz_lucnum2_ui
+/* Random numbers and primes. gmp_randinit_lc_2exp and gmp_randinit_lc_2exp_size make the same
+ * stream as gmp_randinit_default (the latter returns 0); gmp_randseed_ui does nothing;
+ * mpz_urandomb returns the stream's status; mpz_rrandomb gives exactly nbits bits. */
+ZVX_API void __gmp_randinit_default(gmp_randstate_ptr);
+ZVX_API void __gmp_randinit_lc_2exp(gmp_randstate_ptr, mpz_srcptr, unsigned long, mp_bitcnt_t);
+ZVX_API int __gmp_randinit_lc_2exp_size(gmp_randstate_ptr, mp_bitcnt_t);
+ZVX_API void __gmp_randseed_ui(gmp_randstate_ptr, unsigned long);
+ZVX_API void __gmp_randclear(gmp_randstate_ptr);
+ZVX_API void _gmp_rand(mp_ptr, gmp_randstate_ptr, unsigned long);
+ZVX_API int __gmpz_urandomb(mpz_ptr, gmp_randstate_ptr, mp_bitcnt_t);
+ZVX_API void __gmpz_urandomm(mpz_ptr, gmp_randstate_ptr, mpz_srcptr);
+ZVX_API void __gmpz_rrandomb(mpz_ptr, gmp_randstate_ptr, mp_bitcnt_t);
+ZVX_API int __gmpz_probab_prime_p(mpz_srcptr, int);
+ZVX_API void __gmpz_nextprime(mpz_ptr, mpz_srcptr);
+#define gmp_randinit_default __gmp_randinit_default
+#define gmp_randinit_lc_2exp __gmp_randinit_lc_2exp
+#define gmp_randinit_lc_2exp_size __gmp_randinit_lc_2exp_size
+#define gmp_randseed_ui __gmp_randseed_ui
+#define gmp_randclear __gmp_randclear
+#define mpz_urandomb __gmpz_urandomb
+#define mpz_urandomm __gmpz_urandomm
+#define mpz_rrandomb __gmpz_rrandomb
+#define mpz_probab_prime_p __gmpz_probab_prime_p
+#define mpz_nextprime __gmpz_nextprime
+
 /* Small macros of the interface that are not entries of their own. */
 #define mpz_odd_p(z) ((z)->_mp_size != 0 && ((z)->_mp_d[0] & 1))
 #define mpz_even_p(z) (!mpz_odd_p(z))

@@ -35,12 +35,20 @@ limb lshift(limb* r, const limb* a, int n, unsigned s);  // 0 < s < 32, r <= a
 limb rshift(limb* r, const limb* a, int n, unsigned s);  // 0 < s < 32, r >= a
 void mul_basecase(limb* r, const limb* a, int an, const limb* b, int bn);
 void mul_n(limb* r, const limb* a, const limb* b, int n);             // r has 2n limbs, no overlap
+// The methods under mul_n, for sizes where each applies (see tuning.h).
+void toom3_mul(limb* r, const limb* a, const limb* b, int n);
+// r (an+bn limbs) = a b by a real transform; false (r undefined) when the transform could not run.
+bool transform_mul(limb* r, const limb* a, int an, const limb* b, int bn);
 void mul(limb* r, const limb* a, int an, const limb* b, int bn);     // an >= bn >= 0, no overlap
 limb divmod_1(limb* q, const limb* a, int n, limb d);
 limb mod_1(const limb* a, int n, limb d);
 // Long division: q gets an-dn+1 limbs, r gets dn limbs; an >= dn >= 1, d[dn-1] != 0. q and r may
 // be null when not wanted. No overlap with the inputs.
 void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn);
+
+// g = gcd(a, b) for a >= b >= 1 (an >= bn limbs, normalised), in buffers of at least an limbs
+// each, which it destroys; g has room for bn limbs. Returns g's length.
+int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);
 
 inline int normalized_size(const limb* p, int n) {
   while (n > 0 && p[n - 1] == 0) --n;

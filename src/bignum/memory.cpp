@@ -23,7 +23,7 @@ void* checked_malloc(size_t n, size_t extra) {
 
 }  // namespace
 
-ZVX_EXPORT void* __gmp_default_allocate(size_t n) {
+static void* default_allocate(size_t n) {
   // 69 bytes of slack: up to 31 to reach the 32-byte boundary, then the 64-byte header area.
   unsigned char* raw = static_cast<unsigned char*>(checked_malloc(n, 69));
   uintptr_t base = reinterpret_cast<uintptr_t>(raw);
@@ -34,21 +34,23 @@ ZVX_EXPORT void* __gmp_default_allocate(size_t n) {
   std::memcpy(user - 4, &sz, 4);
   return user;
 }
+ZVX_EXPORT void* __gmp_default_allocate(size_t n) { return default_allocate(n); }
 
-ZVX_EXPORT void __gmp_default_free(void* p, size_t) {
+static void default_free(void* p) {
   if (p == nullptr) return;
   unsigned char* user = static_cast<unsigned char*>(p);
   std::free(user - user[-5] - 5);
 }
+ZVX_EXPORT void __gmp_default_free(void* p, size_t) { default_free(p); }
 
 ZVX_EXPORT void* __gmp_default_reallocate(void* p, size_t, size_t n) {
   uint32_t old = 0;
   if (p != nullptr) std::memcpy(&old, static_cast<unsigned char*>(p) - 4, 4);
-  unsigned char* q = static_cast<unsigned char*>(__gmp_default_allocate(n));
+  unsigned char* q = static_cast<unsigned char*>(default_allocate(n));
   size_t keep = old < n ? old : n;
   const unsigned char* src = static_cast<const unsigned char*>(p);
   for (size_t i = 0; i < keep; ++i) q[i] = src[i];
-  __gmp_default_free(p, old);
+  default_free(p);
   return q;
 }
 
@@ -81,18 +83,18 @@ ZVX_EXPORT void* (*__gmp_reallocate_func_ptr(void))(void*, size_t, size_t) { ret
 ZVX_EXPORT void (*__gmp_free_func_ptr(void))(void*, size_t) { return g_free; }
 
 ZVX_EXPORT void _impTmpMark(void) {
-  if (g_tmp_block) __gmp_default_free(g_tmp_block, g_tmp_size);
+  if (g_tmp_block) default_free(g_tmp_block);
   g_tmp_block = nullptr;
 }
 ZVX_EXPORT void* _impTmpMalloc(size_t n) {
   g_tmp_size = n;
-  g_tmp_block = __gmp_default_allocate(n);
+  g_tmp_block = default_allocate(n);
   return g_tmp_block;
 }
 // Freeing clears the slot as well, so that a second free or mark finds it empty instead of
 // releasing the same block twice.
 ZVX_EXPORT void _impTmpFree(void) {
-  if (g_tmp_block) __gmp_default_free(g_tmp_block, g_tmp_size);
+  if (g_tmp_block) default_free(g_tmp_block);
   g_tmp_block = nullptr;
 }
 

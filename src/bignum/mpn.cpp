@@ -121,9 +121,61 @@ limb rshift(limb* r, const limb* a, int n, unsigned s) {
   return out;
 }
 
+namespace {
+
+// Limbs 2i and 2i+1 of p (n limbs) as one 64-bit word, zero past the end.
+inline uint64_t word_at(const limb* p, int i, int n) {
+  const uint64_t lo = p[2 * i];
+  const uint64_t hi = 2 * i + 1 < n ? p[2 * i + 1] : 0;
+  return lo | (hi << 32);
+}
+
+// The schoolbook product on 64-bit words with 128-bit products: pairs of limbs go in as one
+// word, so the loop does a quarter of the products of the limb loop, and the result words go
+// back into limbs.
+void mul_words(limb* r, const limb* a, int an, const limb* b, int bn, uint64_t* w) {
+  const int aw = (an + 1) / 2, bw = (bn + 1) / 2;
+  uint64_t* A = w;
+  uint64_t* B = A + aw;
+  uint64_t* R = B + bw;
+  for (int i = 0; i < aw; ++i) A[i] = word_at(a, i, an);
+  for (int j = 0; j < bw; ++j) B[j] = word_at(b, j, bn);
+  {
+    unsigned __int128 c = 0;
+    for (int i = 0; i < aw; ++i) {
+      c += static_cast<unsigned __int128>(A[i]) * B[0];
+      R[i] = static_cast<uint64_t>(c);
+      c >>= 64;
+    }
+    R[aw] = static_cast<uint64_t>(c);
+  }
+  for (int j = 1; j < bw; ++j) {
+    unsigned __int128 c = 0;
+    const uint64_t bj = B[j];
+    uint64_t* Rj = R + j;
+    for (int i = 0; i < aw; ++i) {
+      c += static_cast<unsigned __int128>(A[i]) * bj + Rj[i];
+      Rj[i] = static_cast<uint64_t>(c);
+      c >>= 64;
+    }
+    Rj[aw] = static_cast<uint64_t>(c);
+  }
+  const int rn = an + bn;  // the words past it are zero
+  for (int k = 0; k < rn; ++k) r[k] = static_cast<limb>(R[k / 2] >> (32 * (k & 1)));
+}
+
+}  // namespace
+
 void mul_basecase(limb* r, const limb* a, int an, const limb* b, int bn) {
-  r[an] = mul_1(r, a, an, b[0]);
-  for (int j = 1; j < bn; ++j) r[an + j] = addmul_1(r + j, a, an, b[j]);
+  const size_t words = static_cast<size_t>(an + 1) / 2 * 2 + static_cast<size_t>(bn + 1) / 2 * 2 + 2;
+  if (words <= 256) {
+    uint64_t local[256];
+    mul_words(r, a, an, b, bn, local);
+    return;
+  }
+  limb* w = alloc_limbs(2 * words);
+  mul_words(r, a, an, b, bn, reinterpret_cast<uint64_t*>(w));
+  free_limbs(w, 2 * words);
 }
 
 namespace {
@@ -189,8 +241,11 @@ void mul_n(limb* r, const limb* a, const limb* b, int n) {
     mul_basecase(r, a, n, b, n);
     return;
   }
-  // Sizes from tuning::transform_entry on are meant for the transform multiplication; until it
-  // exists Karatsuba serves them, exactly.
+  if (n >= tuning::transform_entry && transform_mul(r, a, n, b, n)) return;
+  if (n >= tuning::toom3_entry) {
+    toom3_mul(r, a, b, n);
+    return;
+  }
   size_t need = karatsuba_scratch(n);
   if (need <= static_cast<size_t>(tuning::karatsuba_local_scratch)) {
     limb local[tuning::karatsuba_local_scratch];
@@ -251,61 +306,6 @@ limb mod_1(const limb* a, int n, limb d) {
   dlimb rem = 0;
   for (int i = n - 1; i >= 0; --i) rem = ((rem << 32) | a[i]) % d;
   return static_cast<limb>(rem);
-}
-
-void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
-  if (dn == 1) {
-    limb* qq = q ? q : alloc_limbs(an);
-    limb rem = divmod_1(qq, a, an, d[0]);
-    if (r) r[0] = rem;
-    if (!q) free_limbs(qq, an);
-    return;
-  }
-  // Normalise so that the divisor's top bit is set; the numerator gets one more limb.
-  const unsigned s = __builtin_clz(d[dn - 1]);
-  const size_t work = static_cast<size_t>(an) + 1 + dn;
-  limb* u = alloc_limbs(work);
-  limb* v = u + an + 1;
-  if (s) {
-    lshift(v, d, dn, s);
-    u[an] = lshift(u, a, an, s);
-  } else {
-    copy(v, d, dn);
-    copy(u, a, an);
-    u[an] = 0;
-  }
-  const dlimb v1 = v[dn - 1], v2 = v[dn - 2];
-  for (int j = an - dn; j >= 0; --j) {
-    limb* uj = u + j;
-    dlimb num = (static_cast<dlimb>(uj[dn]) << 32) | uj[dn - 1];
-    dlimb qhat, rhat;
-    if (uj[dn] >= v1) {
-      qhat = 0xFFFFFFFFu;
-      rhat = num - qhat * v1;
-    } else {
-      qhat = num / v1;
-      rhat = num - qhat * v1;
-    }
-    while (rhat <= 0xFFFFFFFFu && qhat * v2 > ((rhat << 32) | uj[dn - 2])) {
-      --qhat;
-      rhat += v1;
-    }
-    limb borrow = submul_1(uj, v, dn, static_cast<limb>(qhat));
-    limb top = uj[dn];
-    uj[dn] = top - borrow;
-    if (top < borrow) {
-      --qhat;
-      uj[dn] += add_n(uj, uj, v, dn);
-    }
-    if (q) q[j] = static_cast<limb>(qhat);
-  }
-  if (r) {
-    if (s)
-      rshift(r, u, dn, s), r[dn - 1] |= u[dn] << (32 - s);
-    else
-      copy(r, u, dn);
-  }
-  free_limbs(u, work);
 }
 
 }  // namespace zvx::bn

@@ -228,7 +228,7 @@ using namespace zvx::bn;
 
 // Life cycle.
 
-ZVX_EXPORT void __gmpz_init2(mpz_ptr z, mp_bitcnt_t bits) {
+void zvx::bn::z_init2(mpz_ptr z, mp_bitcnt_t bits) {
   unsigned long limbs = (bits + 31) / 32;
   if (limbs < 8) limbs = 8;
   z->_mp_d = static_cast<limb*>(allocate(limbs * sizeof(limb)));
@@ -236,14 +236,16 @@ ZVX_EXPORT void __gmpz_init2(mpz_ptr z, mp_bitcnt_t bits) {
   z->_mp_alloc = static_cast<int>(limbs);
   z->_mp_size = 0;
 }
-ZVX_EXPORT void __gmpz_init(mpz_ptr z) { __gmpz_init2(z, 8); }
+ZVX_EXPORT void __gmpz_init2(mpz_ptr z, mp_bitcnt_t bits) { z_init2(z, bits); }
+void zvx::bn::z_init(mpz_ptr z) { z_init2(z, 8); }
+ZVX_EXPORT void __gmpz_init(mpz_ptr z) { z_init(z); }
 ZVX_EXPORT void __gmpz_clear(mpz_ptr z) {
   release(z->_mp_d, static_cast<size_t>(z->_mp_alloc) * sizeof(limb));
 }
 ZVX_EXPORT void __gmpz_array_init(mpz_ptr a, mp_size_t n, mp_size_t bits) {
-  for (mp_size_t i = 0; i < n; ++i) __gmpz_init2(a + i, static_cast<mp_bitcnt_t>(bits));
+  for (mp_size_t i = 0; i < n; ++i) z_init2(a + i, static_cast<mp_bitcnt_t>(bits));
 }
-ZVX_EXPORT void* __gmpz_realloc(mpz_ptr z, mp_size_t n) {
+static void* z_realloc(mpz_ptr z, mp_size_t n) {
   int want = n < 1 ? 1 : static_cast<int>(n);
   if (want > z->_mp_alloc) return grow(z, want);
   // Shrinking keeps the array in use: the limbs above the new length are cleared and the value
@@ -256,9 +258,10 @@ ZVX_EXPORT void* __gmpz_realloc(mpz_ptr z, mp_size_t n) {
   }
   return z->_mp_d;
 }
+ZVX_EXPORT void* __gmpz_realloc(mpz_ptr z, mp_size_t n) { return z_realloc(z, n); }
 ZVX_EXPORT void __gmpz_realloc2(mpz_ptr z, mp_bitcnt_t bits) {
   unsigned long limbs = (bits + 31) / 32;
-  __gmpz_realloc(z, static_cast<mp_size_t>(limbs ? limbs : 1));
+  z_realloc(z, static_cast<mp_size_t>(limbs ? limbs : 1));
 }
 ZVX_EXPORT void __gmpz_swap(mpz_ptr a, mpz_ptr b) {
   __mpz_struct t = *a;
@@ -269,9 +272,10 @@ ZVX_EXPORT void __gmpz_swap(mpz_ptr a, mpz_ptr b) {
 // Assignment and conversion.
 
 ZVX_EXPORT void __gmpz_set(mpz_ptr r, mpz_srcptr a) { z_set(r, a); }
-ZVX_EXPORT void __gmpz_set_ui(mpz_ptr r, unsigned long v) { z_set(r, word_mpz(v).p()); }
-ZVX_EXPORT void __gmpz_set_si(mpz_ptr r, long v) { z_set(r, word_mpz(magnitude(v), v < 0).p()); }
-ZVX_EXPORT void __gmpz_set_d(mpz_ptr r, double v) {
+ZVX_EXPORT void __gmpz_set_ui(mpz_ptr r, unsigned long v) { z_set_ui(r, v); }
+static void z_set_si(mpz_ptr r, long v) { z_set(r, word_mpz(magnitude(v), v < 0).p()); }
+ZVX_EXPORT void __gmpz_set_si(mpz_ptr r, long v) { z_set_si(r, v); }
+static void z_set_d(mpz_ptr r, double v) {
   if (std::isnan(v) || std::isinf(v)) {
     std::raise(SIGFPE);
     std::abort();
@@ -293,31 +297,27 @@ ZVX_EXPORT void __gmpz_set_d(mpz_ptr r, double v) {
     z_set(r, m.p());
   if (neg) r->_mp_size = -r->_mp_size;
 }
+ZVX_EXPORT void __gmpz_set_d(mpz_ptr r, double v) { z_set_d(r, v); }
 ZVX_EXPORT void __gmpz_init_set(mpz_ptr r, mpz_srcptr a) {
-  __gmpz_init2(r, static_cast<mp_bitcnt_t>(abs_size(a)) * 32);
+  z_init2(r, static_cast<mp_bitcnt_t>(abs_size(a)) * 32);
   z_set(r, a);
 }
 ZVX_EXPORT void __gmpz_init_set_ui(mpz_ptr r, unsigned long v) {
-  __gmpz_init(r);
-  __gmpz_set_ui(r, v);
+  z_init(r);
+  z_set_ui(r, v);
 }
 ZVX_EXPORT void __gmpz_init_set_si(mpz_ptr r, long v) {
-  __gmpz_init(r);
-  __gmpz_set_si(r, v);
+  z_init(r);
+  z_set_si(r, v);
 }
 ZVX_EXPORT void __gmpz_init_set_d(mpz_ptr r, double v) {
-  __gmpz_init(r);
-  __gmpz_set_d(r, v);
+  z_init(r);
+  z_set_d(r, v);
 }
 
-ZVX_EXPORT unsigned long __gmpz_get_ui(mpz_srcptr a) {
-  int n = abs_size(a);
-  unsigned long v = n > 0 ? a->_mp_d[0] : 0;
-  if (n > 1) v |= static_cast<unsigned long>(a->_mp_d[1]) << 32;
-  return v;
-}
+ZVX_EXPORT unsigned long __gmpz_get_ui(mpz_srcptr a) { return z_get_ui(a); }
 ZVX_EXPORT long __gmpz_get_si(mpz_srcptr a) {
-  unsigned long v = __gmpz_get_ui(a);
+  unsigned long v = z_get_ui(a);
   if (a->_mp_size >= 0) return static_cast<long>(v & 0x7FFFFFFFFFFFFFFFUL);
   return -1 - static_cast<long>((v - 1) & 0x7FFFFFFFFFFFFFFFUL);
 }
@@ -336,7 +336,7 @@ double truncated_top(mpz_srcptr a, long* exp2) {
   uint64_t top = 0;
   long low_bit;  // position of bit 0 of `top`
   if (bits <= 53) {
-    top = __gmpz_get_ui(a);
+    top = z_get_ui(a);
     low_bit = 0;
   } else {
     low_bit = static_cast<long>(bits) - 53;
@@ -404,21 +404,23 @@ ZVX_EXPORT void __gmpz_mul_si(mpz_ptr r, mpz_srcptr a, long v) {
   z_mul(r, a, word_mpz(magnitude(v), v < 0).p());
 }
 ZVX_EXPORT void __gmpz_mul_2exp(mpz_ptr r, mpz_srcptr a, mp_bitcnt_t k) { z_mul_2exp(r, a, k); }
-ZVX_EXPORT void __gmpz_addmul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
+static void z_addmul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   temp t(abs_size(a) + abs_size(b));
   z_mul(t.p(), a, b);
   z_add(r, r, t.p(), false);
 }
-ZVX_EXPORT void __gmpz_submul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
+ZVX_EXPORT void __gmpz_addmul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) { z_addmul(r, a, b); }
+static void z_submul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   temp t(abs_size(a) + abs_size(b));
   z_mul(t.p(), a, b);
   z_add(r, r, t.p(), true);
 }
+ZVX_EXPORT void __gmpz_submul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) { z_submul(r, a, b); }
 ZVX_EXPORT void __gmpz_addmul_ui(mpz_ptr r, mpz_srcptr a, unsigned long v) {
-  __gmpz_addmul(r, a, word_mpz(v).p());
+  z_addmul(r, a, word_mpz(v).p());
 }
 ZVX_EXPORT void __gmpz_submul_ui(mpz_ptr r, mpz_srcptr a, unsigned long v) {
-  __gmpz_submul(r, a, word_mpz(v).p());
+  z_submul(r, a, word_mpz(v).p());
 }
 ZVX_EXPORT void __gmpz_pow_ui(mpz_ptr r, mpz_srcptr b, unsigned long e) { z_pow_ui(r, b, e); }
 ZVX_EXPORT void __gmpz_ui_pow_ui(mpz_ptr r, unsigned long b, unsigned long e) { z_pow_ui(r, word_mpz(b).p(), e); }
@@ -428,7 +430,7 @@ ZVX_EXPORT void __gmpz_ui_pow_ui(mpz_ptr r, unsigned long b, unsigned long e) { 
 namespace {
 
 // The remainder's magnitude as a word (the divisor fits a word, so does the remainder).
-unsigned long abs_ui(mpz_srcptr z) { return __gmpz_get_ui(z); }
+unsigned long abs_ui(mpz_srcptr z) { return z_get_ui(z); }
 
 unsigned long div_ui(mpz_ptr q, mpz_ptr r, mpz_srcptr n, unsigned long d, int round) {
   if (d == 0) divide_by_zero();
@@ -541,30 +543,33 @@ ZVX_EXPORT unsigned long __gmpz_mod_ui(mpz_ptr r, mpz_srcptr n, unsigned long d)
 ZVX_EXPORT void __gmpz_divexact(mpz_ptr q, mpz_srcptr n, mpz_srcptr d) { z_tdiv_qr(q, nullptr, n, d); }
 ZVX_EXPORT void __gmpz_divexact_ui(mpz_ptr q, mpz_srcptr n, unsigned long d) { div_ui(q, nullptr, n, d, 0); }
 
-ZVX_EXPORT int __gmpz_divisible_p(mpz_srcptr n, mpz_srcptr d) {
+static int z_divisible_p(mpz_srcptr n, mpz_srcptr d) {
   if (d->_mp_size == 0) return n->_mp_size == 0;
   temp r(abs_size(d));
   z_tdiv_qr(nullptr, r.p(), n, d);
   return r.z._mp_size == 0;
 }
-ZVX_EXPORT int __gmpz_divisible_ui_p(mpz_srcptr n, unsigned long d) { return __gmpz_divisible_p(n, word_mpz(d).p()); }
-ZVX_EXPORT int __gmpz_divisible_2exp_p(mpz_srcptr n, mp_bitcnt_t k) {
+ZVX_EXPORT int __gmpz_divisible_p(mpz_srcptr n, mpz_srcptr d) { return z_divisible_p(n, d); }
+ZVX_EXPORT int __gmpz_divisible_ui_p(mpz_srcptr n, unsigned long d) { return z_divisible_p(n, word_mpz(d).p()); }
+static int z_divisible_2exp_p(mpz_srcptr n, mp_bitcnt_t k) {
   temp r(abs_size(n) + 1);
   div_2exp(nullptr, r.p(), n, k, 0);
   return r.z._mp_size == 0;
 }
-ZVX_EXPORT int __gmpz_congruent_p(mpz_srcptr a, mpz_srcptr c, mpz_srcptr d) {
+ZVX_EXPORT int __gmpz_divisible_2exp_p(mpz_srcptr n, mp_bitcnt_t k) { return z_divisible_2exp_p(n, k); }
+static int z_congruent_p(mpz_srcptr a, mpz_srcptr c, mpz_srcptr d) {
   temp t(abs_size(a) + abs_size(c) + 1);
   z_add(t.p(), a, c, true);
-  return __gmpz_divisible_p(t.p(), d);
+  return z_divisible_p(t.p(), d);
 }
+ZVX_EXPORT int __gmpz_congruent_p(mpz_srcptr a, mpz_srcptr c, mpz_srcptr d) { return z_congruent_p(a, c, d); }
 ZVX_EXPORT int __gmpz_congruent_ui_p(mpz_srcptr a, unsigned long c, unsigned long d) {
-  return __gmpz_congruent_p(a, word_mpz(c).p(), word_mpz(d).p());
+  return z_congruent_p(a, word_mpz(c).p(), word_mpz(d).p());
 }
 ZVX_EXPORT int __gmpz_congruent_2exp_p(mpz_srcptr a, mpz_srcptr c, mp_bitcnt_t k) {
   temp t(abs_size(a) + abs_size(c) + 1);
   z_add(t.p(), a, c, true);
-  return __gmpz_divisible_2exp_p(t.p(), k);
+  return z_divisible_2exp_p(t.p(), k);
 }
 ZVX_EXPORT mp_bitcnt_t __gmpz_remove(mpz_ptr r, mpz_srcptr n, mpz_srcptr f) {
   int fc = z_cmpabs(f, word_mpz(1).p());
@@ -605,7 +610,7 @@ int cmp_double(mpz_srcptr a, double d, bool absolute) {
   if (absolute) d = std::fabs(d);
   if (std::isinf(d)) return d > 0 ? -1 : 1;
   temp t(4);
-  __gmpz_set_d(t.p(), d);
+  z_set_d(t.p(), d);
   __mpz_struct av = *a;
   av._mp_size = as;
   int c = z_cmp(&av, t.p());
@@ -623,7 +628,7 @@ namespace {
 bool fits(mpz_srcptr a, long lo, long hi) {
   int n = abs_size(a);
   if (n > 2) return false;
-  unsigned long m = __gmpz_get_ui(a);
+  unsigned long m = z_get_ui(a);
   if (a->_mp_size >= 0) return m <= static_cast<unsigned long>(hi);
   return m <= magnitude(lo);
 }

@@ -49,6 +49,8 @@ inline unsigned long magnitude(long v) { return v < 0 ? 0UL - static_cast<unsign
 }
 
 // Internal bodies of exported entries, so that the layer never calls through an exported name.
+void z_init2(mpz_ptr z, mp_bitcnt_t bits);
+void z_init(mpz_ptr z);
 void z_set(mpz_ptr r, mpz_srcptr a);
 void z_add(mpz_ptr r, mpz_srcptr a, mpz_srcptr b, bool negate_b);
 void z_mul(mpz_ptr r, mpz_srcptr a, mpz_srcptr b);
@@ -61,6 +63,26 @@ void z_pow_ui(mpz_ptr r, mpz_srcptr b, unsigned long e);
 int z_cmp(mpz_srcptr a, mpz_srcptr b);
 int z_cmpabs(mpz_srcptr a, mpz_srcptr b);
 unsigned long z_bit_length(mpz_srcptr a);
+
+// Number theory, exponentiation and random numbers.
+int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m);  // 0 when no inverse (r untouched)
+void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b);
+void z_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m);
+void z_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m);
+void rand_init(gmp_randstate_ptr state);
+void rand_clear(gmp_randstate_ptr state);
+int z_urandomb(mpz_ptr r, gmp_randstate_ptr state, unsigned long nbits);
+void z_urandomm(mpz_ptr r, gmp_randstate_ptr state, mpz_srcptr n);
+int z_probab_prime(mpz_srcptr n, int reps);
+
+// Digits of a base that is not a power of two. big_base: the largest power of the base that fits
+// a limb, with its digit count. limbs_to_text writes the digits of x (n limbs) most significant
+// first, upper case, and returns their count ("0" for n = 0). digits_to_limbs reads len digit
+// values (0..base-1, most significant first) into d, which has room for len/digits+2 limbs, and
+// returns the normalised limb count.
+limb big_base(int base, int* digits);
+size_t limbs_to_text(char* out, const limb* x, int n, int base);
+int digits_to_limbs(limb* d, const unsigned char* v, size_t len, int base);
 
 // Word forms over the bodies above, for use inside the layer.
 inline void z_swap(mpz_ptr a, mpz_ptr b) {

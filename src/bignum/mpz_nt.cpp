@@ -40,29 +40,30 @@ int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m) {
 }
 
 void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b) {
-  temp x(abs_size(a) + 1), y(abs_size(b) + 1), t(abs_size(a) + abs_size(b) + 1);
-  z_set(x.p(), a);
-  z_set(y.p(), b);
-  x.z._mp_size = abs_size(x.p());
-  y.z._mp_size = abs_size(y.p());
-  if (z_cmp(x.p(), y.p()) < 0) z_swap(x.p(), y.p());
-  while (y.z._mp_size != 0) {
-    if (x.z._mp_size == 1 && y.z._mp_size == 1) {
-      // Machine words from here on.
-      limb u = x.z._mp_d[0], v = y.z._mp_d[0];
-      while (v) {
-        limb w = u % v;
-        u = v;
-        v = w;
-      }
-      x.z._mp_d[0] = u;
-      break;
-    }
-    z_tdiv_qr(nullptr, t.p(), x.p(), y.p());
-    z_swap(x.p(), y.p());
-    z_swap(y.p(), t.p());
+  int an = abs_size(a), bn = abs_size(b);
+  if (an == 0 || bn == 0) {
+    // gcd(x, 0) = |x|
+    mpz_srcptr o = an ? a : b;
+    z_set(g, o);
+    g->_mp_size = abs_size(g);
+    return;
   }
-  z_set(g, x.p());
+  // Both magnitudes in buffers of the longer length, the larger first.
+  const int n = an > bn ? an : bn;
+  limb* x = alloc_limbs(2 * static_cast<size_t>(n) + 2);
+  limb* y = x + n + 1;
+  mpz_srcptr p = a, q = b;
+  if (an < bn || (an == bn && cmp(a->_mp_d, b->_mp_d, an) < 0)) {
+    p = b;
+    q = a;
+  }
+  const int pn = abs_size(p), qn = abs_size(q);
+  copy(x, p->_mp_d, pn);
+  copy(y, q->_mp_d, qn);
+  limb* d = grow(g, qn);
+  int gn = gcd_lehmer(d, x, pn, y, qn);
+  g->_mp_size = gn;
+  free_limbs(x, 2 * static_cast<size_t>(n) + 2);
 }
 
 // floor(|n|^(1/k)) with n's sign (k odd for negative n); returns 1 when exact.
@@ -116,7 +117,7 @@ ZVX_EXPORT unsigned long __gmpz_gcd_ui(mpz_ptr g, mpz_srcptr a, unsigned long b)
   if (g) z_set(g, t.p());
   return v;
 }
-ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
+static void z_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   if (a->_mp_size == 0 || b->_mp_size == 0) {
     r->_mp_size = 0;
     return;
@@ -127,7 +128,8 @@ ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) {
   p.z._mp_size = abs_size(p.p());
   z_tdiv_qr(r, nullptr, p.p(), g.p());
 }
-ZVX_EXPORT void __gmpz_lcm_ui(mpz_ptr r, mpz_srcptr a, unsigned long b) { __gmpz_lcm(r, a, word_mpz(b).p()); }
+ZVX_EXPORT void __gmpz_lcm(mpz_ptr r, mpz_srcptr a, mpz_srcptr b) { z_lcm(r, a, b); }
+ZVX_EXPORT void __gmpz_lcm_ui(mpz_ptr r, mpz_srcptr a, unsigned long b) { z_lcm(r, a, word_mpz(b).p()); }
 
 ZVX_EXPORT int __gmpz_root(mpz_ptr r, mpz_srcptr n, unsigned long k) { return z_root(r, nullptr, n, k); }
 ZVX_EXPORT void __gmpz_rootrem(mpz_ptr r, mpz_ptr rem, mpz_srcptr n, unsigned long k) { z_root(r, rem, n, k); }
@@ -204,7 +206,7 @@ ZVX_EXPORT void __gmpz_fac_ui(mpz_ptr r, unsigned long n) {
   for (unsigned long i = n; i >= 2; --i) z_mul_ui(r, r, i);
 }
 
-ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
+static void z_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
   temp nn(abs_size(n) + 2), t(abs_size(n) + 2);
   z_set(nn.p(), n);
   bool negate = false;
@@ -234,9 +236,10 @@ ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) {
   if (negate) t.z._mp_size = -t.z._mp_size;
   z_set(r, t.p());
 }
-ZVX_EXPORT void __gmpz_bin_uiui(mpz_ptr r, unsigned long n, unsigned long k) { __gmpz_bin_ui(r, word_mpz(n).p(), k); }
+ZVX_EXPORT void __gmpz_bin_ui(mpz_ptr r, mpz_srcptr n, unsigned long k) { z_bin_ui(r, n, k); }
+ZVX_EXPORT void __gmpz_bin_uiui(mpz_ptr r, unsigned long n, unsigned long k) { z_bin_ui(r, word_mpz(n).p(), k); }
 
-ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
+static void z_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
   // (F(m), F(m-1)) doubled from the top bit of n: F(2m) = F(m)(F(m) + 2F(m-1)),
   // F(2m-1) = F(m)^2 + F(m-1)^2.
   if (n == 0) {
@@ -266,14 +269,15 @@ ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) {
   z_set(f, a.p());
   z_set(fsub, b.p());
 }
+ZVX_EXPORT void __gmpz_fib2_ui(mpz_ptr f, mpz_ptr fsub, unsigned long n) { z_fib2_ui(f, fsub, n); }
 ZVX_EXPORT void __gmpz_fib_ui(mpz_ptr f, unsigned long n) {
   temp s(4);
-  __gmpz_fib2_ui(f, s.p(), n);
+  z_fib2_ui(f, s.p(), n);
 }
-ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
+static void z_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
   // L(n) = F(n) + 2F(n-1), L(n-1) = 2F(n) - F(n-1).
   temp f(4), g(4), t(4);
-  __gmpz_fib2_ui(f.p(), g.p(), n);
+  z_fib2_ui(f.p(), g.p(), n);
   z_mul_2exp(t.p(), g.p(), 1);
   z_add(t.p(), t.p(), f.p(), false);
   if (lsub) {
@@ -284,7 +288,8 @@ ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) {
   }
   z_set(l, t.p());
 }
-ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { __gmpz_lucnum2_ui(l, nullptr, n); }
+ZVX_EXPORT void __gmpz_lucnum2_ui(mpz_ptr l, mpz_ptr lsub, unsigned long n) { z_lucnum2_ui(l, lsub, n); }
+ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { z_lucnum2_ui(l, nullptr, n); }
 
 // g = gcd(a, b) = a s + b t, with the cofactors of the GMP manual: normally |s| < |b|/(2g) and
 // |t| < |a|/(2g); s = 0, t = sgn(b) when |a| = |b|; s = sgn(a) when b = 0 or |b| = 2g; t = sgn(b)

@@ -9,12 +9,8 @@
 #include "service/service.h"
 
 namespace zvx::bn {
-int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m);
-}
 
 namespace {
-
-using namespace zvx::bn;
 
 // -1/x mod 2^32 for odd x, by Newton's iteration on the word.
 limb negative_inverse(limb x) {
@@ -78,7 +74,7 @@ void montgomery_power(mpz_ptr r, mpz_srcptr b, mpz_srcptr e, mpz_srcptr q) {
 
 // The general method: a fixed window of 4 bits over the exponent, reductions by the integer
 // layer's division.
-ZVX_EXPORT void mpz_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) {
+void z_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) {
   int bits_room = (2 * abs_size(a) + abs_size(m) + 3);
   temp b(bits_room), acc(bits_room);
   if (e->_mp_size < 0) {
@@ -138,13 +134,13 @@ ZVX_EXPORT void mpz_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr 
   z_set(r, acc.p());
 }
 
-ZVX_EXPORT void __gmpz_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) {
+void z_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) {
   if (e->_mp_size < 0) {
     temp t(abs_size(m) + 1);
     if (!z_invert(t.p(), a, m)) return;  // no inverse: r stays as it was
   }
   if (!(a->_mp_size > 0 && e->_mp_size > 0 && m->_mp_size > 0 && m->_mp_size <= tuning::montgomery_max_limbs)) {
-    mpz_powm_mary(r, a, e, m);
+    z_powm_mary(r, a, e, m);
     return;
   }
   // m = q * 2^k with q odd.
@@ -198,6 +194,12 @@ ZVX_EXPORT void __gmpz_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m)
   z_add(r, x.p(), t.p(), false);
 }
 
+}  // namespace zvx::bn
+
+using namespace zvx::bn;
+
+ZVX_EXPORT void mpz_powm_mary(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) { z_powm_mary(r, a, e, m); }
+ZVX_EXPORT void __gmpz_powm(mpz_ptr r, mpz_srcptr a, mpz_srcptr e, mpz_srcptr m) { z_powm(r, a, e, m); }
 ZVX_EXPORT void __gmpz_powm_ui(mpz_ptr r, mpz_srcptr a, unsigned long e, mpz_srcptr m) {
-  __gmpz_powm(r, a, word_mpz(e).p(), m);
+  z_powm(r, a, word_mpz(e).p(), m);
 }

@@ -23,18 +23,6 @@ int digit_value(char c) {
   return -1;
 }
 
-// The largest power of base that fits a limb, and its exponent.
-limb big_base(int base, int* digits) {
-  limb p = static_cast<limb>(base);
-  int k = 1;
-  while (static_cast<dlimb>(p) * base <= 0xFFFFFFFFu) {
-    p *= base;
-    ++k;
-  }
-  *digits = k;
-  return p;
-}
-
 size_t size_in_base(mpz_srcptr x, int base) {
   unsigned long bits = z_bit_length(x);
   if (bits == 0) return 1;
@@ -51,7 +39,7 @@ size_t size_in_base(mpz_srcptr x, int base) {
 
 ZVX_EXPORT size_t __gmpz_sizeinbase(mpz_srcptr x, int base) { return size_in_base(x, base); }
 
-ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) {
+static char* z_get_str(char* buffer, int base, mpz_srcptr x) {
   if (base == 0) base = 10;
   if (base < 0) base = -base;
   if (base < 2 || base > 62) return nullptr;
@@ -80,24 +68,7 @@ ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) {
       work[len++] = digit_table[v];
     }
   } else {
-    // Repeated division by the largest power of the base that fits a limb; each remainder gives
-    // its digits, lowest first, and the text is reversed at the end.
-    int per;
-    limb bb = big_base(base, &per);
-    limb* t = alloc_limbs(n);
-    copy(t, x->_mp_d, n);
-    int tn = n;
-    size_t start = len;
-    while (tn > 0) {
-      limb rem = divmod_1(t, t, tn, bb);
-      tn = normalized_size(t, tn);
-      for (int k = 0; k < per && (tn > 0 || rem != 0); ++k) {
-        work[len++] = digit_table[rem % base];
-        rem /= base;
-      }
-    }
-    free_limbs(t, n);
-    for (size_t i = start, j = len - 1; i < j; ++i, --j) std::swap(work[i], work[j]);
+    len += limbs_to_text(work + len, x->_mp_d, n, base);
   }
   work[len] = '\0';
   char* out = buffer;
@@ -106,8 +77,9 @@ ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) {
   release(work, cap);
   return out;
 }
+ZVX_EXPORT char* __gmpz_get_str(char* buffer, int base, mpz_srcptr x) { return z_get_str(buffer, base, x); }
 
-ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) {
+static int z_set_str(mpz_ptr x, const char* text, int base) {
   if (base != 0 && (base < 2 || base > 62)) return -1;
   size_t first = 0, last = std::strlen(text);
   while (first < last && text[first] == ' ') ++first;
@@ -134,39 +106,29 @@ ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) {
     int v = digit_value(text[i]);
     if (v < 0 || v >= base) return -1;
   }
-  // From the most significant digit: x = x * base^k + chunk, a limb's worth of digits at a time.
-  size_t ndig = last - first;
+  const size_t ndig = last - first;
   int per;
   big_base(base, &per);
-  int cap = static_cast<int>(ndig * std::log2(static_cast<double>(base)) / 32) + 2;
+  const int cap = static_cast<int>(ndig / static_cast<size_t>(per)) + 2;
   limb* d = alloc_limbs(cap);
-  int n = 0;
-  size_t i = first;
-  while (i < last) {
-    limb chunk = 0, scale = 1;
-    for (int k = 0; k < per && i < last; ++k, ++i) {
-      chunk = chunk * base + static_cast<limb>(digit_value(text[i]));
-      scale *= base;
-    }
-    limb c = mul_1(d, d, n, scale);
-    if (c) d[n++] = c;
-    c = add_1(d, d, n, chunk);
-    if (c) d[n++] = c;
-    if (n == 0 && chunk) d[n++] = chunk;
-  }
+  unsigned char* v = static_cast<unsigned char*>(allocate(ndig));
+  for (size_t i = 0; i < ndig; ++i) v[i] = static_cast<unsigned char>(digit_value(text[first + i]));
+  int n = digits_to_limbs(d, v, ndig, base);
+  release(v, ndig);
   set_limbs(x, d, n, neg);
   free_limbs(d, cap);
   return 0;
 }
+ZVX_EXPORT int __gmpz_set_str(mpz_ptr x, const char* text, int base) { return z_set_str(x, text, base); }
 
 ZVX_EXPORT int __gmpz_init_set_str(mpz_ptr x, const char* text, int base) {
-  __gmpz_init(x);
-  return __gmpz_set_str(x, text, base);
+  z_init(x);
+  return z_set_str(x, text, base);
 }
 
 ZVX_EXPORT size_t __gmpz_out_str(FILE* stream, int base, mpz_srcptr x) {
   if (stream == nullptr) stream = stdout;
-  char* s = __gmpz_get_str(nullptr, base, x);
+  char* s = z_get_str(nullptr, base, x);
   if (s == nullptr) return 0;
   size_t len = std::strlen(s);
   size_t written = std::fwrite(s, 1, len, stream);
@@ -197,7 +159,7 @@ ZVX_EXPORT size_t __gmpz_inp_str(mpz_ptr x, FILE* stream, int base) {
   if (c != EOF) std::ungetc(c, stream);
   --consumed;
   buf[len] = '\0';
-  int ok = len ? __gmpz_set_str(x, buf, base) : -1;
+  int ok = len ? z_set_str(x, buf, base) : -1;
   release(buf, cap);
   return ok == 0 ? consumed : 0;
 }

@@ -1,6 +1,7 @@
 // Tuning numbers of the big-integer subsystem, each with its reason. Tests derive their edge sizes
 // from here.
 #pragma once
+#include <cmath>
 
 namespace zvx::bn::tuning {
 
@@ -8,16 +9,61 @@ namespace zvx::bn::tuning {
 // splitting into pieces costs more than it saves on such short operands.
 constexpr int mul_basecase_sum = 16;
 
-// __gmpn_mul_n enters Karatsuba from this many limbs; below it the schoolbook loop wins.
-constexpr int karatsuba_entry = 8;
+// __gmpn_mul_n enters Karatsuba from this many limbs; below it the schoolbook loop wins. The
+// loop multiplies pairs of limbs as 64-bit words (128-bit products), which moved the crossover up
+// from 8: measured with entries of 16, 24, 32, 48 and 64, the times from 32 to 600 limbs agree
+// within noise for 24 to 48 (0.33 us at 32 limbs, 3.8 at 128, 17 at 300), 16 is 15% slower at
+// 300, 64 slower at 128.
+constexpr int karatsuba_entry = 32;
 // Inside the recursion a half below this many limbs goes to the schoolbook loop: one more limb
 // than the entry, because a recursive call also pays for the two differences.
-constexpr int karatsuba_recursion = 9;
+constexpr int karatsuba_recursion = 33;
 
-// From this many limbs __gmpn_mul_n would take the transform multiplication. That method is not
-// built yet, so the dispatch sends these sizes to Karatsuba (see mpn_mul_n in mpn.cpp); the
-// constant stays here so the dispatch has one place to change.
-constexpr int transform_entry = 4096;
+// __gmpn_mul_n takes Toom-3 from this many limbs, Karatsuba below. Measured with Toom-3 at the
+// top level only (its thirds through Karatsuba) against Karatsuba throughout, least thread time
+// on a loaded machine, after the word-pair schoolbook loop: Karatsuba ahead by 5-10% at 200 to
+// 450 limbs (8.4 against 9.4 us at 200), level at 600 and 900 (52 against 49 us, 95 and 95),
+// Toom-3 ahead by 5-8% at 1,200 and 2,000 (146 against 158 us, 332 against 349). Its
+// interpolation is several linear passes with a division by 3, which 32-bit limbs make
+// relatively dear, hence a late entry and a small gain.
+constexpr int toom3_entry = 600;
+
+// From this many limbs __gmpn_mul_n takes the transform multiplication (mpn_fft.cpp). Measured
+// against the methods below it (least thread time, loaded machine, engine contexts cached): the
+// transform loses to Karatsuba at 32 to 96 limbs (1.5 against 0.9 us at 64) and wins from 128
+// (2.8 against 3.0 us), 160 (4.4 against 4.9), 400 (9.9 against 22), 1,200 (41 against 129) and
+// 4,000 limbs (150 against 938). So Toom-3's range is empty on this machine: it stays as the path
+// a product takes when the transform cannot run (no memory for its arrays).
+constexpr int transform_entry = 128;
+// Engine contexts of lengths up to 2^this are kept for the process (their tables take about 16
+// bytes a point: 64 MiB at this length, reached from about 700,000-limb products).
+constexpr int transform_cached_log2 = 22;
+
+// Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
+// also stops below it with the long division (which also takes quotients shorter than half of
+// it). Measured on 2n by n limbs, least thread time on a loaded machine (+-30% between runs):
+// entries of 20 to 48 all beat the long division alone from 80 limbs (8.1 against 5.7-6.3 us) to
+// 640 (396 against 190-280 us), and are level with it at 40; entries of 80 and 160 lose up to 40%
+// against 40 at every size above.
+constexpr int dc_div_entry = 40;
+
+// Text in a base that is not a power of two: from this many limbs get_str cuts the number in two
+// by a power of the base; below, one-limb divisions give a limb's worth of digits at a time.
+// Measured in base 10 (least thread time, loaded machine): entries of 10 and 20 give the same
+// times at every size (3.0 us at 40 limbs, 8.3 at 80, 24 at 160), 40 is 10-20% slower at 40-160
+// limbs, 80 up to 50%; the one-limb loop alone is 1.6x slower from 40 limbs and 8x at 1,280.
+constexpr int get_str_dc_entry = 20;
+// set_str, the same way, from this many limbs' worth of digits. The digit-group loop is cheaper
+// than the division loop, so the cut pays later: at 40 limbs the loop alone takes 1.4 us against
+// 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
+constexpr int set_str_dc_entry = 60;
+
+// gcd: from this many limbs a step takes its quotients from the leading 62 bits (Lehmer);
+// below, and whenever the operands differ by more than a limb, one long division per quotient.
+// Three limbs is the first size that does not go to two-word arithmetic, and Lehmer already wins
+// there (measured, random operands: 0.3 against 1.0 us at 3 limbs, 1.0 against 4.1 at 8, 30
+// against 178 at 100).
+constexpr int gcd_lehmer_entry = 3;
 
 // Karatsuba scratch up to this many limbs lives on the stack (2 KiB); more comes from the
 // allocate hook.
@@ -25,5 +71,13 @@ constexpr int karatsuba_local_scratch = 512;
 
 // Modular exponentiation takes the Montgomery path for odd parts of moduli up to this many limbs.
 constexpr int montgomery_max_limbs = 30;
+
+// The transform multiplication's bound on the rounding error of a coefficient (derived in
+// mpn_fft.cpp): w-bit digits, da and db of them, length 2^n. True when the error is at most 1/4.
+inline bool transform_digits_exact(int w, long da, long db, int n) {
+  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w) * 1.01 *
+                       (12.71 * (n + 1) + 2.24) * 0x1p-53;
+  return bound <= 0.25;
+}
 
 }  // namespace zvx::bn::tuning

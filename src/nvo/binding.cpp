@@ -363,20 +363,24 @@ ZVX_EXPORT void vssin(const int* n, const float* a, float* r) {
   vector_call("vsSin", kSinSingle, g_threshold_ssin, *n, a, r);
 }
 
-ZVX_EXPORT int sgxNewStream(zvx_sgx_stream* stream, int brng, unsigned int seed) {
+// The stream entries, callable from inside the library (the big-integer random state) without
+// going through the exported names.
+namespace zvx::nvo {
+
+int new_stream(void** stream, int brng, unsigned int seed) {
   const int status = bound<abi::new_stream_fn>(e_new_stream)(stream, brng, 1, &seed);
   if (status == abi::kStatusBadBrng) report("sgxNewStream", 2);
   return status;
 }
 
-ZVX_EXPORT int sgxDeleteStream(zvx_sgx_stream* stream) {
+int delete_stream(void** stream) {
   int status = check_stream(stream != nullptr ? *stream : nullptr);
   if (status >= 0) status = bound<abi::delete_stream_fn>(e_delete_stream)(stream);
   if (status < 0) report("sgxDeleteStream", 1);
   return status;
 }
 
-ZVX_EXPORT int viRngUniformBits(int method, zvx_sgx_stream stream, int n, unsigned int* r) {
+int uniform_bits(int method, void* stream, int n, unsigned int* r) {
   const char* routine = "viRngUniformBits";
   if (method < 0) {
     report(routine, 1);
@@ -401,4 +405,14 @@ ZVX_EXPORT int viRngUniformBits(int method, zvx_sgx_stream stream, int n, unsign
     return abi::kStatusBadArgument;
   }
   return bound<abi::uniform_bits_fn>(e_uniform_bits)(method, stream, n, r);
+}
+
+}  // namespace zvx::nvo
+
+ZVX_EXPORT int sgxNewStream(zvx_sgx_stream* stream, int brng, unsigned int seed) {
+  return zvx::nvo::new_stream(stream, brng, seed);
+}
+ZVX_EXPORT int sgxDeleteStream(zvx_sgx_stream* stream) { return zvx::nvo::delete_stream(stream); }
+ZVX_EXPORT int viRngUniformBits(int method, zvx_sgx_stream stream, int n, unsigned int* r) {
+  return zvx::nvo::uniform_bits(method, stream, n, r);
 }

@@ -19,4 +19,9 @@ const void* set_input_vector(const void* input);
 // or 's'; `function` the function number of the cost tables (110 cosine, 120 sine, ...).
 int thread_threshold(char precision, int function);
 
+// Random-bit streams, with the checks and reports of the exported sgx*/viRng* entries.
+int new_stream(void** stream, int brng, unsigned int seed);
+int delete_stream(void** stream);
+int uniform_bits(int method, void* stream, int n, unsigned int* r);
+
 }  // namespace zvx::nvo

@@ -88,12 +88,14 @@ TEST(BignumArithmetic, AddmulAndSubmulAccumulate) {
 
 TEST(BignumArithmetic, ProductsAcrossEveryThreshold) {
   // Square and unbalanced products, all limbs 0xFFFFFFFF as the worst case for carries, at the
-  // sizes where the method changes; the transform entry is served exactly.
+  // sizes where the method changes (Toom-3 with each remainder of n mod 3, and where its thirds
+  // reach Toom-3 themselves); the transform entry is served exactly.
   auto theirs = gmp().sym<peer_binary>("__gmpz_mul");
   std::mt19937_64 rng(7);
   for (int n : {tn::karatsuba_entry - 1, tn::karatsuba_entry, tn::karatsuba_recursion,
-                2 * tn::karatsuba_recursion - 1, 2 * tn::karatsuba_recursion, 255, 256, 1000,
-                tn::transform_entry - 1, tn::transform_entry}) {
+                2 * tn::karatsuba_recursion - 1, 2 * tn::karatsuba_recursion, 255, 256,
+                tn::toom3_entry - 1, tn::toom3_entry, tn::toom3_entry + 1, tn::toom3_entry + 2,
+                3 * tn::toom3_entry - 2, tn::transform_entry - 1, tn::transform_entry}) {
     for (int worst = 0; worst < 2; ++worst) {
       std::string a = worst ? std::string(8 * n, 'F') : random_hex(rng, n, false);
       std::string b = worst ? std::string(8 * n, 'F') : random_hex(rng, n, false);

@@ -1,0 +1,151 @@
+// Division of natural numbers: the schoolbook long division in place on a normalised divisor,
+// and the divide-and-conquer division above it, which estimates each half of the quotient from
+// the divisor's top half and corrects it with one product.
+#include "bignum/bignum.h"
+#include "bignum/tuning.h"
+
+namespace zvx::bn {
+
+namespace {
+
+// Long division in place: np (nn limbs) by dp (dn >= 2 limbs, top bit set). q gets nn-dn limbs,
+// the remainder is left in np[0, dn). Returns the quotient's extra top limb, 0 or 1: 1 when the
+// top dn limbs of np were not below dp.
+limb sb_div_qr(limb* q, limb* np, int nn, const limb* dp, int dn) {
+  limb qh = 0;
+  if (cmp(np + nn - dn, dp, dn) >= 0) {
+    sub_n(np + nn - dn, np + nn - dn, dp, dn);
+    qh = 1;
+  }
+  const dlimb v1 = dp[dn - 1], v2 = dp[dn - 2];
+  for (int j = nn - dn - 1; j >= 0; --j) {
+    limb* uj = np + j;
+    dlimb num = (static_cast<dlimb>(uj[dn]) << 32) | uj[dn - 1];
+    dlimb qhat, rhat;
+    if (uj[dn] >= v1) {
+      qhat = 0xFFFFFFFFu;
+      rhat = num - qhat * v1;
+    } else {
+      qhat = num / v1;
+      rhat = num - qhat * v1;
+    }
+    while (rhat <= 0xFFFFFFFFu && qhat * v2 > ((rhat << 32) | uj[dn - 2])) {
+      --qhat;
+      rhat += v1;
+    }
+    limb borrow = submul_1(uj, dp, dn, static_cast<limb>(qhat));
+    limb top = uj[dn];
+    uj[dn] = top - borrow;
+    if (top < borrow) {
+      --qhat;
+      uj[dn] += add_n(uj, uj, dp, dn);
+    }
+    q[j] = static_cast<limb>(qhat);
+  }
+  return qh;
+}
+
+limb dc_div_qr_n(limb* q, limb* np, const limb* dp, int n, limb* tp);
+
+// r quotient limbs of the window w (dn + r limbs, its top dn limbs below dp when called from the
+// drivers) by dp (dn limbs, normalised), r <= dn. The quotient comes from the top 2r limbs of the
+// window and the top r limbs of the divisor, which overestimates it by at most 2 for a
+// normalised divisor; the product with the divisor's low part and at most two additions back
+// correct it. The remainder is left in w[0, dn). Returns the quotient's extra top limb.
+limb div_block(limb* q, limb* w, const limb* dp, int dn, int r, limb* tp) {
+  // A short block costs the long division no more than the correcting product would.
+  if (r < tuning::dc_div_entry) return sb_div_qr(q, w, dn + r, dp, dn);
+  if (r == dn) return dc_div_qr_n(q, w, dp, dn, tp);
+  limb qh = dc_div_qr_n(q, w + dn - r, dp + dn - r, r, tp + dn);
+  const int low = dn - r;
+  if (low >= r)
+    mul(tp, dp, low, q, r);
+  else
+    mul(tp, q, r, dp, low);
+  limb cy = sub_n(w, w, tp, dn);
+  if (qh) cy += sub_n(w + r, w + r, dp, low);
+  while (cy) {
+    qh -= sub_1(q, q, r, 1);
+    cy -= add_n(w, w, dp, dn);
+  }
+  return qh;
+}
+
+// 2n limbs of np by the n limbs of dp: the high half of the quotient, then the low half.
+limb dc_div_qr_n(limb* q, limb* np, const limb* dp, int n, limb* tp) {
+  if (n < tuning::dc_div_entry) return sb_div_qr(q, np, 2 * n, dp, n);
+  const int lo = n / 2, hi = n - lo;
+  limb qh = div_block(q + lo, np + lo, dp, n, hi, tp);
+  div_block(q, np, dp, n, lo, tp);
+  return qh;
+}
+
+// Scratch of dc_div_qr_n(n) and its recursion: n limbs of product at each level.
+size_t dc_scratch(int n) {
+  size_t total = 0;
+  while (n >= tuning::dc_div_entry) {
+    total += static_cast<size_t>(n);
+    n = n - n / 2;
+  }
+  return total + 2;
+}
+
+}  // namespace
+
+// np (nn limbs) by dp (dn limbs, normalised); q gets nn-dn limbs plus the returned top limb; the
+// remainder is left in np[0, dn).
+limb div_qr_normalised(limb* q, limb* np, int nn, const limb* dp, int dn) {
+  if (dn < tuning::dc_div_entry || nn - dn < tuning::dc_div_entry / 2) return sb_div_qr(q, np, nn, dp, dn);
+  int qn = nn - dn;
+  limb qh = 0;
+  if (cmp(np + qn, dp, dn) >= 0) {
+    sub_n(np + qn, np + qn, dp, dn);
+    qh = 1;
+  }
+  const size_t need = dc_scratch(dn) + static_cast<size_t>(dn);
+  limb* tp = alloc_limbs(need);
+  // Blocks of dn quotient limbs from the top, the last one shorter.
+  while (qn > 0) {
+    const int r = qn < dn ? qn : dn;
+    qn -= r;
+    div_block(q + qn, np + qn, dp, dn, r, tp);
+  }
+  free_limbs(tp, need);
+  return qh;
+}
+
+void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
+  if (dn == 1) {
+    limb* qq = q ? q : alloc_limbs(an);
+    limb rem = divmod_1(qq, a, an, d[0]);
+    if (r) r[0] = rem;
+    if (!q) free_limbs(qq, an);
+    return;
+  }
+  // Normalise so that the divisor's top bit is set; the numerator gets one more limb, which
+  // keeps its top dn limbs below the divisor, so the quotient has an-dn+1 limbs.
+  const unsigned s = __builtin_clz(d[dn - 1]);
+  const int qn = an - dn + 1;
+  const size_t work = static_cast<size_t>(an) + 1 + dn + (q ? 0 : qn);
+  limb* u = alloc_limbs(work);
+  limb* v = u + an + 1;
+  limb* qq = q ? q : v + dn;
+  if (s) {
+    lshift(v, d, dn, s);
+    u[an] = lshift(u, a, an, s);
+  } else {
+    copy(v, d, dn);
+    copy(u, a, an);
+    u[an] = 0;
+  }
+  div_qr_normalised(qq, u, an + 1, v, dn);
+  if (r) {
+    if (s)
+      rshift(r, u, dn, s), r[dn - 1] |= u[dn] << (32 - s);
+    else
+      copy(r, u, dn);
+  }
+  free_limbs(u, work);
+}
+
+}  // namespace zvx::bn

@@ -1,0 +1,204 @@
+// Products by a real transform in double precision: both operands cut into digits of w bits, a
+// cyclic convolution of length L (a power of two) long enough to hold the whole product, each
+// coefficient rounded to the nearest integer and the coefficients added with carries.
+//
+// Exactness. The convolution's coefficients are c_k = sum a_i b_(k-i) with digits below 2^w, so
+// |c_k| <= min(Da, Db) 2^(2w) for Da, Db digits, which stays below 2^53 for every size here. The
+// computed coefficients differ from them by the rounding of three transforms of length L = 2^n
+// and one pointwise product. For a transform of n butterfly levels whose roots carry relative
+// errors of at most beta, the classical analysis of the transform product bounds that error by
+//   |c'_k - c_k| <= |a|_2 |b|_2 ((1+e)^(3n) (1+sqrt5 e)^(3n+1) (1+beta)^(3n) - 1),
+// with e = 2^-53 and the Euclidean norms |a|_2 <= 2^w sqrt(Da), |b|_2 <= 2^w sqrt(Db). The line
+// engine computes a real line of length L through a complex line of L/2 and one recombination by
+// roots, which the bound covers by counting n + 1 levels; its roots are exact to the last bit,
+// beta <= e. For (n+1) e << 1 the bracket is below 1.01 (3 (n+1) + sqrt5 (3(n+1) + 1) + 3 (n+1)) e
+// <= 1.01 (12.71 (n+1) + 2.24) e, so
+//   |c'_k - c_k| <= 2^(2w) sqrt(Da Db) 1.01 (12.71 (n+1) + 2.24) 2^-53.
+// tuning::transform_digits_exact() is this test; choose() takes the shortest length and for it
+// the widest w <= 16 for which the bound is at most 1/4: rounding to the nearest integer then
+// gives c_k exactly, with a margin of a factor 2. Square products of n limbs get 16-bit digits up
+// to 1,440 limbs, 15 bits from there (L = 2^15 at 4,096 limbs), 14 from 4,734 limbs, 12 from
+// 53,250 and 10 from 620,350 limbs.
+//
+// As a second guard the carry pass measures the largest distance of a coefficient to its
+// integer; should it ever reach 1/4 the product is recomputed with digits a bit narrower, so a
+// result is never returned on a doubtful rounding.
+#include <atomic>
+#include <cmath>
+
+#include "bignum/bignum.h"
+#include "bignum/tuning.h"
+#include "dft/engine.h"
+
+namespace zvx::bn {
+
+namespace {
+
+namespace dft = zvx::dft;
+
+int log2_ceil(long v) {
+  int k = 0;
+  while ((1L << k) < v) ++k;
+  return k;
+}
+
+// One engine context per length up to 2^tuning::transform_cached_log2, built at the first product
+// of that length and kept for the process: building one computes its roots and plan, which costs
+// several transforms (at 4,096 limbs it took 7.4 ms of a 7.6 ms product), and the compute
+// entries only read it, so threads share it (each call brings its own scratch). Two threads that
+// build the same length at once keep one context and free the other. Longer lengths build a
+// context per call, so that their tables do not stay in memory.
+std::atomic<dft::PrimitiveDftContext*> g_contexts[tuning::transform_cached_log2 + 1];
+
+dft::PrimitiveDftContext* context_for(int n) {
+  if (n > tuning::transform_cached_log2) {
+    dft::PrimitiveDftContext* own = nullptr;
+    return dft::primitive_dft_create(&own, dft::context_real_double, 1 << n, dft::scale_none, 0) == 0 ? own : nullptr;
+  }
+  dft::PrimitiveDftContext* ctx = g_contexts[n].load(std::memory_order_acquire);
+  if (ctx) return ctx;
+  dft::PrimitiveDftContext* made = nullptr;
+  if (dft::primitive_dft_create(&made, dft::context_real_double, 1 << n, dft::scale_none, 0) != 0) return nullptr;
+  if (g_contexts[n].compare_exchange_strong(ctx, made, std::memory_order_acq_rel)) return made;
+  dft::primitive_dft_free(made);
+  return ctx;
+}
+
+struct plan {
+  int w;   // digit bits
+  int n;   // log2 of the length
+  long da, db;
+};
+
+// The shortest length and, for it, the widest digits that the bound allows; `narrower` forces
+// digits below that width (the guard's second try).
+plan choose(long abits, long bbits, int narrower) {
+  plan best{0, 0, 0, 0};
+  for (int w = 16; w >= 4; --w) {
+    if (narrower && w >= narrower) continue;
+    const long da = (abits + w - 1) / w, db = (bbits + w - 1) / w;
+    const int n = log2_ceil(da + db - 1);
+    if (!tuning::transform_digits_exact(w, da, db, n)) continue;
+    if (n > 30) continue;
+    if (best.w == 0 || n < best.n) best = {w, n, da, db};
+  }
+  return best;
+}
+
+// The w-bit digits of x (xn limbs), lowest first, as doubles, padded with zeros to len.
+void split(double* out, const limb* x, int xn, int w, long digits, long len) {
+  const uint64_t mask = (uint64_t{1} << w) - 1;
+  uint64_t acc = 0;
+  int have = 0;
+  int next = 0;
+  for (long i = 0; i < digits; ++i) {
+    if (have < w) {
+      if (next < xn) acc |= static_cast<uint64_t>(x[next]) << have;
+      ++next;
+      have += 32;
+    }
+    out[i] = static_cast<double>(acc & mask);
+    acc >>= w;
+    have -= w;
+  }
+  for (long i = digits; i < len; ++i) out[i] = 0.0;
+}
+
+// Pointwise product of two half spectra in the perm layout (length even): R(0) and R(N/2) are
+// real and stand first, then R(k), I(k) pairs.
+void multiply_spectra(double* x, const double* y, long len) {
+  x[0] *= y[0];
+  x[1] *= y[1];
+  for (long k = 2; k < len; k += 2) {
+    const double re = x[k] * y[k] - x[k + 1] * y[k + 1];
+    const double im = x[k] * y[k + 1] + x[k + 1] * y[k];
+    x[k] = re;
+    x[k + 1] = im;
+  }
+}
+
+// r (rn limbs) = sum of round(c_k / len) 2^(k w); returns the largest rounding distance seen.
+double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
+  const double scale = 1.0 / static_cast<double>(len);  // a power of two: exact
+  unsigned __int128 acc = 0;
+  long base = 0;  // bit position of acc's bit 0, a multiple of 32
+  int out = 0;
+  double worst = 0.0;
+  for (long k = 0; k < terms; ++k) {
+    const double v = c[k] * scale;
+    // Adding and taking away 1.5 2^52 rounds to the nearest integer: every coefficient is below
+    // 2^47 (the bound of the header keeps 2^(2w) sqrt(Da Db) below that).
+    const double rounded = (v + 0x1.8p52) - 0x1.8p52;
+    const double dist = std::fabs(v - rounded);
+    if (dist > worst) worst = dist;
+    const uint64_t ck = rounded > 0 ? static_cast<uint64_t>(rounded) : 0;
+    acc += static_cast<unsigned __int128>(ck) << (k * w - base);
+    // Bits below (k+1) w are final: no later coefficient reaches them.
+    while (base + 32 <= (k + 1) * w && out < rn) {
+      r[out++] = static_cast<limb>(acc);
+      acc >>= 32;
+      base += 32;
+    }
+  }
+  while (out < rn) {
+    r[out++] = static_cast<limb>(acc);
+    acc >>= 32;
+  }
+  return worst;
+}
+
+// One attempt with the given plan; returns the guard's distance, or -1 when the engine failed.
+double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const plan& p) {
+  const long len = 1L << p.n;
+  const bool square = a == b && an == bn;
+  dft::PrimitiveDftContext* ctx = context_for(p.n);
+  if (ctx == nullptr) return -1.0;
+  int scratch_bytes = 0;
+  dft::primitive_dft_buffer_size(ctx, &scratch_bytes);
+  const size_t doubles = static_cast<size_t>(len) * (square ? 1 : 2);
+  const size_t bytes = doubles * sizeof(double) + static_cast<size_t>(scratch_bytes) + 32;
+  void* block = allocate(bytes);
+  if (block == nullptr) {
+    // A hook that cannot give the arrays: the caller takes a method without them.
+    if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
+    return -1.0;
+  }
+  double* x = static_cast<double*>(block);  // the allocate hook's blocks are 32-byte aligned
+  double* y = square ? x : x + len;
+  void* scratch = scratch_bytes ? static_cast<void*>(x + doubles) : nullptr;
+  double result = -1.0;
+  split(x, a, an, p.w, p.da, len);
+  if (dft::primitive_dft_forward_d_perm(x, x, ctx, scratch) == 0) {
+    bool ok = true;
+    if (!square) {
+      split(y, b, bn, p.w, p.db, len);
+      ok = dft::primitive_dft_forward_d_perm(y, y, ctx, scratch) == 0;
+    }
+    if (ok) {
+      multiply_spectra(x, y, len);
+      if (dft::primitive_dft_inverse_d_perm(x, x, ctx, scratch) == 0)
+        result = carry(r, an + bn, x, p.da + p.db - 1, p.w, len);
+    }
+  }
+  release(block, bytes);
+  if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
+  return result;
+}
+
+}  // namespace
+
+bool transform_mul(limb* r, const limb* a, int an, const limb* b, int bn) {
+  const long abits = 32L * an, bbits = 32L * bn;
+  int narrower = 0;
+  for (int tries = 0; tries < 3; ++tries) {
+    plan p = choose(abits, bbits, narrower);
+    if (p.w == 0) return false;
+    double d = attempt(r, a, an, b, bn, p);
+    if (d < 0) return false;
+    if (d < 0.25) return true;
+    narrower = p.w;
+  }
+  return false;
+}
+
+}  // namespace zvx::bn

@@ -1,0 +1,251 @@
+// The subquadratic paths against the system GMP, at sizes on both sides of every entry in
+// tuning.h: divide-and-conquer division and base conversion, Lehmer's gcd.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "bignum/gmp_peer.h"
+#include "bignum/tuning.h"
+
+using namespace bntest;
+namespace tn = zvx::bn::tuning;
+
+namespace {
+
+using peer_qr = void (*)(gz*, gz*, const gz*, const gz*);
+
+// Hex text of `limbs` limbs in one of the patterns that find correction faults: random, all ones,
+// a one followed by zeros (the smallest normalised divisor), ones above zeros.
+std::string pattern(std::mt19937_64& rng, int limbs, int kind) {
+  if (limbs <= 0) return "0";
+  switch (kind) {
+    case 1: return std::string(8 * limbs, 'F');
+    case 2: return "8" + std::string(8 * limbs - 1, '0');
+    case 3: return std::string(4 * limbs, 'F') + std::string(4 * limbs, '0');
+    case 4: return "8" + std::string(8 * limbs - 2, '0') + "1";
+    default: return random_hex(rng, limbs, false);
+  }
+}
+
+void check_division(const std::string& n, const std::string& d) {
+  static peer_qr theirs = gmp().sym<peer_qr>("__gmpz_tdiv_qr");
+  G gn(n), gd(d), gq, gr;
+  theirs(gq.p(), gr.p(), gn.p(), gd.p());
+  Z zn(n), zd(d), zq, zr;
+  mpz_tdiv_qr(zq.p(), zr.p(), zn.p(), zd.p());
+  ASSERT_EQ(zq.str(), upper(gq.str())) << "quotient, " << n.size() / 8 << " by " << d.size() / 8 << " limbs";
+  ASSERT_EQ(zr.str(), upper(gr.str())) << "remainder, " << n.size() / 8 << " by " << d.size() / 8 << " limbs";
+}
+
+}  // namespace
+
+TEST(BignumSubquadratic, DivisionAcrossTheDivideAndConquerEntry) {
+  std::mt19937_64 rng(101);
+  const int e = tn::dc_div_entry;
+  // Divisor sizes around the entry and where the halves reach it; quotient sizes from one limb
+  // (the long division) through half the entry (the first that is cut) to several blocks.
+  for (int dn : {e - 1, e, e + 1, 2 * e - 1, 2 * e, 2 * e + 1, 4 * e + 3, 9 * e + 5}) {
+    for (int qn : {1, e / 2 - 1, e / 2, e / 2 + 1, dn - 1, dn, dn + 1, 2 * dn + 7}) {
+      for (int kind = 0; kind < 5; ++kind) {
+        std::string d = pattern(rng, dn, (kind + 2) % 5);
+        std::string n = pattern(rng, dn + qn, kind);
+        check_division(n, d);
+      }
+      // A numerator just below a multiple of the divisor: the quotient's estimates are at their
+      // largest error. n = d * q - 1 for a random q.
+      std::string q = random_hex(rng, qn, false);
+      Z zd(pattern(rng, dn, 4)), zq(q), zn, one("1");
+      mpz_mul(zn.p(), zd.p(), zq.p());
+      mpz_sub(zn.p(), zn.p(), one.p());
+      check_division(zn.str(), zd.str());
+    }
+  }
+  // Signs and the floor family ride on the same quotient.
+  Z n("-" + pattern(rng, 5 * e, 0)), d(pattern(rng, 2 * e, 0)), q, r;
+  G gn(n.str()), gd(d.str()), gq, gr;
+  mpz_fdiv_qr(q.p(), r.p(), n.p(), d.p());
+  gmp().sym<peer_qr>("__gmpz_fdiv_qr")(gq.p(), gr.p(), gn.p(), gd.p());
+  EXPECT_EQ(q.str(), upper(gq.str()));
+  EXPECT_EQ(r.str(), upper(gr.str()));
+}
+
+TEST(BignumSubquadratic, TextAcrossTheConversionEntries) {
+  std::mt19937_64 rng(103);
+  const int g = tn::get_str_dc_entry, s = tn::set_str_dc_entry;
+  std::vector<int> sizes = {g - 1, g, g + 1, 2 * g + 1, 4 * g + 3, s - 1, s, s + 1, 2 * s + 1, 5 * s + 2, 1100};
+  for (int base : {10, 3, 7, 36}) {
+    for (int n : sizes) {
+      for (int kind = 0; kind < 3; ++kind) {
+        std::string hex = kind == 0 ? random_hex(rng, n) : pattern(rng, n, kind);
+        G gx(hex);
+        Z zx(hex);
+        std::string want = upper(gx.str(base));
+        ASSERT_EQ(zx.str(base), want) << "get_str base " << base << ", " << n << " limbs";
+        Z back;
+        ASSERT_EQ(mpz_set_str(back.p(), gx.str(base).c_str(), base), 0);
+        ASSERT_EQ(back.str(), zx.str()) << "set_str base " << base << ", " << n << " limbs";
+      }
+      // Powers of the base and their neighbours: the low halves are runs of zeros or of the top
+      // digit, which must keep their leading zeros.
+      G p;
+      std::string one_then_zeros = "1" + std::string(static_cast<size_t>(n) * 9, '0');
+      for (const char* tail : {"", "1"}) {
+        std::string text = one_then_zeros.substr(0, one_then_zeros.size() - (*tail ? 1 : 0)) + tail;
+        p.set(text, base);
+        Z z;
+        ASSERT_EQ(mpz_set_str(z.p(), text.c_str(), base), 0);
+        ASSERT_EQ(z.str(), upper(p.str())) << "set_str of a power of " << base;
+        ASSERT_EQ(z.str(base), text) << "get_str of a power of " << base;
+      }
+      std::string top(static_cast<size_t>(n) * 9, base == 10 ? '9' : (base == 3 ? '2' : (base == 7 ? '6' : 'Z')));
+      Z z;
+      ASSERT_EQ(mpz_set_str(z.p(), top.c_str(), base), 0);
+      EXPECT_EQ(z.str(base), top);
+    }
+  }
+  // Leading zeros and a sign in the text.
+  std::string digits = "000" + std::string(40 * s, '7');
+  Z z;
+  ASSERT_EQ(mpz_set_str(z.p(), ("-" + digits).c_str(), 10), 0);
+  EXPECT_EQ(z.str(10), "-" + digits.substr(3));
+}
+
+TEST(BignumSubquadratic, GcdAcrossTheLehmerEntry) {
+  auto theirs = gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_gcd");
+  std::mt19937_64 rng(107);
+  auto check = [&](const std::string& a, const std::string& b) {
+    G ga(a), gb(b), gg;
+    theirs(gg.p(), ga.p(), gb.p());
+    Z za(a), zb(b), zg;
+    mpz_gcd(zg.p(), za.p(), zb.p());
+    ASSERT_EQ(zg.str(), upper(gg.str())) << a.size() / 8 << " and " << b.size() / 8 << " limbs";
+    mpz_gcd(za.p(), za.p(), zb.p());  // in place
+    ASSERT_EQ(za.str(), zg.str());
+  };
+  const int e = tn::gcd_lehmer_entry;
+  for (int n : {1, 2, e - 1, e, e + 1, 8, 33, 200, 700}) {
+    if (n < 1) continue;
+    for (int m : {n, n - 1, n / 2, 1}) {
+      if (m < 1) continue;
+      for (int kind = 0; kind < 5; ++kind) check(pattern(rng, n, kind), pattern(rng, m, (kind + 1) % 5));
+      // A large common factor, and signs.
+      std::string c = random_hex(rng, 1 + n / 3, false);
+      Z za(random_hex(rng, n, false)), zb(random_hex(rng, m, false)), zc(c);
+      mpz_mul(za.p(), za.p(), zc.p());
+      mpz_mul(zb.p(), zb.p(), zc.p());
+      check(za.str(), "-" + zb.str());
+    }
+  }
+  // Consecutive Fibonacci numbers: every quotient is 1, the longest remainder sequence.
+  Z f1, f2;
+  mpz_fib2_ui(f1.p(), f2.p(), 20000);
+  check(f1.str(), f2.str());
+  check("0", "-" + random_hex(rng, 9, false));
+  check(random_hex(rng, 9), "0");
+}
+
+namespace {
+
+// The transform's digit width for a square product of n limbs: the widest digits at the
+// shortest length that the error bound of tuning.h allows.
+int transform_width(int n) {
+  int best_w = 0, best_len = 0;
+  for (int w = 16; w >= 4; --w) {
+    const long d = (32L * n + w - 1) / w;
+    int len = 0;
+    while ((1L << len) < 2 * d - 1) ++len;
+    if (!tn::transform_digits_exact(w, d, d, len)) continue;
+    if (best_w == 0 || len < best_len) best_w = w, best_len = len;
+  }
+  return best_w * 100 + best_len;
+}
+
+void check_product(const std::string& a, const std::string& b, const char* what) {
+  static auto theirs = gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul");
+  G ga(a), gb(b), gr;
+  theirs(gr.p(), ga.p(), gb.p());
+  Z za(a), zb(b), zr;
+  mpz_mul(zr.p(), za.p(), zb.p());
+  ASSERT_EQ(zr.str(), upper(gr.str())) << what << ", " << a.size() / 8 << " by " << b.size() / 8 << " limbs";
+}
+
+}  // namespace
+
+TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
+  std::mt19937_64 rng(109);
+  std::vector<int> sizes = {tn::transform_entry - 1, tn::transform_entry, tn::transform_entry + 1};
+  // Above the entry: the first size where the length doubles, and the first two where the digits
+  // narrow; there the rounding error is closest to its bound. All-ones operands give the largest
+  // coefficients.
+  int lengths = 0, widths = 0;
+  for (int n = tn::transform_entry + 1, prev = transform_width(tn::transform_entry); widths < 2 && n < 40000; ++n) {
+    const int now = transform_width(n);
+    if (now / 100 != prev / 100 || (now != prev && lengths == 0)) {
+      sizes.push_back(n - 1);
+      sizes.push_back(n);
+      if (now / 100 != prev / 100)
+        ++widths;
+      else
+        ++lengths;
+    }
+    prev = now;
+  }
+  ASSERT_EQ(widths, 2);
+  for (int n : sizes) {
+    const std::string ones(8 * static_cast<size_t>(n), 'F');
+    check_product(ones, ones, "all ones, square");
+    check_product(ones, pattern(rng, n, 3), "all ones by ones-and-zeros");
+    check_product(random_hex(rng, n, false), random_hex(rng, n, false), "random");
+    Z x(random_hex(rng, n, false)), sq, sq2;
+    mpz_mul(sq.p(), x.p(), x.p());  // the one-transform square
+    G gx(x.str()), gs;
+    gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul")(gs.p(), gx.p(), gx.p());
+    ASSERT_EQ(sq.str(), upper(gs.str())) << "square, " << n << " limbs";
+  }
+  // Unbalanced: pieces of the shorter operand's length take the transform.
+  check_product(random_hex(rng, 3 * tn::transform_entry + 17, false), random_hex(rng, tn::transform_entry, false),
+                "unbalanced");
+  // Signs and the accumulating forms ride on the same product.
+  std::string a = "-" + random_hex(rng, tn::transform_entry + 5, false), b = random_hex(rng, tn::transform_entry + 9);
+  check_product(a, b, "signed");
+}
+
+namespace {
+// Allocate hook that refuses blocks from a size on, the way a memory-starved hook would.
+size_t g_refuse_from = 0;
+int g_refused = 0;
+void* (*g_inner_alloc)(size_t) = nullptr;
+void* refusing_alloc(size_t n) {
+  if (n >= g_refuse_from) {
+    ++g_refused;
+    return nullptr;
+  }
+  return g_inner_alloc(n);
+}
+}  // namespace
+
+TEST(BignumSubquadratic, ToomThreeServesWhenTheTransformCannotHaveItsArrays) {
+  // The transform's arrays take 64 bytes a limb of the product's operands and more, Toom-3's
+  // scratch and everything else below 48: refusing from 48 bytes a limb leaves Toom-3 to do the
+  // product, around its entry and where its thirds reach it.
+  std::mt19937_64 rng(113);
+  void* (*realloc_fn)(void*, size_t, size_t);
+  void (*free_fn)(void*, size_t);
+  mp_get_memory_functions(&g_inner_alloc, &realloc_fn, &free_fn);
+  const int e = tn::toom3_entry;
+  for (int n : {e - 1, e, e + 1, e + 2, 3 * e - 2}) {
+    std::string a = n % 2 ? std::string(8 * static_cast<size_t>(n), 'F') : random_hex(rng, n, false);
+    std::string b = random_hex(rng, n, false);
+    G ga(a), gb(b), gr;
+    gmp().sym<void (*)(gz*, const gz*, const gz*)>("__gmpz_mul")(gr.p(), ga.p(), gb.p());
+    Z za(a), zb(b), zr;
+    mpz_realloc(zr.p(), 2 * n + 2);
+    g_refuse_from = 48 * static_cast<size_t>(n);
+    g_refused = 0;
+    mp_set_memory_functions(refusing_alloc, realloc_fn, free_fn);
+    mpz_mul(zr.p(), za.p(), zb.p());
+    mp_set_memory_functions(g_inner_alloc, realloc_fn, free_fn);
+    EXPECT_GT(g_refused, 0) << n;
+    ASSERT_EQ(zr.str(), upper(gr.str())) << n << " limbs";
+  }
+}
