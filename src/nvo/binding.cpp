@@ -347,14 +347,25 @@ const void* set_input_vector(const void* input) { return bound<abi::set_input_fn
 
 }  // namespace zvx::nvo
 
-ZVX_EXPORT void vdCos(int n, const double* a, double* r) { vector_call("vdCos", kCos, g_threshold_dcos, n, a, r); }
-ZVX_EXPORT void vdSin(int n, const double* a, double* r) { vector_call("vdSin", kSin, g_threshold_dsin, n, a, r); }
-ZVX_EXPORT void vsCos(int n, const float* a, float* r) {
+namespace zvx::nvo {
+void vector_cos(int n, const double* a, double* r) {
+  vector_call("vdCos", kCos, g_threshold_dcos, n, a, r);
+}
+void vector_sin(int n, const double* a, double* r) {
+  vector_call("vdSin", kSin, g_threshold_dsin, n, a, r);
+}
+void vector_cos(int n, const float* a, float* r) {
   vector_call("vsCos", kCosSingle, g_threshold_scos, n, a, r);
 }
-ZVX_EXPORT void vsSin(int n, const float* a, float* r) {
+void vector_sin(int n, const float* a, float* r) {
   vector_call("vsSin", kSinSingle, g_threshold_ssin, n, a, r);
 }
+}  // namespace zvx::nvo
+
+ZVX_EXPORT void vdCos(int n, const double* a, double* r) { zvx::nvo::vector_cos(n, a, r); }
+ZVX_EXPORT void vdSin(int n, const double* a, double* r) { zvx::nvo::vector_sin(n, a, r); }
+ZVX_EXPORT void vsCos(int n, const float* a, float* r) { zvx::nvo::vector_cos(n, a, r); }
+ZVX_EXPORT void vsSin(int n, const float* a, float* r) { zvx::nvo::vector_sin(n, a, r); }
 // The count-by-reference forms share the threshold and the entries of the by-value ones.
 ZVX_EXPORT void vdsin(const int* n, const double* a, double* r) {
   vector_call("vdSin", kSin, g_threshold_dsin, *n, a, r);

@@ -19,6 +19,14 @@ const void* set_input_vector(const void* input);
 // or 's'; `function` the function number of the cost tables (110 cosine, 120 sine, ...).
 int thread_threshold(char precision, int function);
 
+// The vector sine and cosine as the library's other subsystems call them (the tables of the
+// trigonometric transforms and the Poisson solvers): the bodies of vdSin, vsSin, vdCos, vsCos,
+// with their thresholds and reports.
+void vector_sin(int n, const double* a, double* r);
+void vector_sin(int n, const float* a, float* r);
+void vector_cos(int n, const double* a, double* r);
+void vector_cos(int n, const float* a, float* r);
+
 // Random-bit streams, with the checks and reports of the exported sgx*/viRng* entries.
 int new_stream(void** stream, int brng, unsigned int seed);
 int delete_stream(void** stream);

@@ -5,20 +5,18 @@
 #include "pde_poisson/poisson.h"
 #include "service/cpu_features.h"
 #include "pde_poisson/trig_calls.h"
-#include "zvx_nvo.h"
+#include "nvo/nvo_internal.h"
 
 namespace zvx::poisson {
 
 double sine(double x) {
-  const int one = 1;
   double r = 0;
-  vdsin(&one, &x, &r);
+  nvo::vector_sin(1, &x, &r);
   return r;
 }
 float sine(float x) {
-  const int one = 1;
   float r = 0;
-  vssin(&one, &x, &r);
+  nvo::vector_sin(1, &x, &r);
   return r;
 }
 

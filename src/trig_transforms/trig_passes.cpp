@@ -2,16 +2,16 @@
 // them; the running sums stay serial, as their rounding is part of the result.
 #include "trig_transforms/trig_passes.h"
 
-#include "zvx_nvo.h"
+#include "nvo/nvo_internal.h"
 
 namespace zvx::trig {
 namespace {
 
 // The library's own sine and cosine are the one source of table values, one element per call.
-inline void sin1(const double* a, double* r) { vdSin(1, a, r); }
-inline void sin1(const float* a, float* r) { vsSin(1, a, r); }
-inline void cos1(const double* a, double* r) { vdCos(1, a, r); }
-inline void cos1(const float* a, float* r) { vsCos(1, a, r); }
+inline void sin1(const double* a, double* r) { nvo::vector_sin(1, a, r); }
+inline void sin1(const float* a, float* r) { nvo::vector_sin(1, a, r); }
+inline void cos1(const double* a, double* r) { nvo::vector_cos(1, a, r); }
+inline void cos1(const float* a, float* r) { nvo::vector_cos(1, a, r); }
 
 template <class R> constexpr R kPi = R(3.141592653589793);
 template <> constexpr float kPi<float> = 3.1415927f;

@@ -10,9 +10,19 @@
 #include "trig_reference.h"
 #include "trig_transforms/trig_messages.h"
 #include "trig_transforms/trig_passes.h"
+#include "zvx_nvo.h"
 
 namespace tt = zvx::trig;
 using namespace trig_test;
+
+// The passes are linked here on their own, outside the library, whose internal sine and cosine
+// are hidden: the tables take their values through the exported entries of the same functions.
+namespace zvx::nvo {
+void vector_sin(int n, const double* a, double* r) { vdSin(n, a, r); }
+void vector_sin(int n, const float* a, float* r) { vsSin(n, a, r); }
+void vector_cos(int n, const double* a, double* r) { vdCos(n, a, r); }
+void vector_cos(int n, const float* a, float* r) { vsCos(n, a, r); }
+}  // namespace zvx::nvo
 
 namespace {
 
