@@ -6,8 +6,7 @@ namespace zvx::dft::isa_portable {
 namespace {
 
 constexpr large_kernels table =
-    large_detail::kernels_for<large_detail::scalar_vector<float>,
-                              large_detail::scalar_vector<double>>();
+    large_detail::kernels_for<scalar_complex<float>, scalar_complex<double>>();
 
 }  // namespace
 

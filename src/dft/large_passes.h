@@ -1,8 +1,7 @@
 // The passes of the large power-of-two engine, written once over a vector type and compiled per
-// instruction set. An instruction-set file defines its vector types (a struct with `real`, `R`,
-// `W` complex elements a vector, loads, stores, adds, the complex products, the products by -i
-// and +i, and a transpose of W vectors of W elements), includes this header inside its own
-// namespace and fills its table with `kernels_for`.
+// instruction set. An instruction-set file takes its vector types from vectors_<isa>.h (the
+// same ones the line engine uses: loads, stores, adds, the complex products, the products by -i
+// and +i, and a transpose of W vectors of W elements) and fills its table with `kernels_for`.
 //
 // Forward passes are decimations in frequency in place: a radix-4 step on a block of M = 4Q
 // elements reads a0..a3 at j, j+Q, j+2Q, j+3Q and writes
@@ -15,42 +14,13 @@
 #include <cstdint>
 
 #include "dft/large_engine.h"
+#include "dft/vectors_scalar.h"
 
 namespace zvx::dft::large_detail {
-
-// One complex element a "vector": the portable path, and leaves too short for a transpose.
-template <class T>
-struct scalar_vector {
-  using real = T;
-  struct R {
-    T re, im;
-  };
-  static constexpr int W = 1;
-  static R load(const T* p) { return {p[0], p[1]}; }
-  static void store(T* p, R v) { p[0] = v.re; p[1] = v.im; }
-  static R add(R a, R b) { return {a.re + b.re, a.im + b.im}; }
-  static R sub(R a, R b) { return {a.re - b.re, a.im - b.im}; }
-  static R neg_i(R a) { return {a.im, -a.re}; }
-  static R pos_i(R a) { return {-a.im, a.re}; }
-  template <bool Conj>
-  static R cmul(R a, R w) {
-    if constexpr (Conj) return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
-    else return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
-  }
-  template <bool Conj>
-  static R cmul_split(R a, T wr, T wi) { return cmul<Conj>(a, R{wr, wi}); }
-  static void transpose(R*) {}
-};
 
 template <class T>
 inline const T* at(const large_table* t, int64_t offset) {
   return reinterpret_cast<const T*>(reinterpret_cast<const char*>(t) + offset);
-}
-
-template <class V, bool Inv>
-inline typename V::R rot(typename V::R b) {
-  if constexpr (Inv) return V::pos_i(b);
-  else return V::neg_i(b);
 }
 
 // One radix-4 step on vectors; w1, w2, w3 are the roots of the step (conjugated going back).
@@ -339,7 +309,7 @@ void column_pass(typename V::real* x, const large_column_plan* plan, const large
 
 template <class V>
 void leaf(typename V::real* x, int lg, const large_table* t, int inverse) {
-  using S = scalar_vector<typename V::real>;
+  using S = scalar_complex<typename V::real>;
   if ((1L << lg) < static_cast<long>(V::W) * V::W) {
     if (inverse) leaf_vector<S, true>(x, lg, t);
     else leaf_vector<S, false>(x, lg, t);
