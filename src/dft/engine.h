@@ -119,7 +119,8 @@ int primitive_dft_inverse_z_lines(const zvx_complex16* in, long in_stride, long 
 //   ccs:  R(0), 0, R(1), I(1), ..., R(N/2), 0                           N even, N + 2 reals
 //         R(0), 0, R(1), I(1), ..., R((N-1)/2), I((N-1)/2)              N odd,  N + 1 reals
 // `in` and `out` may be the same array (which then holds the larger of the two sizes). The inverse
-// entries may overwrite their input when it is not the output. Scratch as for the complex entries.
+// entries leave their input as it was when it is not the output (the descriptor layer runs them
+// straight from the caller's array). Scratch as for the complex entries.
 int primitive_dft_forward_s_perm(const float* in, float* out, PrimitiveDftContext* context,
                                  void* scratch);
 int primitive_dft_forward_s_pack(const float* in, float* out, PrimitiveDftContext* context,
