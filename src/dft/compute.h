@@ -39,4 +39,22 @@ inline void* scratch_of(const DftiDimensionRecord* first, long i) {
   return static_cast<char*>(first->workspace) + i * first->workspace_size;
 }
 
+// User-thread mode: a call takes the first free busy flag, whose index selects its scratch block,
+// and gives it back when done; -1 when every flag is taken (the caller reports status 8). The flags
+// are taken by compare-and-swap rather than under a lock: callers that transform short lines one
+// after another on several threads would otherwise spend longer waiting for the lock than
+// transforming.
+inline long take_user_slot(const DftiDimensionRecord* first) {
+  for (long i = 0; i < first->number_of_user_threads; ++i) {
+    int32_t expected = 0;
+    if (__atomic_compare_exchange_n(&first->user_thread_flags[i], &expected, 1, false,
+                                    __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+      return i;
+  }
+  return -1;
+}
+inline void give_user_slot(const DftiDimensionRecord* first, long slot) {
+  __atomic_store_n(&first->user_thread_flags[slot], 0, __ATOMIC_RELEASE);
+}
+
 }  // namespace zvx::dft

@@ -138,25 +138,14 @@ int parallel_line(const call<E>& c, int T) {
 template <class E>
 int user_thread_call(const call<E>& c) {
   const DftiDimensionRecord* first = c.first;
-  long slot = -1;
-#pragma omp critical(zvx_dft)
-  {
-    for (long i = 0; i < first->number_of_user_threads; ++i) {
-      if (first->user_thread_flags[i] != 1) {
-        first->user_thread_flags[i] = 1;
-        slot = i;
-        break;
-      }
-    }
-  }
+  const long slot = take_user_slot(first);
   if (slot < 0) return DFTI_NUMBER_OF_THREADS_ERROR;
   void* scratch = scratch_of(first, slot);
   const int status =
       first->single_direct == 1
           ? slot_of<E>(first, c.forward)(c.in, c.out, first, scratch)
           : serial_frame(c, 0, first->number_of_transforms, scratch);
-#pragma omp critical(zvx_dft)
-  first->user_thread_flags[slot] = 0;
+  give_user_slot(first, slot);
   return status;
 }
 
