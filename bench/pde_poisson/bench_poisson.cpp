@@ -249,10 +249,10 @@ int main(int argc, char** argv) {
       "sweep per mode, the modes of a grid line side by side. The difference column is the "
       "largest difference of the two solutions relative to the largest value. The two-thread "
       "column is the least wall-clock time of one call with ipar[22] = 1 over that with 2. The "
-      "threads share each transform descriptor in its user-thread mode, whose per-call bookkeeping "
-      "(a slot taken and given back under a lock) costs more than the transform of one grid line "
-      "(some 1.4 us at 1,024): rows transformed on two threads took four times the CPU time of one "
-      "thread in a separate probe, which limits the speed-up together with the load.");
+      "threads share each transform descriptor in its user-thread mode: rows transformed on two "
+      "threads took four times the CPU time of one thread in a separate probe, which limits the "
+      "speed-up; the cause is not found yet (taking the busy flags by compare-and-swap instead of "
+      "under a lock changed nothing measurable).");
   if (FILE* f = std::fopen("/proc/loadavg", "r")) {
     double load = 0;
     if (std::fscanf(f, "%lf", &load) == 1) {
