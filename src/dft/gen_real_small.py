@@ -114,7 +114,7 @@ def forward(n):
         z = fft(e, [(x[2 * j], x[2 * j + 1]) for j in range(h)], -1)
         r0 = e.let("%s + %s" % z[0])
         rh = e.let("%s - %s" % z[0])
-        spec = [None] * h
+        bins = [None] * h
         for k in range(1, (h + 1) // 2):
             a, b = z[k], z[h - k]
             er = e.let("T(0.5L) * (%s + %s)" % (a[0], b[0]))
@@ -123,11 +123,11 @@ def forward(n):
             o = (e.let("%s + %s" % (a[1], b[1])), e.let("%s - %s" % (b[0], a[0])))
             c, s = cos_sin(k, n)
             t = cmul_const(e, o, c / 2, -s / 2)
-            spec[k] = (e.let("%s + %s" % (er, t[0])), e.let("%s + %s" % (ei, t[1])))
-            spec[h - k] = (e.let("%s - %s" % (er, t[0])), e.let("%s - %s" % (t[1], ei)))
+            bins[k] = (e.let("%s + %s" % (er, t[0])), e.let("%s + %s" % (ei, t[1])))
+            bins[h - k] = (e.let("%s - %s" % (er, t[0])), e.let("%s - %s" % (t[1], ei)))
         if h % 2 == 0:
-            spec[h // 2] = (z[h // 2][0], e.let("-" + z[h // 2][1]))
-        pairs = spec[1:]
+            bins[h // 2] = (z[h // 2][0], e.let("-" + z[h // 2][1]))
+        pairs = bins[1:]
     body = ["template <class T>", "void forward_%d(const T* in, T* out, int format) {" % n]
     body += loads + e.lines
     for i, fmt in enumerate(("perm", "pack", "ccs")):

@@ -163,14 +163,14 @@ void check_length(long n, unsigned seed) {
     ASSERT_EQ(E::forward(f)(z.data(), z.data(), ctx.c, nullptr), engine_ok);
     EXPECT_LT(rms_error(z.data(), want), real_bound<T>(n));
 
-    std::vector<T> spec = rounded<T>(want);
+    std::vector<T> packed = rounded<T>(want);
     std::vector<T> back(n + 1, T(7));
-    ASSERT_EQ(E::inverse(f)(spec.data(), back.data(), ctx.c, scratch.data()), engine_ok);
+    ASSERT_EQ(E::inverse(f)(packed.data(), back.data(), ctx.c, scratch.data()), engine_ok);
     EXPECT_LT(rms_error(back.data(), nx), real_bound<T>(n));
     EXPECT_EQ(back[n], T(7));
-    spec = rounded<T>(want);
-    ASSERT_EQ(E::inverse(f)(spec.data(), spec.data(), ctx.c, nullptr), engine_ok);
-    EXPECT_LT(rms_error(spec.data(), nx), real_bound<T>(n));
+    packed = rounded<T>(want);
+    ASSERT_EQ(E::inverse(f)(packed.data(), packed.data(), ctx.c, nullptr), engine_ok);
+    EXPECT_LT(rms_error(packed.data(), nx), real_bound<T>(n));
   }
 }
 
@@ -286,12 +286,12 @@ TYPED_TEST(EngineReal, StraightLineKernels) {
       E::small_forward(n)(z.data(), z.data(), f);
       EXPECT_LT(rms_error(z.data(), want), real_bound<T>(n));
 
-      std::vector<T> spec = rounded<T>(want), back(n + 1, T(7));
-      E::small_inverse(n)(spec.data(), back.data(), f);
+      std::vector<T> packed = rounded<T>(want), back(n + 1, T(7));
+      E::small_inverse(n)(packed.data(), back.data(), f);
       EXPECT_LT(rms_error(back.data(), nx), real_bound<T>(n));
       EXPECT_EQ(back[n], T(7));
-      E::small_inverse(n)(spec.data(), spec.data(), f);
-      EXPECT_LT(rms_error(spec.data(), nx), real_bound<T>(n));
+      E::small_inverse(n)(packed.data(), packed.data(), f);
+      EXPECT_LT(rms_error(packed.data(), nx), real_bound<T>(n));
     }
   }
   for (int n : {0, 1, 3, 6, 128, -2}) {
