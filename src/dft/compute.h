@@ -39,6 +39,23 @@ inline void* scratch_of(const DftiDimensionRecord* first, long i) {
   return static_cast<char*>(first->workspace) + i * first->workspace_size;
 }
 
+// The one form of every parallel region of the complex and real families: body(i, scratch_i) for
+// i in [0, iterations), statically scheduled over `threads` threads, iteration i with the i-th
+// block of the workspace; the first nonzero status is kept under the subsystem's critical section.
+template <class F>
+int region(const DftiDimensionRecord* first, int threads, long iterations, F body) {
+  int status = DFTI_NO_ERROR;
+#pragma omp parallel for schedule(static) num_threads(threads)
+  for (long i = 0; i < iterations; ++i) {
+    const int s = body(i, scratch_of(first, i));
+#pragma omp critical(zvx_dft)
+    if (status == DFTI_NO_ERROR) status = s;
+  }
+  return status;
+}
+
+inline long ceil_div(long a, long b) { return (a + b - 1) / b; }
+
 // User-thread mode: a call takes the first free busy flag, whose index selects its scratch block,
 // and gives it back when done; -1 when every flag is taken (the caller reports status 8). The flags
 // are taken by compare-and-swap rather than under a lock: callers that transform short lines one

@@ -11,21 +11,6 @@
 namespace zvx::dft {
 namespace {
 
-// Runs body(i, scratch_i) for i in [0, iterations) over `threads` threads; first nonzero status.
-template <class F>
-int region(const DftiDimensionRecord* first, int threads, long iterations, F body) {
-  int status = DFTI_NO_ERROR;
-#pragma omp parallel for schedule(static) num_threads(threads)
-  for (long i = 0; i < iterations; ++i) {
-    const int s = body(i, scratch_of(first, i));
-#pragma omp critical(zvx_dft)
-    if (status == DFTI_NO_ERROR) status = s;
-  }
-  return status;
-}
-
-inline long ceil_div(long a, long b) { return (a + b - 1) / b; }
-
 // Rank 2, one transform: the rows region, then the columns region on the output.
 template <class E>
 int parallel_two_d(const call<E>& c, int T) {

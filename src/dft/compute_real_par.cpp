@@ -13,20 +13,6 @@
 namespace zvx::dft {
 namespace {
 
-template <class F>
-int region(const DftiDimensionRecord* first, int threads, long iterations, F body) {
-  int status = DFTI_NO_ERROR;
-#pragma omp parallel for schedule(static) num_threads(threads)
-  for (long i = 0; i < iterations; ++i) {
-    const int s = body(i, scratch_of(first, i));
-#pragma omp critical(zvx_dft)
-    if (status == DFTI_NO_ERROR) status = s;
-  }
-  return status;
-}
-
-inline long ceil_div(long a, long b) { return (a + b - 1) / b; }
-
 // Runs stage(lo, hi, scratch) on T chunks of [0, total).
 template <class F>
 int chunks(const DftiDimensionRecord* first, int T, long total, F stage) {
