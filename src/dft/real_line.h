@@ -7,6 +7,7 @@
 
 #include "blas/level12/kernels.h"
 #include "dft/descriptor.h"
+#include "dft/engine_tuning.h"
 
 namespace zvx::dft {
 
@@ -62,10 +63,12 @@ inline void scale_reals(long n, R alpha, R* x) {
 template <class R>
 using small_fn = void (*)(const R*, R*, int);
 
-// The straight-line kernel of a length, or null.
+// The straight-line kernel of a length, or null. Above the engine's straight-line limit the
+// half-length passes and the vector recombination are faster than the unrolled scalar code (see
+// the tuning header), so the lines there take the engine entry like any longer line.
 template <class R>
 inline small_fn<R> small_kernel(long n, bool forward) {
-  if (n < 2 || n > 64) return nullptr;
+  if (n < 2 || n > tuning::real_straight_line_limit) return nullptr;
   const int len = static_cast<int>(n);
   if constexpr (sizeof(R) == sizeof(float))
     return forward ? real_small_forward_s(len) : real_small_inverse_s(len);
