@@ -53,6 +53,15 @@ struct engine_kernels {
   // on narrower vectors); x and y may be the same line. No scaling.
   void (*short_single)(const float* x, float* y, int n, int inverse);
   void (*short_double)(const double* x, double* y, int n, int inverse);
+  // A real line of 2n points whose half length n the whole-line kernels take, with the
+  // recombination table h: forward from the line x to Perm in y; inverse from the pairs of
+  // k >= 1 in x (Perm or CCS), R(0) = r0 and R(n) = rn, to the line in y. x and y may be equal.
+  void (*real_short_forward_single)(const float* x, float* y, const float* h, int n);
+  void (*real_short_forward_double)(const double* x, double* y, const double* h, int n);
+  void (*real_short_inverse_single)(const float* x, float* y, const float* h, int n, float r0,
+                                    float rn);
+  void (*real_short_inverse_double)(const double* x, double* y, const double* h, int n, double r0,
+                                    double rn);
 };
 
 // The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.

@@ -2,6 +2,7 @@
 // the compiler makes of plain code.
 #include "dft/engine_passes.h"
 #include "dft/engine_real_passes.h"
+#include "dft/engine_real_short.h"
 
 namespace zvx::dft::isa_portable {
 namespace {
@@ -40,11 +41,28 @@ void short_double(const double* x, double* y, int n, int inverse) {
   engine_detail::run_short_line<scalar_complex<double>>(x, y, n, inverse);
 }
 
+void real_short_forward_single(const float* x, float* y, const float* h, int n) {
+  engine_detail::run_real_short_forward<scalar_complex<float>>(x, y, h, n);
+}
+void real_short_forward_double(const double* x, double* y, const double* h, int n) {
+  engine_detail::run_real_short_forward<scalar_complex<double>>(x, y, h, n);
+}
+void real_short_inverse_single(const float* x, float* y, const float* h, int n, float r0,
+                               float rn) {
+  engine_detail::run_real_short_inverse<scalar_complex<float>>(x, y, h, n, r0, rn);
+}
+void real_short_inverse_double(const double* x, double* y, const double* h, int n, double r0,
+                               double rn) {
+  engine_detail::run_real_short_inverse<scalar_complex<double>>(x, y, h, n, r0, rn);
+}
+
 constexpr engine_kernels table{1, 1, pass_single, pass_double,
                                multiply_single, multiply_double,
                                real_forward_single, real_forward_double,
                                real_inverse_single, real_inverse_double,
-                               short_single, short_double};
+                               short_single, short_double,
+                               real_short_forward_single, real_short_forward_double,
+                               real_short_inverse_single, real_short_inverse_double};
 
 }  // namespace
 

@@ -24,10 +24,16 @@ static_assert(tuning::real_straight_line_limit <= 64, "the straight-line kernels
 enum packed_layout : int { layout_ccs = 54, layout_pack = 55, layout_perm = 56 };
 
 // Half-length contexts of the power-of-two and mixed-radix routes are in natural order and
-// unscaled: their passes run directly.
+// unscaled: their passes run directly, or the whole-line kernel of a short power of two, which
+// keeps the line in registers (the passes took twice its time at 32 and 64 points).
 template <class T>
 void complex_transform(const PrimitiveDftContext* c, const T* in, T* out, T* work, int inverse) {
-  if (c->route == route_power_of_two || (c->route == route_mixed_radix && !c->no_reorder)) {
+  const int n = static_cast<int>(c->length);
+  if (c->short_line) {
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->short_double(in, out, n, inverse);
+    else c->kernels->short_single(in, out, n, inverse);
+  } else if (c->route == route_power_of_two ||
+             (c->route == route_mixed_radix && !c->no_reorder)) {
     if constexpr (sizeof(T) == sizeof(double)) engine_run_plan_double(c, in, out, work, inverse);
     else engine_run_plan_single(c, in, out, work, inverse);
   } else if constexpr (sizeof(T) == sizeof(double)) {
@@ -197,6 +203,11 @@ void forward_perm(const PrimitiveDftContext* c, const T* x, T* y, T* work) {
   const long n = c->length;
   if (n <= tuning::fixed_kernel_limit) {
     fixed_forward(static_cast<int>(n), x, y);
+  } else if (n % 2 == 0 && c->half_context->short_line) {
+    const T* h = static_cast<const T*>(c->real_table);
+    const int half = static_cast<int>(n / 2);
+    if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_short_forward_double(x, y, h, half);
+    else c->kernels->real_short_forward_single(x, y, h, half);
   } else if (n % 2 == 0) {
     complex_transform(c->half_context, x, y, work, 0);
     const T* h = static_cast<const T*>(c->real_table);
@@ -224,6 +235,13 @@ void inverse_perm(const PrimitiveDftContext* c, T* y, T* work) {
   const long n = c->length;
   if (n <= tuning::fixed_kernel_limit) {
     fixed_inverse(static_cast<int>(n), y, y);
+  } else if (n % 2 == 0 && c->half_context->short_line) {
+    const T* h = static_cast<const T*>(c->real_table);
+    const int half = static_cast<int>(n / 2);
+    if constexpr (sizeof(T) == sizeof(double))
+      c->kernels->real_short_inverse_double(y, y, h, half, y[0], y[1]);
+    else
+      c->kernels->real_short_inverse_single(y, y, h, half, y[0], y[1]);
   } else if (n % 2 == 0) {
     const T* h = static_cast<const T*>(c->real_table);
     if constexpr (sizeof(T) == sizeof(double)) c->kernels->real_inverse_double(y, y, h, n / 2);
@@ -287,7 +305,17 @@ int real_compute(const T* in, T* out, PrimitiveDftContext* c, void* scratch, int
       for (long k = 0; k < n; ++k) out[k] *= static_cast<T>(c->scale);
     perm_to_format(out, n, format);
   } else {
-    if (n % 2 == 0 && n > tuning::fixed_kernel_limit && format != layout_pack) {
+    if (n % 2 == 0 && n > tuning::fixed_kernel_limit && format != layout_pack &&
+        c->half_context->short_line) {
+      // The recombination and the half-length line in registers, from the input to the output.
+      const T r0 = in[0], half = in[format == layout_ccs ? n : 1];
+      const T* h = static_cast<const T*>(c->real_table);
+      const int m = static_cast<int>(n / 2);
+      if constexpr (sizeof(T) == sizeof(double))
+        c->kernels->real_short_inverse_double(in, out, h, m, r0, half);
+      else
+        c->kernels->real_short_inverse_single(in, out, h, m, r0, half);
+    } else if (n % 2 == 0 && n > tuning::fixed_kernel_limit && format != layout_pack) {
       // Perm and CCS keep the pairs where the recombination reads them: it reads the input
       // and writes the output, with no copy between them.
       const T r0 = in[0], half = in[format == layout_ccs ? n : 1];

@@ -137,16 +137,15 @@ constexpr bool short_line_serves(int n) {
 // One line of N = W * M points held in M vectors, lane q of vector j being x[q + W j]: the
 // M-point transform across the vectors (lane by lane), each lane q of output vector k turned by
 // w_N^(q k), then, per block of W vectors, a W x W transpose of elements and the W-point
-// transform across the transposed vectors. Output t of block c holds y[M t + W c .. + W - 1].
-// Everything is read before anything is written, so x and y may be the same line.
+// transform across the transposed vectors. Output t of block c holds y[M t + W c .. + W - 1],
+// which is vector (M / W) t + c of y in natural order. v is overwritten.
 template <class V, bool Inv, int N>
-void short_line(const typename V::real* x, typename V::real* y) {
+[[gnu::always_inline]] inline void short_line_registers(typename V::R* v, typename V::R* y) {
   using R = typename V::R;
   using T = typename V::real;
   constexpr int W = V::W, M = N / W;
   static_assert(M >= W && M * W == N);
-  R v[M], z[M];
-  unrolled<M>([&](auto j) { v[decltype(j)::value] = V::load(x + 2 * W * decltype(j)::value); });
+  R z[M];
   straight<V, Inv, M>(v, z);
   if constexpr (W > 1) {
     const T* turns = line_turn_table<T, W, M>.data();
@@ -161,10 +160,20 @@ void short_line(const typename V::real* x, typename V::real* y) {
     unrolled<W>([&](auto i) { u[decltype(i)::value] = z[c * W + decltype(i)::value]; });
     V::transpose(u);
     straight<V, Inv, W>(u, o);
-    unrolled<W>([&](auto t) {
-      V::store(y + 2 * (M * decltype(t)::value + W * c), o[decltype(t)::value]);
-    });
+    unrolled<W>([&](auto t) { y[M / W * decltype(t)::value + c] = o[decltype(t)::value]; });
   });
+}
+
+// The line from memory to memory; everything is read before anything is written, so x and y may
+// be the same line.
+template <class V, bool Inv, int N>
+void short_line(const typename V::real* x, typename V::real* y) {
+  using R = typename V::R;
+  constexpr int W = V::W, M = N / W;
+  R v[M], o[M];
+  unrolled<M>([&](auto j) { v[decltype(j)::value] = V::load(x + 2 * W * decltype(j)::value); });
+  short_line_registers<V, Inv, N>(v, o);
+  unrolled<M>([&](auto j) { V::store(y + 2 * W * decltype(j)::value, o[decltype(j)::value]); });
 }
 
 // The whole-line kernel of length n, when short_line_serves<V>(n).

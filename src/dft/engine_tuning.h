@@ -35,7 +35,7 @@ inline constexpr int real_direct_limit = 180;
 // in double, AVX-512, straight-line against passes: 8 points 3.9 against 10.0 ns, 16 points 11.8
 // against 30.3, 32 points 31.7 against 41.6, but 64 points 88 against 45 (the scalar code of 64
 // points spills its values; the passes run whole vectors). Single precision alike.
-inline constexpr int real_straight_line_limit = 32;
+inline constexpr int real_straight_line_limit = 16;
 
 // The largest odd prime factor the mixed-radix route accepts: the generic odd-radix butterfly
 // costs p^2 / 2 multiply-adds per p points, which at 150 still beats a chirp convolution of the

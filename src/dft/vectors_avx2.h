@@ -26,6 +26,14 @@ struct avx2_double {
   static R neg_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
   static R pos_i(R a) { return _mm256_xor_pd(swap(a), _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0)); }
   static R conj(R a) { return _mm256_xor_pd(a, _mm256_setr_pd(0.0, -0.0, 0.0, -0.0)); }
+  // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi (with
+  // two elements a vector, both are the pair (lo[1], hi[0])).
+  static R shift_down(R lo, R hi) { return _mm256_permute2f128_pd(lo, hi, 0x21); }
+  static R shift_up(R lo, R hi) { return _mm256_permute2f128_pd(lo, hi, 0x21); }
+  // a with its element 0 replaced by (re, im).
+  static R set_first(R a, double re, double im) {
+    return _mm256_blend_pd(a, _mm256_castpd128_pd256(_mm_setr_pd(re, im)), 0x3);
+  }
   static R reverse(R a) { return _mm256_permute2f128_pd(a, a, 0x01); }
   // a times w, with w's real and imaginary parts each repeated over its element.
   static R cmul_dup(R a, R wr, R wi) {
@@ -91,6 +99,20 @@ struct avx2_single {
   }
   static R conj(R a) {
     return _mm256_xor_ps(a, _mm256_setr_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f));
+  }
+  // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi. The
+  // elements move as 64-bit words: t holds elements 2, 3 of lo and 0, 1 of hi.
+  static R shift_down(R lo, R hi) {
+    const __m256d l = _mm256_castps_pd(lo), h = _mm256_castps_pd(hi);
+    return _mm256_castpd_ps(_mm256_shuffle_pd(l, _mm256_permute2f128_pd(l, h, 0x21), 0x5));
+  }
+  static R shift_up(R lo, R hi) {
+    const __m256d l = _mm256_castps_pd(lo), h = _mm256_castps_pd(hi);
+    return _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_permute2f128_pd(l, h, 0x21), h, 0x5));
+  }
+  // a with its element 0 replaced by (re, im).
+  static R set_first(R a, float re, float im) {
+    return _mm256_blend_ps(a, _mm256_castps128_ps256(_mm_setr_ps(re, im, 0.0f, 0.0f)), 0x3);
   }
   static R reverse(R a) {
     return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), 0x1B));

@@ -95,6 +95,17 @@ struct avx512_double {
     const long long sign = static_cast<long long>(0x8000000000000000ull);
     return _mm512_xor_pd(a, _mm512_castsi512_pd(_mm512_set4_epi64(sign, 0, sign, 0)));
   }
+  // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi.
+  static R shift_down(R lo, R hi) {
+    return _mm512_castsi512_pd(_mm512_alignr_epi64(_mm512_castpd_si512(hi), _mm512_castpd_si512(lo), 2));
+  }
+  static R shift_up(R lo, R hi) {
+    return _mm512_castsi512_pd(_mm512_alignr_epi64(_mm512_castpd_si512(hi), _mm512_castpd_si512(lo), 6));
+  }
+  // a with its element 0 replaced by (re, im).
+  static R set_first(R a, double re, double im) {
+    return _mm512_mask_blend_pd(0x3, a, _mm512_castpd128_pd512(_mm_setr_pd(re, im)));
+  }
   static R reverse(R a) {
     return _mm512_permutexvar_pd(_mm512_setr_epi64(6, 7, 4, 5, 2, 3, 0, 1), a);
   }
@@ -176,6 +187,17 @@ struct avx512_single {
   static R conj(R a) {
     return _mm512_xor_ps(a, _mm512_castsi512_ps(_mm512_set1_epi64(
         static_cast<long long>(0x8000000000000000ull))));
+  }
+  // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi.
+  static R shift_down(R lo, R hi) {
+    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(hi), _mm512_castps_si512(lo), 2));
+  }
+  static R shift_up(R lo, R hi) {
+    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(hi), _mm512_castps_si512(lo), 14));
+  }
+  // a with its element 0 replaced by (re, im).
+  static R set_first(R a, float re, float im) {
+    return _mm512_mask_blend_ps(0x3, a, _mm512_castps128_ps512(_mm_setr_ps(re, im, 0.0f, 0.0f)));
   }
   static R reverse(R a) {
     return _mm512_castpd_ps(_mm512_permutexvar_pd(_mm512_setr_epi64(7, 6, 5, 4, 3, 2, 1, 0),

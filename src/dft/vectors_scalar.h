@@ -25,6 +25,10 @@ struct scalar_complex {
   static R pos_i(R a) { return {-a.im, a.re}; }
   static R conj(R a) { return {a.re, -a.im}; }
   static R reverse(R a) { return a; }
+  // With one element a vector, shifting by one element takes the other vector whole.
+  static R shift_down(R, R hi) { return hi; }
+  static R shift_up(R lo, R) { return lo; }
+  static R set_first(R, T re, T im) { return {re, im}; }
   static R cmul_dup(R a, R wr, R wi) {
     return {a.re * wr.re - a.im * wi.re, a.re * wi.re + a.im * wr.re};
   }
