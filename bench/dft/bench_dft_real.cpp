@@ -217,8 +217,8 @@ void real_transform_table(const zvx_bench::options& opt) {
       ", r2c and c2r plans made with FFTW_MEASURE before timing (c2r may overwrite its input, "
       "as FFTW allows by default; ours keeps it). Ratios of the least thread CPU time per call "
       "over alternating samples; speeds count 2.5 n log2 n flops. Instruction set: " +
-      std::string(zvx_bench::vector_isa_name()) + ". Lines of 64 points and fewer run the "
-      "engine's straight-line kernels, which commit chooses for a scale of 1. " +
+      std::string(zvx_bench::vector_isa_name()) + ". Lines of 32 to 128 points run the "
+      "half-length line and the recombination in vector registers. " +
       zvx_bench::load_note());
   t.print();
   t.write_docs(opt);

@@ -185,8 +185,8 @@ int setup_real_record(record* first, record* r) {
     if (status == engine_ok && bytes > r->engine_buffer_size) r->engine_buffer_size = bytes;
   }
   status = map_engine_status(status);
-  // Short lines with a scale of 1 skip the wrapper: powers of two up to 64 take the straight-line
-  // kernels, which read the record's format themselves.
+  // Short lines with a scale of 1 skip the wrapper: powers of two up to the engine's straight-line
+  // limit take the straight-line kernels, which read the record's format themselves.
   if (scale_of<R>(r, true) == R(1) && r->length <= tuning::kRealShortLength) {
     r->not_power_of_two = 0;
     status = DFTI_NO_ERROR;

@@ -15,7 +15,8 @@ inline constexpr int kDirectLengthDouble = 512;
 inline constexpr int kDirectRealCcsSingle = 8192;
 inline constexpr int kDirectRealCcsDouble = 4096;
 // Real lines up to this length with a scale of 1 count as short: the powers of two among them
-// up to 64 run the straight-line kernels instead of the wrapper and the engine.
+// up to the engine's real straight-line limit run the straight-line kernels instead of the
+// wrapper and the engine.
 inline constexpr int kRealShortLength = 128;
 
 // The fast flag a set operation with a vector leaves behind asks for a length below this.

@@ -64,12 +64,12 @@ struct engine_kernels {
                                     double rn);
 };
 
-// The straight-line real kernels of one instruction set, for the lengths 2, 4, ..., 64.
+// The straight-line real kernels of one instruction set, for the lengths 2, 4, 8 and 16.
 struct real_small_table {
-  real_small_s_fn forward_s[6];
-  real_small_d_fn forward_d[6];
-  real_small_s_fn inverse_s[6];
-  real_small_d_fn inverse_d[6];
+  real_small_s_fn forward_s[4];
+  real_small_d_fn forward_d[4];
+  real_small_s_fn inverse_s[4];
+  real_small_d_fn inverse_d[4];
 };
 namespace isa_portable { const real_small_table& real_small_kernels(); }
 namespace isa_avx2 { const real_small_table& real_small_kernels(); }

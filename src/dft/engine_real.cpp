@@ -1,6 +1,7 @@
 // Real contexts of the line engine and their twelve entries. A real line of even length N is a
 // complex line of N/2 pairs (x(2j), x(2j+1)): its half-length transform, recombined with the roots
-// of N, gives the spectrum for half the arithmetic of a complex transform. Odd lengths have no
+// of N, gives the spectrum for half the arithmetic of a complex transform (when the half is a
+// short power of two, both steps in one kernel with the line in registers). Odd lengths have no
 // such pairing: short awkward ones take a direct real sum folded by symmetry, the others a
 // complex transform of the whole line. Every route produces the Perm layout first; Pack and CCS
 // are made from it by moving elements, and their inverse entries rebuild Perm before the
@@ -19,21 +20,16 @@ namespace {
 
 constexpr long double two_pi = 6.283185307179586476925286766559005768L;
 
-static_assert(tuning::real_straight_line_limit <= 64, "the straight-line kernels end at 64 points");
+static_assert(tuning::real_straight_line_limit <= 16, "the straight-line kernels end at 16 points");
 
 enum packed_layout : int { layout_ccs = 54, layout_pack = 55, layout_perm = 56 };
 
 // Half-length contexts of the power-of-two and mixed-radix routes are in natural order and
-// unscaled: their passes run directly, or the whole-line kernel of a short power of two, which
-// keeps the line in registers (the passes took twice its time at 32 and 64 points).
+// unscaled: their passes run directly. (Short powers of two never come here: their real lines
+// run the kernels that keep the half-length line in registers.)
 template <class T>
 void complex_transform(const PrimitiveDftContext* c, const T* in, T* out, T* work, int inverse) {
-  const int n = static_cast<int>(c->length);
-  if (c->short_line) {
-    if constexpr (sizeof(T) == sizeof(double)) c->kernels->short_double(in, out, n, inverse);
-    else c->kernels->short_single(in, out, n, inverse);
-  } else if (c->route == route_power_of_two ||
-             (c->route == route_mixed_radix && !c->no_reorder)) {
+  if (c->route == route_power_of_two || (c->route == route_mixed_radix && !c->no_reorder)) {
     if constexpr (sizeof(T) == sizeof(double)) engine_run_plan_double(c, in, out, work, inverse);
     else engine_run_plan_single(c, in, out, work, inverse);
   } else if constexpr (sizeof(T) == sizeof(double)) {

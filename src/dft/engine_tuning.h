@@ -30,11 +30,14 @@ inline constexpr int direct_limit = 150;
 inline constexpr int real_direct_limit = 180;
 
 // Real powers of two from 8 up to this length run the straight-line kernels of their precision
-// (unrolled, roots as literals, no context tables) in the real entries; longer ones run the
-// half-length complex passes and the vector recombination. Least thread CPU time a forward call
-// in double, AVX-512, straight-line against passes: 8 points 3.9 against 10.0 ns, 16 points 11.8
-// against 30.3, 32 points 31.7 against 41.6, but 64 points 88 against 45 (the scalar code of 64
-// points spills its values; the passes run whole vectors). Single precision alike.
+// (unrolled scalar code, roots as literals, no context tables) in the real entries. From twice
+// this length to twice the short line limit, the half-length line and the recombination run in
+// one function with the line in vector registers (engine_real_short.h); longer ones run the
+// half-length passes and the vector recombination through memory. Least thread CPU time a call
+// through the descriptor, AVX-512, loaded machine: 8 points 11.7 ns straight-line against 19.3
+// on the half-length route; 16 points 14.7 against 17.7 (double) and 14.7 against 23.6 (single);
+// 32 points 35 against 18 to 21, 64 points 95 against 25 to 30 (the scalar code of 64 points
+// spills its values).
 inline constexpr int real_straight_line_limit = 16;
 
 // The largest odd prime factor the mixed-radix route accepts: the generic odd-radix butterfly

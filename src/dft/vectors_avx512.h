@@ -97,10 +97,12 @@ struct avx512_double {
   }
   // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi.
   static R shift_down(R lo, R hi) {
-    return _mm512_castsi512_pd(_mm512_alignr_epi64(_mm512_castpd_si512(hi), _mm512_castpd_si512(lo), 2));
+    const __m512i h = _mm512_castpd_si512(hi), l = _mm512_castpd_si512(lo);
+    return _mm512_castsi512_pd(_mm512_alignr_epi64(h, l, 2));
   }
   static R shift_up(R lo, R hi) {
-    return _mm512_castsi512_pd(_mm512_alignr_epi64(_mm512_castpd_si512(hi), _mm512_castpd_si512(lo), 6));
+    const __m512i h = _mm512_castpd_si512(hi), l = _mm512_castpd_si512(lo);
+    return _mm512_castsi512_pd(_mm512_alignr_epi64(h, l, 6));
   }
   // a with its element 0 replaced by (re, im).
   static R set_first(R a, double re, double im) {
@@ -190,10 +192,12 @@ struct avx512_single {
   }
   // Elements 1 .. W-1 of lo and element 0 of hi; element W-1 of lo and 0 .. W-2 of hi.
   static R shift_down(R lo, R hi) {
-    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(hi), _mm512_castps_si512(lo), 2));
+    const __m512i h = _mm512_castps_si512(hi), l = _mm512_castps_si512(lo);
+    return _mm512_castsi512_ps(_mm512_alignr_epi32(h, l, 2));
   }
   static R shift_up(R lo, R hi) {
-    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(hi), _mm512_castps_si512(lo), 14));
+    const __m512i h = _mm512_castps_si512(hi), l = _mm512_castps_si512(lo);
+    return _mm512_castsi512_ps(_mm512_alignr_epi32(h, l, 14));
   }
   // a with its element 0 replaced by (re, im).
   static R set_first(R a, float re, float im) {

@@ -6,6 +6,7 @@
 
 #include "dft/descriptor.h"
 #include "dft/dft_tuning.h"
+#include "dft/engine_tuning.h"
 #include "dft/real_reference.h"
 
 namespace {
@@ -68,10 +69,11 @@ TYPED_TEST(DftReal, BackwardCcsInPlaceClearsIndexN) {
   }
 }
 
-// The straight-line kernels (scale 1) give the wrapper's numbers (any other scale), scaled.
+// The short lines that skip the wrapper at scale 1 (the straight-line kernels, and the engine's
+// entries straight from the compute call) give the wrapper's numbers (any other scale), scaled.
 TYPED_TEST(DftReal, ShortKernelsAgreeWithTheWrapper) {
   using R = TypeParam;
-  for (long n = 2; n <= 64; n *= 2)
+  for (long n = 2; n <= zvx::dft::tuning::kRealShortLength; n *= 2)
     for (int fmt : kFormats)
       for (bool forward : {true, false}) {
         rconfig c;
@@ -297,7 +299,7 @@ TYPED_TEST(DftReal, StatusesOfBadCalls) {
 TYPED_TEST(DftReal, ShortLineSelectionFollowsTheScale) {
   using R = TypeParam;
   const int precision = sizeof(R) == 4 ? DFTI_SINGLE : DFTI_DOUBLE, real = DFTI_REAL, rank1 = 1;
-  const int n = 64;
+  const int n = zvx::dft::tuning::real_straight_line_limit;
   DFTI_DESCRIPTOR_HANDLE h = nullptr, g = nullptr;
   ASSERT_EQ(dfti_create_descriptor_1d(&h, &precision, &real, &rank1, &n), 0);
   ASSERT_EQ(dfti_create_descriptor_1d(&g, &precision, &real, &rank1, &n), 0);

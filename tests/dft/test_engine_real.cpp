@@ -261,7 +261,7 @@ TYPED_TEST(EngineReal, ScalingFlags) {
 TYPED_TEST(EngineReal, StraightLineKernels) {
   using T = TypeParam;
   using E = real_entries<T>;
-  for (int n = 2; n <= 64; n *= 2) {
+  for (int n = 2; n <= tuning::real_straight_line_limit; n *= 2) {
     SCOPED_TRACE(n);
     ASSERT_NE(E::small_forward(n), nullptr);
     ASSERT_NE(E::small_inverse(n), nullptr);
@@ -294,9 +294,129 @@ TYPED_TEST(EngineReal, StraightLineKernels) {
       EXPECT_LT(rms_error(packed.data(), nx), real_bound<T>(n));
     }
   }
-  for (int n : {0, 1, 3, 6, 128, -2}) {
+  for (int n : {0, 1, 3, 6, 2 * tuning::real_straight_line_limit, 64, 128, -2}) {
     EXPECT_EQ(E::small_forward(n), nullptr);
     EXPECT_EQ(E::small_inverse(n), nullptr);
+  }
+}
+
+template <class T>
+struct real_kernels;
+template <>
+struct real_kernels<float> {
+  static void short_forward(const engine_kernels* k, const float* x, float* y, const float* h,
+                            int n) {
+    k->real_short_forward_single(x, y, h, n);
+  }
+  static void short_inverse(const engine_kernels* k, const float* x, float* y, const float* h,
+                            int n, float r0, float rn) {
+    k->real_short_inverse_single(x, y, h, n, r0, rn);
+  }
+  static void line(const engine_kernels* k, const float* x, float* y, int n, int inverse) {
+    k->short_single(x, y, n, inverse);
+  }
+  static void recombine(const engine_kernels* k, float* z, const float* h, int n) {
+    k->real_forward_single(z, h, n);
+  }
+  static void recombine_inverse(const engine_kernels* k, float* z, const float* x,
+                                const float* h, int n) {
+    k->real_inverse_single(z, x, h, n);
+  }
+};
+template <>
+struct real_kernels<double> {
+  static void short_forward(const engine_kernels* k, const double* x, double* y, const double* h,
+                            int n) {
+    k->real_short_forward_double(x, y, h, n);
+  }
+  static void short_inverse(const engine_kernels* k, const double* x, double* y,
+                            const double* h, int n, double r0, double rn) {
+    k->real_short_inverse_double(x, y, h, n, r0, rn);
+  }
+  static void line(const engine_kernels* k, const double* x, double* y, int n, int inverse) {
+    k->short_double(x, y, n, inverse);
+  }
+  static void recombine(const engine_kernels* k, double* z, const double* h, int n) {
+    k->real_forward_double(z, h, n);
+  }
+  static void recombine_inverse(const engine_kernels* k, double* z, const double* x,
+                                const double* h, int n) {
+    k->real_inverse_double(z, x, h, n);
+  }
+};
+
+// The recombination table of a half length n, from its definition: with h = exp(-2 pi i k / 2n)
+// / 2 for k from 0 to n/2, the forward factors (h.im, -h.re) and the inverse factors
+// (2 h.im, 2 h.re), four arrays of reals each repeated over an element.
+template <class T>
+std::vector<T> recombination_table(int n) {
+  const long double two_pi = 6.283185307179586476925286766559005768L;
+  const int entries = n / 2 + 1;
+  std::vector<T> t(8 * entries);
+  for (int k = 0; k < entries; ++k) {
+    const long double a = two_pi * k / (2 * n);
+    const long double hr = 0.5L * cosl(a), hi = -0.5L * sinl(a);
+    const long double parts[4] = {hi, -hr, 2 * hi, 2 * hr};
+    for (int a = 0; a < 4; ++a)
+      t[2 * a * entries + 2 * k] = t[2 * a * entries + 2 * k + 1] = static_cast<T>(parts[a]);
+  }
+  return t;
+}
+
+// Real lines whose half is a whole line in registers (the half lengths of the short complex
+// lines), straight through the kernel table of the instruction set the test runs under: against
+// the long double spectrum, in and out of place, the inverse from Perm and from CCS (which keep
+// the pairs where the kernel reads them, R(n/2) at 1 or at n) without touching its input; and
+// against the same line run as the half-length transform followed by the recombination through
+// memory, the route of the longer lines.
+TYPED_TEST(EngineReal, InRegisterLinesAgreeWithTheSpectrumAndThePasses) {
+  using T = TypeParam;
+  using K = real_kernels<T>;
+  for (int half = tuning::short_line_least; half <= tuning::short_line_limit; half *= 2) {
+    const int n = 2 * half;
+    SCOPED_TRACE(n);
+    context ctx(real_entries<T>::type, n);
+    ASSERT_EQ(ctx.status, engine_ok);
+    const engine_kernels* k = ctx.c->kernels;
+    const std::vector<T> table = recombination_table<T>(half);
+    const T* h = table.data();
+    for (unsigned seed : {1u, 2u, 3u}) {
+      const std::vector<T> x = random_reals<T>(n, seed * 97 + n);
+      const std::vector<lc> X = real_spectrum(x);
+      const std::vector<long double> want = layout(X, n, perm);
+      std::vector<T> y(n + 1, T(7));
+      K::short_forward(k, x.data(), y.data(), h, half);
+      EXPECT_LT(rms_error(y.data(), want), real_bound<T>(n));
+      EXPECT_EQ(y[n], T(7));
+      std::vector<T> z = x;
+      K::short_forward(k, z.data(), z.data(), h, half);
+      EXPECT_LT(rms_error(z.data(), want), real_bound<T>(n));
+      std::vector<T> passes(n);
+      K::line(k, x.data(), passes.data(), half, 0);
+      K::recombine(k, passes.data(), h, half);
+      EXPECT_LT(rms_error(y.data(), passes), real_bound<T>(n));
+
+      std::vector<long double> nx(n);
+      for (int j = 0; j < n; ++j) nx[j] = static_cast<long double>(n) * x[j];
+      for (int f : {perm, ccs}) {
+        SCOPED_TRACE(f);
+        const std::vector<T> packed = rounded<T>(layout(X, n, f));
+        const T r0 = packed[0], rn = packed[f == ccs ? n : 1];
+        std::vector<T> in = packed, back(n + 1, T(7));
+        K::short_inverse(k, in.data(), back.data(), h, half, r0, rn);
+        EXPECT_LT(rms_error(back.data(), nx), real_bound<T>(n));
+        EXPECT_EQ(back[n], T(7));
+        EXPECT_EQ(in, packed);  // the input stays as it was
+        K::short_inverse(k, in.data(), in.data(), h, half, r0, rn);
+        EXPECT_LT(rms_error(in.data(), nx), real_bound<T>(n));
+        std::vector<T> memory(n);
+        memory[0] = r0;
+        memory[1] = rn;
+        K::recombine_inverse(k, memory.data(), packed.data(), h, half);
+        K::line(k, memory.data(), memory.data(), half, 1);
+        EXPECT_LT(rms_error(back.data(), memory), real_bound<T>(n));
+      }
+    }
   }
 }
 
