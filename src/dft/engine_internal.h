@@ -42,11 +42,11 @@ struct engine_kernels {
   // y[k] = a[k] b[k], k below n, complex: the products of the chirp convolution.
   void (*multiply_single)(const float* a, const float* b, float* y, long n);
   void (*multiply_double)(const double* a, const double* b, double* y, long n);
-  // The recombination of a real line of even length 2n with its half-length transform z, in
-  // place, and its inverse from the spectrum's pairs in x; h is the table of
+  // The recombination of a real line of even length 2n from its half-length transform x to z,
+  // and its inverse from the spectrum's pairs in x; z may be x; h is the table of
   // engine_real_passes.h.
-  void (*real_forward_single)(float* z, const float* h, long n);
-  void (*real_forward_double)(double* z, const double* h, long n);
+  void (*real_forward_single)(float* z, const float* x, const float* h, long n);
+  void (*real_forward_double)(double* z, const double* x, const double* h, long n);
   void (*real_inverse_single)(float* z, const float* x, const float* h, long n);
   void (*real_inverse_double)(double* z, const double* x, const double* h, long n);
   // A whole line of n points, n a power of two from 8 to 64, in registers (lines shorter than W * W
@@ -141,6 +141,9 @@ struct PrimitiveDftContext {
   void* real_table;
   void* real_direct_table;
   int real_mixed_radix;
+  // 1 when the scratch of an even real context holds, past the half-length context's, a line
+  // on the 64-byte grid for the half-length transform of a caller's line that is off it.
+  int real_aligned_line;
   // 1 when the line runs the whole-line kernel of its length in place of the plan's passes.
   int short_line;
 };

@@ -20,8 +20,9 @@ void multiply_for(const typename V::real* a, const typename V::real* b, typename
   multiply<V>(a, b, y, n);
 }
 template <class V>
-void real_forward_for(typename V::real* z, const typename V::real* h, long n) {
-  real_forward<V>(z, h, n);
+void real_forward_for(typename V::real* z, const typename V::real* x, const typename V::real* h,
+                      long n) {
+  real_forward<V>(z, x, h, n);
 }
 template <class V>
 void real_inverse_for(typename V::real* z, const typename V::real* x, const typename V::real* h,

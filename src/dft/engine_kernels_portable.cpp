@@ -21,11 +21,11 @@ void multiply_double(const double* a, const double* b, double* y, long n) {
   engine_detail::multiply<scalar_complex<double>>(a, b, y, n);
 }
 
-void real_forward_single(float* z, const float* h, long n) {
-  engine_detail::real_forward<scalar_complex<float>>(z, h, n);
+void real_forward_single(float* z, const float* x, const float* h, long n) {
+  engine_detail::real_forward<scalar_complex<float>>(z, x, h, n);
 }
-void real_forward_double(double* z, const double* h, long n) {
-  engine_detail::real_forward<scalar_complex<double>>(z, h, n);
+void real_forward_double(double* z, const double* x, const double* h, long n) {
+  engine_detail::real_forward<scalar_complex<double>>(z, x, h, n);
 }
 void real_inverse_single(float* z, const float* x, const float* h, long n) {
   engine_detail::real_inverse<scalar_complex<float>>(z, x, h, n);

@@ -25,24 +25,24 @@ struct real_table_layout {
   long reals() const { return 8 * entries; }
 };
 
-// Forward, pairs k in [k0, k1) (the last may be the middle element n/2 with itself): with
-// a = z(k), b = conj z(n-k), E = (a + b)/2, O = -i (a - b)/2:
+// Forward, pairs k in [k0, k1) (the last may be the middle element n/2 with itself), from x to z
+// (which may be x): with a = x(k), b = conj x(n-k), E = (a + b)/2, O = -i (a - b)/2:
 // z(k) = E + w^k O and z(n-k) = conj(E - w^k O).
 template <class V>
-inline void real_forward_pairs(typename V::real* z, const typename V::real* h, long n, long k0,
-                               long k1) {
+inline void real_forward_pairs(typename V::real* z, const typename V::real* x,
+                               const typename V::real* h, long n, long k0, long k1) {
   using T = typename V::real;
   const real_table_layout t(n);
   const T* const fr = h + t.forward_real();
   const T* const fi = h + t.forward_imag();
   for (long k = k0; k < k1; k += V::W) {
-    T* const pb = z + 2 * (n - k - V::W + 1);
-    const typename V::R a = V::load(z + 2 * k);
-    const typename V::R b = V::conj(V::reverse(V::load(pb)));
+    const long kb = 2 * (n - k - V::W + 1);
+    const typename V::R a = V::load(x + 2 * k);
+    const typename V::R b = V::conj(V::reverse(V::load(x + kb)));
     const typename V::R e = V::mulr(V::add(a, b), T(0.5));
     const typename V::R o = V::cmul_dup(V::sub(a, b), V::load(fr + 2 * k), V::load(fi + 2 * k));
     V::store(z + 2 * k, V::add(e, o));
-    V::store(pb, V::reverse(V::conj(V::sub(e, o))));
+    V::store(z + kb, V::reverse(V::conj(V::sub(e, o))));
   }
 }
 
@@ -70,20 +70,22 @@ inline void real_inverse_pairs(typename V::real* z, const typename V::real* x,
 // vector that ends on n/2 itself meets its mirror there, and both compute the same element, the
 // conjugate of z(n/2) (w^(n/2) is -i): even lengths whose half is a multiple of the vector width
 // need no single elements at all.
+// The half-length transform in x, the spectrum in z (which may be x).
 template <class V>
-void real_forward(typename V::real* z, const typename V::real* h, long n) {
+void real_forward(typename V::real* z, const typename V::real* x, const typename V::real* h,
+                  long n) {
   using T = typename V::real;
   using S = scalar_complex<T>;
-  const T r = z[0], i = z[1];
+  const T r = x[0], i = x[1];
   z[0] = r + i;
   z[1] = r - i;
   const long last = n / 2;  // the pairs are k and n - k for k from 1 to last
   long k = 1;
   if constexpr (V::W > 1) {
     k = 1 + last / V::W * V::W;
-    real_forward_pairs<V>(z, h, n, 1, k);
+    real_forward_pairs<V>(z, x, h, n, 1, k);
   }
-  real_forward_pairs<S>(z, h, n, k, last + 1);
+  real_forward_pairs<S>(z, x, h, n, k, last + 1);
 }
 
 // z[0] and z[1] hold R(0) and R(N/2) on entry; x holds the pair (R(k), I(k)) at 2k, 2k + 1 for

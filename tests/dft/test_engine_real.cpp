@@ -4,7 +4,10 @@
 // in place, forward and inverse; scaling flags; statuses; allocation failures.
 #include <fftw3.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "dft/engine_test_support.h"
 
@@ -192,6 +195,59 @@ TYPED_TEST(EngineReal, ChosenLongerLengths) {
   for (long n : lengths) check_length<TypeParam>(n, static_cast<unsigned>(n) + 11);
 }
 
+// Lines and scratch off the 64-byte grid: every element offset of the caller's lines within a
+// 64-byte block, and scratch of exactly the queried size starting 8 to 56 bytes past the grid
+// (the sanitizer build checks that nothing runs past its end), on the routes whose half-length
+// transform runs passes (power of two, mixed radix, chirp), forward and inverse, every format.
+TYPED_TEST(EngineReal, LinesAndScratchOffTheGrid) {
+  using T = TypeParam;
+  using E = real_entries<T>;
+  constexpr long per_block = 64 / static_cast<long>(sizeof(T));
+  for (long n : {4 * static_cast<long>(tuning::short_line_limit), 2048L, 1000L, 2 * 151L}) {
+    SCOPED_TRACE(n);
+    context ctx(E::type, static_cast<int>(n));
+    ASSERT_EQ(ctx.status, engine_ok);
+    int bytes = 0;
+    ASSERT_EQ(primitive_dft_buffer_size(ctx.c, &bytes), engine_ok);
+    const std::vector<T> x = random_reals<T>(n, static_cast<unsigned>(n) + 5);
+    const std::vector<lc> X = real_spectrum(x);
+    std::vector<long double> nx(n);
+    for (long j = 0; j < n; ++j) nx[j] = static_cast<long double>(n) * x[j];
+    for (long shift = 0; shift < per_block; shift += sizeof(T) == 4 ? 3 : 1) {
+      SCOPED_TRACE(shift);
+      const long skew = 8 * (1 + shift % 7);  // bytes of the scratch past the grid
+      for (int f : formats) {
+        SCOPED_TRACE(f);
+        const long size = layout_size(n, f);
+        const std::vector<long double> want = layout(X, n, f);
+        // The lines start `shift` elements past the grid; the scratch ends where its
+        // allocation does.
+        std::vector<T> in_block(size + 2 * per_block), out_block(size + 2 * per_block);
+        T* in = in_block.data();
+        T* out = out_block.data();
+        while (reinterpret_cast<std::uintptr_t>(in) % 64 != 0) ++in;
+        while (reinterpret_cast<std::uintptr_t>(out) % 64 != 0) ++out;
+        in += shift;
+        out += shift;
+        const std::size_t length = static_cast<std::size_t>(skew + bytes);
+        void* raw = ::operator new(length, std::align_val_t{64});
+        unsigned char* scratch = static_cast<unsigned char*>(raw) + skew;
+        std::copy(x.begin(), x.end(), in);
+        ASSERT_EQ(E::forward(f)(in, out, ctx.c, scratch), engine_ok);
+        EXPECT_LT(rms_error(out, want), real_bound<T>(n));
+        const std::vector<T> packed = rounded<T>(want);
+        std::copy(packed.begin(), packed.end(), in);
+        ASSERT_EQ(E::inverse(f)(in, out, ctx.c, scratch), engine_ok);
+        EXPECT_LT(rms_error(out, nx), real_bound<T>(n));
+        EXPECT_TRUE(std::equal(packed.begin(), packed.end(), in));  // the input as it was
+        ASSERT_EQ(E::inverse(f)(in, in, ctx.c, scratch), engine_ok);
+        EXPECT_LT(rms_error(in, nx), real_bound<T>(n));
+        ::operator delete(raw, std::align_val_t{64});
+      }
+    }
+  }
+}
+
 // Real routes: lengths up to 4 and powers of two up to the straight-line limit fixed, other even
 // lengths the route of their half, odd lengths that do not factor direct up to the real limit
 // and chirp above; odd ones that factor mixed radix.
@@ -316,7 +372,7 @@ struct real_kernels<float> {
     k->short_single(x, y, n, inverse);
   }
   static void recombine(const engine_kernels* k, float* z, const float* h, int n) {
-    k->real_forward_single(z, h, n);
+    k->real_forward_single(z, z, h, n);
   }
   static void recombine_inverse(const engine_kernels* k, float* z, const float* x,
                                 const float* h, int n) {
@@ -337,7 +393,7 @@ struct real_kernels<double> {
     k->short_double(x, y, n, inverse);
   }
   static void recombine(const engine_kernels* k, double* z, const double* h, int n) {
-    k->real_forward_double(z, h, n);
+    k->real_forward_double(z, z, h, n);
   }
   static void recombine_inverse(const engine_kernels* k, double* z, const double* x,
                                 const double* h, int n) {
