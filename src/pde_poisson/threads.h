@@ -21,20 +21,26 @@ inline int solve_threads(const int* ipar) {
   return ipar[22];
 }
 
-// Runs body(first, end, thread) over [0, count) in static parts, on `threads` threads; returns
-// the first non-zero status any part gave. The parts depend only on count and the thread count,
-// and every index is done by exactly one part, so the result is that of one thread.
+// Runs body(first, end, thread) over [0, count) in parts handed out to `threads` threads as
+// they come free; returns the first non-zero status any part gave. Every index is done by exactly
+// one part and a part's result does not depend on the thread that does it, so the result is that
+// of one thread. The parts depend only on count and the thread count.
 template <class Body> int split(int threads, long count, Body&& body) {
   if (threads <= 1) return body(0L, count, 0);
+  const long per = static_cast<long>(threads) * kPartsPerThread;
+  const long parts = count < per ? count : per;
   int status = 0;
 #pragma omp parallel num_threads(threads)
   {
     const int t = omp_get_thread_num();
-    const int nt = omp_get_num_threads();
-    const int s = body(count * t / nt, count * (t + 1) / nt, t);
-    if (s != 0) {
+    int mine = 0;
+#pragma omp for schedule(dynamic, 1) nowait
+    for (long p = 0; p < parts; ++p) {
+      if (mine == 0) mine = body(count * p / parts, count * (p + 1) / parts, t);
+    }
+    if (mine != 0) {
 #pragma omp critical(zvx_poisson_status)
-      if (status == 0) status = s;
+      if (status == 0) status = mine;
     }
   }
   return status;
