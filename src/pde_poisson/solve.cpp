@@ -234,11 +234,11 @@ void solve_2d(T* f, const T* bd_ax, const T* bd_bx, const T* bd_ay, const T* bd_
     set_status(stat, ipar, kBadParameter);
     return;
   }
-  const int threads = solve_threads(ipar);
+  const int threads = solve_threads(ipar, false);
   work_area<T> work;
   if (!take_work(work, std::max<std::size_t>(line_buffer<T>(nx),
                                              2 * static_cast<std::size_t>(kColumnBlock) * (ny + 1)),
-                 threads)) {
+                 asked_threads(ipar))) {
     message(27, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;
@@ -298,14 +298,14 @@ void solve_3d(T* f, const T* const* bd, DFTI_DESCRIPTOR_HANDLE* xh, DFTI_DESCRIP
     set_status(stat, ipar, kBadParameter);
     return;
   }
-  const int threads = solve_threads(ipar);
+  const int threads = solve_threads(ipar, true);
   // A thread's block: the line buffer and a batch of y lines, or the pairs of the sweep.
   const std::size_t lines_part = line_buffer<T>(std::max(nx, ny)) +
                                  static_cast<std::size_t>(kLineBatch<T>) * (ny + 1);
   work_area<T> work;
   if (!take_work(work, std::max<std::size_t>(
                            lines_part, 2 * static_cast<std::size_t>(kColumnBlock) * (nz + 1)),
-                 threads)) {
+                 asked_threads(ipar))) {
     message(27, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;

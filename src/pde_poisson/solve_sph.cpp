@@ -145,11 +145,11 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
     remembered = kWarned;
   }
   const bool globe = periodic && ipar[3] == 0;
-  const int threads = solve_threads(ipar);
+  const int threads = solve_threads(ipar, periodic);
   const std::size_t per_thread =
       std::max<std::size_t>(2 * (np + 2), 2 * static_cast<std::size_t>(kColumnBlock) * (nt + 1));
   work_area<T> work;
-  if (!take_work(work, per_thread, threads)) {
+  if (!take_work(work, per_thread, asked_threads(ipar))) {
     message(10027, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;

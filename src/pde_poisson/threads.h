@@ -5,6 +5,7 @@
 #pragma once
 #include <omp.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstring>
@@ -14,11 +15,25 @@
 
 namespace zvx::poisson {
 
-// Threads of a solve: the count asked for in ipar[22] when the process allows threads and the
-// caller is not already inside a parallel region.
-inline int solve_threads(const int* ipar) {
+// Where a transform's integer block keeps the thread count its descriptor was committed for.
+inline constexpr int kTrigThreads = 9;
+
+// Threads asked of a solve: ipar[22] when the process allows threads and the caller is not
+// already inside a parallel region. The work is taken for this many, so that a count no memory
+// can serve fails as a memory failure.
+inline int asked_threads(const int* ipar) {
   if (serial_policy() == 1 || omp_in_parallel() || ipar[22] < 2) return 1;
   return ipar[22];
+}
+
+// Threads a solve runs on: those asked, but no more than the transforms were committed for
+// (ipar[22] at commit, kept in each transform's block). A descriptor committed for one thread has
+// one scratch area, which two threads would share; one committed for fewer user threads than
+// call it refuses the surplus calls.
+inline int solve_threads(const int* ipar, bool two_transforms) {
+  int threads = std::min(asked_threads(ipar), ipar[40 + kTrigThreads]);
+  if (two_transforms) threads = std::min(threads, ipar[60 + kTrigThreads]);
+  return std::max(threads, 1);
 }
 
 // Runs body(first, end, thread) over [0, count) in parts handed out to `threads` threads as
