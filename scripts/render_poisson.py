@@ -4,8 +4,8 @@
     build/release/examples/zvx_poisson_picture /tmp/u.txt
     /usr/bin/python3 scripts/render_poisson.py /tmp/u.txt docs/poisson_solution.png
 
-Needs python3-matplotlib (Debian), hence the system interpreter. The picture is made once and committed; nothing at build or
-test time runs this script.
+Needs python3-matplotlib (Debian), hence the system interpreter. The picture is made once and
+committed; nothing at build or test time runs this script.
 """
 import sys
 

@@ -293,8 +293,8 @@ int main(int argc, char** argv) {
       "thread costs in all (1.0: nothing), and the wall column the least wall time of one "
       "thread over that of two. The threads share each transform descriptor in its user-thread "
       "mode; each keeps to its own busy flag, scratch block and copy of the transform's integer "
-      "block, all on cache lines of their own. The 3-D solve transforms x and y plane by plane, "
-      "one plane on one thread.");
+      "block, all on cache lines of their own; stages hand out parts as threads come free. The "
+      "3-D solve transforms x and y plane by plane, one plane on one thread.");
   if (const char* policy = std::getenv("OMP_WAIT_POLICY")) {
     const bool passive = std::strcmp(policy, "passive") == 0 || std::strcmp(policy, "PASSIVE") == 0;
     t.notes.push_back(std::string("OMP_WAIT_POLICY=") + policy + " for this run: " +
