@@ -269,9 +269,10 @@ int zvx::dft::commit_descriptor(DFTI_DESCRIPTOR_HANDLE* handle) {
     first->two_d_direct = 0;
     // Each caller takes its own scratch through the busy flags, so no call may bypass them.
     first->direct_call = 0;
-    const long bytes = static_cast<long>(first->number_of_user_threads) * sizeof(int32_t);
+    const long bytes = static_cast<long>(first->number_of_user_threads) * tuning::kUserLineBytes;
     if (bytes > UINT_MAX) return fail(first, DFTI_MEMORY_ERROR);
-    first->user_thread_flags = static_cast<int32_t*>(zvx::scratch_allocate(static_cast<unsigned>(bytes), 0));
+    first->user_thread_flags = static_cast<int32_t*>(
+        zvx::scratch_allocate(static_cast<unsigned>(bytes), tuning::kUserLineBytes));
     if (first->user_thread_flags == nullptr) return fail(first, DFTI_MEMORY_ERROR);
     memset(first->user_thread_flags, 0, static_cast<size_t>(bytes));
   } else {
@@ -341,10 +342,15 @@ int zvx::dft::commit_descriptor(DFTI_DESCRIPTOR_HANDLE* handle) {
   }
 
   first->workspace_size += tuning::kWorkspacePad;
+  if (user_threads) {
+    const long line = tuning::kUserLineBytes;
+    first->workspace_size = (first->workspace_size + line - 1) / line * line;
+  }
   const long blocks = user_threads ? first->number_of_user_threads : first->thread_count;
   const long bytes = first->workspace_size * blocks;
   if (bytes > UINT_MAX) return fail(first, DFTI_MEMORY_ERROR);
-  first->workspace = zvx::scratch_allocate(static_cast<unsigned>(bytes), 0);
+  first->workspace =
+      zvx::scratch_allocate(static_cast<unsigned>(bytes), user_threads ? tuning::kUserLineBytes : 0);
   if (first->workspace == nullptr) return fail(first, DFTI_MEMORY_ERROR);
   for (DftiDimensionRecord* r = first; r != nullptr; r = r->next) r->commit_status = DFTI_COMMITTED;
   return DFTI_NO_ERROR;

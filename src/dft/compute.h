@@ -1,5 +1,8 @@
 // The compute frames of the complex families, shared by the entries and the threaded functions.
 #pragma once
+#include <omp.h>
+
+#include "dft/dft_tuning.h"
 #include "dft/multi_dim.h"
 
 namespace zvx::dft {
@@ -56,22 +59,29 @@ int region(const DftiDimensionRecord* first, int threads, long iterations, F bod
 
 inline long ceil_div(long a, long b) { return (a + b - 1) / b; }
 
-// User-thread mode: a call takes the first free busy flag, whose index selects its scratch block,
-// and gives it back when done; -1 when every flag is taken (the caller reports status 8). The flags
-// are taken by compare-and-swap rather than under a lock: callers that transform short lines one
-// after another on several threads would otherwise spend longer waiting for the lock than
-// transforming.
+// User-thread mode: a call takes a free busy flag, whose index selects its scratch block, and
+// gives it back when done; -1 when every flag is taken (the caller reports status 8). The flags
+// are taken by compare-and-swap rather than under a lock, each flag on a cache line of its own,
+// and the search starts at the caller's OpenMP thread number: threads of one team that transform
+// short lines one after another then each keep to their own flag and scratch, and no line moves
+// between cores per call.
+inline int32_t* user_flag(const DftiDimensionRecord* first, long i) {
+  return first->user_thread_flags + i * (tuning::kUserLineBytes / sizeof(int32_t));
+}
 inline long take_user_slot(const DftiDimensionRecord* first) {
-  for (long i = 0; i < first->number_of_user_threads; ++i) {
+  const long count = first->number_of_user_threads;
+  const long start = omp_get_thread_num() % count;
+  for (long k = 0; k < count; ++k) {
+    const long i = start + k < count ? start + k : start + k - count;
     int32_t expected = 0;
-    if (__atomic_compare_exchange_n(&first->user_thread_flags[i], &expected, 1, false,
-                                    __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+    if (__atomic_compare_exchange_n(user_flag(first, i), &expected, 1, false, __ATOMIC_ACQUIRE,
+                                    __ATOMIC_RELAXED))
       return i;
   }
   return -1;
 }
 inline void give_user_slot(const DftiDimensionRecord* first, long slot) {
-  __atomic_store_n(&first->user_thread_flags[slot], 0, __ATOMIC_RELEASE);
+  __atomic_store_n(user_flag(first, slot), 0, __ATOMIC_RELEASE);
 }
 
 }  // namespace zvx::dft

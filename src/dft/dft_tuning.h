@@ -80,4 +80,9 @@ inline constexpr long kBatchBufferLargest = 1024 * 1024;
 // scratch up to 32 bytes.
 inline constexpr int kWorkspacePad = 64;
 
+// User-thread mode: each thread's workspace block and each busy flag take whole 64-byte cache
+// lines. A caller transforming short lines on several threads takes and gives back a flag per
+// line; flags or scratch sharing a line would move that line between the cores on every call.
+inline constexpr int kUserLineBytes = 64;
+
 }  // namespace zvx::dft::tuning

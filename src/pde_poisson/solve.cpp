@@ -1,48 +1,16 @@
 // The 2-D and 3-D solves: transform along x (and y), one tridiagonal system per mode along the
 // last axis, transform back, write the Dirichlet boundaries.
-#include <omp.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
 #include "pde_poisson/lines.h"
 #include "pde_poisson/poisson.h"
+#include "pde_poisson/threads.h"
 #include "service/service.h"
 
 namespace zvx::poisson {
 namespace {
-
-// Threads of a solve: the count asked for in ipar[22] when the process allows threads and the
-// caller is not already inside a parallel region.
-int solve_threads(const int* ipar) {
-  if (serial_policy() == 1 || omp_in_parallel() || ipar[22] < 2) return 1;
-  return ipar[22];
-}
-
-// Runs body(first, end, thread) over [0, count) in static parts, on `threads` threads; returns
-// the first non-zero status any part gave.
-template <class Body> int split(int threads, long count, Body&& body) {
-  if (threads <= 1) return body(0L, count, 0);
-  int status = 0;
-#pragma omp parallel num_threads(threads)
-  {
-    const int t = omp_get_thread_num();
-    const int nt = omp_get_num_threads();
-    const long first = count * t / nt;
-    const long end = count * (t + 1) / nt;
-    const int s = body(first, end, t);
-    if (s != 0) {
-#pragma omp critical(zvx_poisson_status)
-      if (status == 0) status = s;
-    }
-  }
-  return status;
-}
-
-template <class T> T* thread_work(T* work, std::size_t per_thread, int t) {
-  return work + per_thread * static_cast<std::size_t>(t);
-}
 
 template <class T> void subtract_mean(T* f, std::size_t count) {
   long double sum = 0;
@@ -51,16 +19,124 @@ template <class T> void subtract_mean(T* f, std::size_t count) {
   for (std::size_t p = 0; p < count; ++p) f[p] -= mean;
 }
 
-// Transforms `lines` lines: line l starts at base(l) with element distance `stride`.
+// Elements of a thread's line buffer, a whole number of cache lines; a batch of gathered lines
+// follows it.
+template <class T> std::size_t line_buffer(int n) {
+  constexpr std::size_t line = kCacheLineBytes / sizeof(T);
+  return (static_cast<std::size_t>(n) + 2 + line - 1) / line * line;
+}
+
+// Transforms `lines` lines: line l starts at base(l) with element distance `stride`. Each thread
+// calls the transform with its own copy of the integer block `blk`.
 template <class T, class Base>
-int transform_stage(int threads, T* work, std::size_t per_thread, long lines, Base base,
+int transform_stage(int threads, const work_area<T>& work, long lines, Base base,
                     std::ptrdiff_t stride, int n, int pair, bool forward,
                     DFTI_DESCRIPTOR_HANDLE* h, int* blk, T* dblk) {
   return split(threads, lines, [&](long first, long end, int t) {
-    T* b = thread_work(work, per_thread, t);
+    T* b = work.of(t);
+    trig_block own(blk);
     for (long l = first; l < end; ++l) {
-      const int s = transform_line(base(l), stride, n, pair, forward, h, blk, dblk, b);
-      if (s != 0) return s;
+      const int st = transform_line(base(l), stride, n, pair, forward, h, own.v, dblk, b);
+      if (st != 0) {
+        own.report();
+        return st;
+      }
+    }
+    return 0;
+  });
+}
+
+// Lines q < w of n+1 values at src + q (element distance `stride`) into contiguous lines of
+// `len` at lines + q*len, and back. One line at a time: the w neighbours' cache lines stay in L1
+// while each is read, and the writes run contiguously. W > 0 fixes the count at compile time.
+template <class T, int W>
+void gather(T* __restrict lines, std::size_t len, const T* __restrict src, std::ptrdiff_t stride,
+            int n, int w_run) {
+  const int w = W > 0 ? W : w_run;
+  for (int q = 0; q < w; ++q) {
+    T* __restrict d = lines + q * len;
+    for (int i = 0; i <= n; ++i) d[i] = src[i * stride + q];
+  }
+}
+template <class T, int W>
+void scatter(T* __restrict dst, std::ptrdiff_t stride, const T* __restrict lines, std::size_t len,
+             int n, int w_run) {
+  const int w = W > 0 ? W : w_run;
+  for (int q = 0; q < w; ++q) {
+    const T* __restrict d = lines + q * len;
+    for (int i = 0; i <= n; ++i) dst[i * stride + q] = d[i];
+  }
+}
+
+// One axis of transforms in a plane of the 3-D grid.
+template <class T> struct axis {
+  DFTI_DESCRIPTOR_HANDLE* h;
+  int* blk;  // the caller's integer block of the transform
+  T* dblk;
+  int n, pair;
+};
+
+// Transforms the y lines of one plane (rows of w values, nx+1 lines of a.n+1 values, neighbours
+// one element apart). A batch of kLineBatch neighbours is gathered into contiguous lines,
+// transformed there and scattered back, so that each cache line of the plane is read and written
+// once per batch.
+template <class T>
+int plane_y(T* plane, std::size_t w, int nx, const axis<T>& a, int* own, bool forward, T* b) {
+  constexpr int B = kLineBatch<T>;
+  const std::size_t len = static_cast<std::size_t>(a.n) + 1;
+  const auto stride = static_cast<std::ptrdiff_t>(w);
+  T* lines = b + line_buffer<T>(a.n);
+  for (int c0 = 0; c0 <= nx; c0 += B) {
+    const int cols = std::min(B, nx + 1 - c0);
+    if (cols == B) {
+      gather<T, B>(lines, len, plane + c0, stride, a.n, B);
+    } else {
+      gather<T, 0>(lines, len, plane + c0, stride, a.n, cols);
+    }
+    for (int q = 0; q < cols; ++q) {
+      const int st =
+          transform_line(lines + q * len, 1, a.n, a.pair, forward, a.h, own, a.dblk, b);
+      if (st != 0) return st;
+    }
+    if (cols == B) {
+      scatter<T, B>(plane + c0, stride, lines, len, a.n, B);
+    } else {
+      scatter<T, 0>(plane + c0, stride, lines, len, a.n, cols);
+    }
+  }
+  return 0;
+}
+
+// Both transforms of the 3-D solve, plane by plane: forward along x then y, backward along y
+// then x. A plane of the grid (some 130 KiB at 127^3) stays in L2 between its two axes, so the
+// grid travels through memory once for both instead of once per axis.
+template <class T>
+int planes_stage(int threads, const work_area<T>& work, T* f, int nx, int ny, int nz,
+                 const axis<T>& x, const axis<T>& y, bool forward) {
+  const std::size_t w = static_cast<std::size_t>(nx) + 1;
+  const std::size_t plane = w * (ny + 1);
+  return split(threads, nz + 1, [&](long first, long end, int t) {
+    T* b = work.of(t);
+    trig_block own_x(x.blk), own_y(y.blk);
+    const auto rows = [&](T* p) {
+      for (int j = 0; j <= ny; ++j) {
+        const int st = transform_line(p + j * w, 1, nx, x.pair, forward, x.h, own_x.v, x.dblk, b);
+        if (st != 0) {
+          own_x.report();
+          return st;
+        }
+      }
+      return 0;
+    };
+    for (long k = first; k < end; ++k) {
+      T* p = f + k * plane;
+      int st = forward ? rows(p) : 0;
+      if (st == 0) {
+        st = plane_y(p, w, nx, y, own_y.v, forward, b);
+        if (st != 0) own_y.report();
+      }
+      if (st == 0 && !forward) st = rows(p);
+      if (st != 0) return st;
     }
     return 0;
   });
@@ -69,12 +145,12 @@ int transform_stage(int threads, T* work, std::size_t per_thread, long lines, Ba
 // Tridiagonal solves for `columns` adjacent columns along rows 0..n at distance `stride`;
 // lam_of(c) gives the diagonal of column c. Column 0 takes the running sums when `singular0`.
 template <class T, class Lam>
-int tridiag_stage(int threads, T* work, std::size_t per_thread, T* f, long columns,
+int tridiag_stage(int threads, const work_area<T>& work, T* f, long columns,
                   std::ptrdiff_t stride, int n, int pair, bool singular0, Lam lam_of) {
   constexpr int B = kColumnBlock;
   const long blocks = (columns + B - 1) / B;
   return split(threads, blocks, [&](long first, long end, int t) {
-    T* alpha = thread_work(work, per_thread, t);
+    T* alpha = work.of(t);
     T* beta = alpha + static_cast<std::size_t>(B) * (n + 1);
     T lam[B];
     for (long blk = first; blk < end; ++blk) {
@@ -158,11 +234,11 @@ void solve_2d(T* f, const T* bd_ax, const T* bd_bx, const T* bd_ay, const T* bd_
     set_status(stat, ipar, kBadParameter);
     return;
   }
-  const int threads = solve_threads(ipar);
-  const std::size_t per_thread =
-      std::max<std::size_t>(nx + 2, 2 * static_cast<std::size_t>(kColumnBlock) * (ny + 1));
-  T* work = static_cast<T*>(malloc(per_thread * threads * sizeof(T)));
-  if (!work) {
+  const int threads = solve_threads(ipar, false);
+  work_area<T> work;
+  if (!take_work(work, std::max<std::size_t>(line_buffer<T>(nx),
+                                             2 * static_cast<std::size_t>(kColumnBlock) * (ny + 1)),
+                 asked_threads(ipar))) {
     message(27, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;
@@ -175,23 +251,21 @@ void solve_2d(T* f, const T* bd_ax, const T* bd_bx, const T* bd_ay, const T* bd_
   const bool degenerate = code == 15 && std::fabs(lam[0] - 2) <= dpar[4];
 
   *stat = kOk;
-  int s = transform_stage(threads, work, per_thread, ny + 1, row, 1, nx, xpair, true, xh,
-                          ipar + 40, dblk);
+  int s = transform_stage(threads, work, ny + 1, row, 1, nx, xpair, true, xh, ipar + 40, dblk);
   if (s != 0) {
-    free(work);
+    give_work(work);
     stage_failed(s, true, 25, ipar, dpar, stat);
     return;
   }
-  s = tridiag_stage(threads, work, per_thread, f, nx + 1, static_cast<std::ptrdiff_t>(w), ny,
-                    ypair, degenerate, [&](long c) { return lam[c]; });
+  s = tridiag_stage(threads, work, f, nx + 1, static_cast<std::ptrdiff_t>(w), ny, ypair,
+                    degenerate, [&](long c) { return lam[c]; });
   if (s != 0) {
-    free(work);
+    give_work(work);
     stage_failed(s, false, 0, ipar, dpar, stat);
     return;
   }
-  s = transform_stage(threads, work, per_thread, ny + 1, row, 1, nx, xpair, false, xh,
-                      ipar + 40, dblk);
-  free(work);
+  s = transform_stage(threads, work, ny + 1, row, 1, nx, xpair, false, xh, ipar + 40, dblk);
+  give_work(work);
   if (s != 0) {
     stage_failed(s, true, 25, ipar, dpar, stat);
     return;
@@ -224,11 +298,14 @@ void solve_3d(T* f, const T* const* bd, DFTI_DESCRIPTOR_HANDLE* xh, DFTI_DESCRIP
     set_status(stat, ipar, kBadParameter);
     return;
   }
-  const int threads = solve_threads(ipar);
-  const std::size_t per_thread = std::max<std::size_t>(
-      std::max(nx, ny) + 2, 2 * static_cast<std::size_t>(kColumnBlock) * (nz + 1));
-  T* work = static_cast<T*>(malloc(per_thread * threads * sizeof(T)));
-  if (!work) {
+  const int threads = solve_threads(ipar, true);
+  // A thread's block: the line buffer and a batch of y lines, or the pairs of the sweep.
+  const std::size_t lines_part = line_buffer<T>(std::max(nx, ny)) +
+                                 static_cast<std::size_t>(kLineBatch<T>) * (ny + 1);
+  work_area<T> work;
+  if (!take_work(work, std::max<std::size_t>(
+                           lines_part, 2 * static_cast<std::size_t>(kColumnBlock) * (nz + 1)),
+                 asked_threads(ipar))) {
     message(27, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;
@@ -240,37 +317,26 @@ void solve_3d(T* f, const T* const* bd, DFTI_DESCRIPTOR_HANDLE* xh, DFTI_DESCRIP
   const T* ly = dpar + nx + 6;
   const std::size_t w = static_cast<std::size_t>(nx) + 1;
   const std::size_t plane = w * (ny + 1);
-  const long rows = static_cast<long>(ny + 1) * (nz + 1);
-  const long ylines = static_cast<long>(nx + 1) * (nz + 1);
-  const auto xline = [&](long r) { return f + r * w; };
-  const auto yline = [&](long l) { return f + (l / (nx + 1)) * plane + (l % (nx + 1)); };
   const bool degenerate = code == 63 && std::fabs(lx[0] + ly[0] - 2) <= dpar[4];
 
   *stat = kOk;
-  int s = transform_stage(threads, work, per_thread, rows, xline, 1, nx, xpair, true, xh,
-                          ipar + 40, xblk);
-  if (s == 0)
-    s = transform_stage(threads, work, per_thread, ylines, yline, static_cast<std::ptrdiff_t>(w),
-                        ny, ypair, true, yh, ipar + 60, yblk);
+  const axis<T> x{xh, ipar + 40, xblk, nx, xpair}, y{yh, ipar + 60, yblk, ny, ypair};
+  int s = planes_stage(threads, work, f, nx, ny, nz, x, y, true);
   if (s != 0) {
-    free(work);
+    give_work(work);
     stage_failed(s, true, 31, ipar, dpar, stat);
     return;
   }
-  s = tridiag_stage(threads, work, per_thread, f, static_cast<long>(plane),
+  s = tridiag_stage(threads, work, f, static_cast<long>(plane),
                     static_cast<std::ptrdiff_t>(plane), nz, zpair, degenerate,
                     [&](long c) { return lx[c % (nx + 1)] + ly[c / (nx + 1)]; });
   if (s != 0) {
-    free(work);
+    give_work(work);
     stage_failed(s, false, 0, ipar, dpar, stat);
     return;
   }
-  s = transform_stage(threads, work, per_thread, ylines, yline, static_cast<std::ptrdiff_t>(w),
-                      ny, ypair, false, yh, ipar + 60, yblk);
-  if (s == 0)
-    s = transform_stage(threads, work, per_thread, rows, xline, 1, nx, xpair, false, xh,
-                        ipar + 40, xblk);
-  free(work);
+  s = planes_stage(threads, work, f, nx, ny, nz, x, y, false);
+  give_work(work);
   if (s != 0) {
     stage_failed(s, true, 31, ipar, dpar, stat);
     return;

@@ -5,39 +5,17 @@
 // That is the conservative second-order form of the Laplace-Beltrami operator. On the whole
 // globe the two pole rows carry one value each: zero for every mode but the mean (c = 0), whose
 // pole rows have no neighbour beyond the pole.
-#include <omp.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
 #include "pde_poisson/lines.h"
 #include "pde_poisson/poisson.h"
+#include "pde_poisson/threads.h"
 #include "service/service.h"
 
 namespace zvx::poisson {
 namespace {
-
-int solve_threads(const int* ipar) {
-  if (serial_policy() == 1 || omp_in_parallel() || ipar[22] < 2) return 1;
-  return ipar[22];
-}
-
-template <class Body> int split(int threads, long count, Body&& body) {
-  if (threads <= 1) return body(0L, count, 0);
-  int status = 0;
-#pragma omp parallel num_threads(threads)
-  {
-    const int t = omp_get_thread_num();
-    const int nt = omp_get_num_threads();
-    const int s = body(count * t / nt, count * (t + 1) / nt, t);
-    if (s != 0) {
-#pragma omp critical(zvx_poisson_sph_status)
-      if (status == 0) status = s;
-    }
-  }
-  return status;
-}
 
 // Solves rows first..last of the w columns at base[j*stride + c] (rows outside are zero), with
 // the coefficients of the header. `pole_mean`: column 0 is the mean mode of the globe, solved
@@ -93,13 +71,13 @@ template <class T> void flux_sums(T* col, std::ptrdiff_t stride, const T* s, int
 }
 
 template <class T>
-int sph_tridiag(int threads, T* work, std::size_t per_thread, T* f, int columns,
+int sph_tridiag(int threads, const work_area<T>& work, T* f, int columns,
                 std::ptrdiff_t stride, const T* lam, const T* s, T q, int nt, bool globe,
                 bool singular) {
   constexpr int B = kColumnBlock;
   const long blocks = (columns + B - 1) / B;
   return split(threads, blocks, [&](long first, long end, int t) {
-    T* alpha = work + per_thread * t;
+    T* alpha = work.of(t);
     T* beta = alpha + static_cast<std::size_t>(B) * (nt + 1);
     for (long blk = first; blk < end; ++blk) {
       int c0 = static_cast<int>(blk * B);
@@ -167,11 +145,11 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
     remembered = kWarned;
   }
   const bool globe = periodic && ipar[3] == 0;
-  const int threads = solve_threads(ipar);
+  const int threads = solve_threads(ipar, periodic);
   const std::size_t per_thread =
       std::max<std::size_t>(2 * (np + 2), 2 * static_cast<std::size_t>(kColumnBlock) * (nt + 1));
-  T* work = static_cast<T*>(malloc(per_thread * threads * sizeof(T)));
-  if (!work) {
+  work_area<T> work;
+  if (!take_work(work, per_thread, asked_threads(ipar))) {
     message(10027, ipar, dpar);
     set_status(stat, ipar, kNoMemory);
     return;
@@ -188,8 +166,9 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
   // sine transform into columns np-1 down to n+1, so that column c has the eigenvalue lam[c].
   const auto periodic_rows = [&](bool forward) {
     return split(threads, nt + 1, [&](long first, long end, int t) {
-      T* bc = work + per_thread * t;
+      T* bc = work.of(t);
       T* bs = bc + (n + 1);
+      trig_block own_s(ipar + 40), own_c(ipar + 60);
       for (long j = first; j < end; ++j) {
         T* x = f + j * w;
         int st = 0;
@@ -198,9 +177,13 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
           bs[0] = 0;
           bs[n] = 0;
           for (int i = 1; i < n; ++i) bs[i] = x[i] - x[np - i];
-          trig<T>::forward(bc, h2, ipar + 60, cblk, &st);
-          if (st == 0) trig<T>::forward(bs, h1, ipar + 40, sblk, &st);
-          if (st != 0) return st;
+          trig<T>::forward(bc, h2, own_c.v, cblk, &st);
+          if (st != 0) own_c.report();
+          if (st == 0) trig<T>::forward(bs, h1, own_s.v, sblk, &st);
+          if (st != 0) {
+            if (own_s.v[kTrigStatus] != 0) own_s.report();
+            return st;
+          }
           for (int k = 0; k <= n; ++k) x[k] = bc[k];
           for (int k = 1; k < n; ++k) x[np - k] = bs[k];
           x[np] = 0;
@@ -209,9 +192,13 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
           bs[0] = 0;
           bs[n] = 0;
           for (int k = 1; k < n; ++k) bs[k] = x[np - k];
-          trig<T>::backward(bc, h2, ipar + 60, cblk, &st);
-          if (st == 0) trig<T>::backward(bs, h1, ipar + 40, sblk, &st);
-          if (st != 0) return st;
+          trig<T>::backward(bc, h2, own_c.v, cblk, &st);
+          if (st != 0) own_c.report();
+          if (st == 0) trig<T>::backward(bs, h1, own_s.v, sblk, &st);
+          if (st != 0) {
+            if (own_s.v[kTrigStatus] != 0) own_s.report();
+            return st;
+          }
           x[0] = T(0.5) * bc[0];
           x[n] = T(0.5) * bc[n];
           for (int i = 1; i < n; ++i) {
@@ -226,10 +213,14 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
   };
   const auto sine_rows = [&](bool forward) {
     return split(threads, nt + 1, [&](long first, long end, int t) {
-      T* b = work + per_thread * t;
+      T* b = work.of(t);
+      trig_block own(ipar + 40);
       for (long j = first; j < end; ++j) {
-        const int st = transform_line(f + j * w, 1, np, kDD, forward, h1, ipar + 40, sblk, b);
-        if (st != 0) return st;
+        const int st = transform_line(f + j * w, 1, np, kDD, forward, h1, own.v, sblk, b);
+        if (st != 0) {
+          own.report();
+          return st;
+        }
       }
       return 0;
     });
@@ -239,10 +230,10 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
   *stat = kOk;
   int st = periodic ? periodic_rows(true) : sine_rows(true);
   if (st == 0) {
-    st = sph_tridiag(threads, work, per_thread, f, periodic ? np : np + 1,
+    st = sph_tridiag(threads, work, f, periodic ? np : np + 1,
                      static_cast<std::ptrdiff_t>(w), lam, s, q, nt, globe, singular);
     if (st != 0) {
-      free(work);
+      give_work(work);
       message(10026, ipar, dpar);
       *stat = st;
       ipar[0] = kDivisionByZero;
@@ -250,7 +241,7 @@ void solve_sph(bool periodic, T* f, DFTI_DESCRIPTOR_HANDLE* h1, DFTI_DESCRIPTOR_
     }
     st = periodic ? periodic_rows(false) : sine_rows(false);
   }
-  free(work);
+  give_work(work);
   if (st != 0) {
     if (ipar[1] != 0) message(periodic ? 31 : 25, ipar, dpar);
     set_status(stat, ipar, kTrigFailure);

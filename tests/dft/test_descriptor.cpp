@@ -2,6 +2,7 @@
 // release paths. The record is read directly where a flag has no get parameter.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -407,19 +408,28 @@ TEST(DftCommit, UserThreadsTakeOneBlockEachAndThePathOfFlags) {
   EXPECT_EQ(h->thread_count, 1);
   EXPECT_EQ(h->direct_call, 0);
   ASSERT_NE(h->user_thread_flags, nullptr);
+  // Each flag and each scratch block on cache lines of its own, so that two threads' calls
+  // write no line in common.
+  const long line = tuning::kUserLineBytes;
+  const auto flag = [&](long i) -> int32_t& {
+    return h->user_thread_flags[i * line / static_cast<long>(sizeof(int32_t))];
+  };
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(h->user_thread_flags) % line, 0u);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(h->workspace) % line, 0u);
+  EXPECT_EQ(h->workspace_size % line, 0);
   std::vector<zvx_complex16> x(64, zvx_complex16{1.0, 0.0});
   // Both slots busy: the caller is refused, and nothing is written.
-  h->user_thread_flags[0] = h->user_thread_flags[1] = 1;
+  flag(0) = flag(1) = 1;
   EXPECT_EQ(dfti_compute_forward_z(&h, x.data()), 8);
   EXPECT_EQ(compute_forward_z_par(&h, x.data()), 8);
   EXPECT_EQ(x[1].real, 1.0);
   // One free slot: the call runs, and gives the slot back.
-  h->user_thread_flags[1] = 0;
+  flag(1) = 0;
   EXPECT_EQ(dfti_compute_forward_z(&h, x.data()), 0);
-  EXPECT_EQ(h->user_thread_flags[1], 0);
+  EXPECT_EQ(flag(1), 0);
   EXPECT_NEAR(x[0].real, 64.0, 1e-12);
   EXPECT_NEAR(x[1].real, 0.0, 1e-12);
-  h->user_thread_flags[0] = 0;
+  flag(0) = 0;
   release(h);
 }
 

@@ -32,7 +32,7 @@ template <class T> struct run_result {
 
 template <class T>
 run_result<T> run2(pt::problem2& p, const std::string& bc, int threads = 1, T ax = T(0.25),
-                   T ay = T(-0.5)) {
+                   T ay = T(-0.5), int solve_threads = 0) {
   run_result<T> r;
   std::vector<int> ipar(128, 0);
   std::vector<T> dpar(5 * (p.nx + p.ny) + 64, 0);
@@ -60,6 +60,7 @@ run_result<T> run2(pt::problem2& p, const std::string& bc, int threads = 1, T ax
   pt::api<T>::commit2(r.u.data(), bd[0].data(), bd[1].data(), bd[2].data(), bd[3].data(), &h,
                       ipar.data(), dpar.data(), &stat);
   r.commit_stat = stat;
+  if (solve_threads > 0) ipar[22] = solve_threads;
   pt::api<T>::solve2(r.u.data(), bd[0].data(), bd[1].data(), bd[2].data(), bd[3].data(), &h,
                      ipar.data(), dpar.data(), &stat);
   r.solve_stat = stat;
@@ -202,6 +203,22 @@ TEST(Solve2DThreads, TwoThreadsEqualOne) {
     auto fs = run2<float>(p, letters(code, 4), 1);
     auto ft = run2<float>(p, letters(code, 4), 2);
     for (size_t k = 0; k < p.u.size(); ++k) ASSERT_EQ(fs.u[k], ft.u[k]) << code;
+  }
+}
+
+// Run with threads allowed: a solve asked for more threads than commit prepared the transforms
+// for (one, or two user threads) runs on no more than those, and gives the one-thread result.
+TEST(Solve2DThreads, MoreThreadsAtSolveThanAtCommit) {
+  for (int code : {0, 10}) {
+    pt::problem2 p = random_problem(code, 40, 9, 1, 1, 0.5L, 30 + code);
+    auto serial = run2<double>(p, letters(code, 4), 1);
+    EXPECT_LT(max_error(serial.u, p.u), 1e-10) << code;
+    for (int committed : {1, 2}) {
+      auto more = run2<double>(p, letters(code, 4), committed, 0.25, -0.5, 4);
+      EXPECT_EQ(more.solve_stat, 0) << code << " committed for " << committed;
+      for (size_t k = 0; k < p.u.size(); ++k)
+        ASSERT_EQ(serial.u[k], more.u[k]) << code << " committed for " << committed;
+    }
   }
 }
 

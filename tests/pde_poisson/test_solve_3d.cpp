@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "pde_poisson/poisson_support.h"
+#include "pde_poisson/tuning.h"
 
 namespace {
 
@@ -111,6 +112,20 @@ template <class T> void all_combinations() {
 TEST(Solve3D, EveryCombinationSolvesItsDiscreteProblemDouble) { all_combinations<double>(); }
 TEST(Solve3D, EveryCombinationSolvesItsDiscreteProblemSingle) { all_combinations<float>(); }
 
+// The y lines are transformed a cache line of neighbours at a time: rows of two full batches and
+// a part of three, in either precision, against the discrete problem.
+template <class T> void lines_in_batches() {
+  const int nx = 2 * zvx::poisson::kLineBatch<T> + 2;
+  for (int code : {0, 21, 42, 63}) {
+    pt::problem3 p = random3(code, nx, 6, 5, 0.4L, 40 + code);
+    auto r = run3<T>(p);
+    EXPECT_EQ(r.solve_stat, 0) << code;
+    EXPECT_LT(max_error(r.u, p.u), pt::api<T>::tol) << "code " << code;
+  }
+}
+TEST(Solve3D, LinesInFullAndPartBatchesDouble) { lines_in_batches<double>(); }
+TEST(Solve3D, LinesInFullAndPartBatchesSingle) { lines_in_batches<float>(); }
+
 TEST(Solve3D, OneIntervalAlongZ) {
   for (int code : {0, 1, 2, 3, 21, 42, 63}) {
     pt::problem3 p = random3(code, 4, 2, 1, 1, 5 + code);
@@ -199,6 +214,29 @@ TEST(Solve3DThreads, TwoThreadsEqualOne) {
     EXPECT_EQ(b.solve_stat, 0);
     for (size_t k = 0; k < p.u.size(); ++k) ASSERT_EQ(a.u[k], b.u[k]) << code;
   }
+}
+
+// Planes shared unevenly (7 planes on 2 and 3 threads), rows of full and part batches, both
+// precisions: every thread count gives the one-thread result, and that result solves the problem.
+template <class T> void threads_split_planes() {
+  const int nx = 2 * zvx::poisson::kLineBatch<T> + 2;
+  for (int code : {0, 22, 63}) {
+    pt::problem3 p = random3(code, nx, 4, 6, 0.6L, 70 + code);
+    auto one = run3<T>(p, 1);
+    EXPECT_LT(max_error(one.u, p.u), pt::api<T>::tol) << code;
+    for (int threads : {2, 3}) {
+      auto many = run3<T>(p, threads);
+      EXPECT_EQ(many.solve_stat, 0) << code;
+      for (size_t k = 0; k < p.u.size(); ++k)
+        ASSERT_EQ(one.u[k], many.u[k]) << code << " on " << threads << " threads";
+    }
+  }
+}
+TEST(Solve3DThreads, UnevenPlanesAndBatchesEqualOneThreadDouble) {
+  threads_split_planes<double>();
+}
+TEST(Solve3DThreads, UnevenPlanesAndBatchesEqualOneThreadSingle) {
+  threads_split_planes<float>();
 }
 
 }  // namespace

@@ -1,0 +1,108 @@
+// The threads of a solve: how many, how a stage's index range is shared among them, and the
+// work each thread owns. Lines of the grid are transformed one call at a time, some thousands of
+// calls a stage, so a stage is only as fast as its threads are independent: nothing a thread
+// writes per line may share a cache line with what another thread reads or writes.
+#pragma once
+#include <omp.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+
+#include "pde_poisson/tuning.h"
+#include "service/service.h"
+
+namespace zvx::poisson {
+
+// Where a transform's integer block keeps the thread count its descriptor was committed for.
+inline constexpr int kTrigThreads = 9;
+
+// Threads asked of a solve: ipar[22] when the process allows threads and the caller is not
+// already inside a parallel region. The work is taken for this many, so that a count no memory
+// can serve fails as a memory failure.
+inline int asked_threads(const int* ipar) {
+  if (serial_policy() == 1 || omp_in_parallel() || ipar[22] < 2) return 1;
+  return ipar[22];
+}
+
+// Threads a solve runs on: those asked, but no more than the transforms were committed for
+// (ipar[22] at commit, kept in each transform's block). A descriptor committed for one thread has
+// one scratch area, which two threads would share; one committed for fewer user threads than
+// call it refuses the surplus calls.
+inline int solve_threads(const int* ipar, bool two_transforms) {
+  int threads = std::min(asked_threads(ipar), ipar[40 + kTrigThreads]);
+  if (two_transforms) threads = std::min(threads, ipar[60 + kTrigThreads]);
+  return std::max(threads, 1);
+}
+
+// Runs body(first, end, thread) over [0, count) in parts handed out to `threads` threads as
+// they come free; returns the first non-zero status any part gave. Every index is done by exactly
+// one part and a part's result does not depend on the thread that does it, so the result is that
+// of one thread. The parts depend only on count and the thread count.
+template <class Body> int split(int threads, long count, Body&& body) {
+  if (threads <= 1) return body(0L, count, 0);
+  const long per = static_cast<long>(threads) * kPartsPerThread;
+  const long parts = count < per ? count : per;
+  int status = 0;
+#pragma omp parallel num_threads(threads)
+  {
+    const int t = omp_get_thread_num();
+    int mine = 0;
+#pragma omp for schedule(dynamic, 1) nowait
+    for (long p = 0; p < parts; ++p) {
+      if (mine == 0) mine = body(count * p / parts, count * (p + 1) / parts, t);
+    }
+    if (mine != 0) {
+#pragma omp critical(zvx_poisson_status)
+      if (status == 0) status = mine;
+    }
+  }
+  return status;
+}
+
+// The work of a solve: one block per thread, each a whole number of cache lines from a
+// cache-line boundary, so that the sweeps' pairs and line buffers of two threads never share a
+// line. Taken from the calling thread's scratch cache: repeated solves reuse the pages instead of
+// faulting in fresh ones per call.
+template <class T> struct work_area {
+  T* base = nullptr;
+  std::size_t stride = 0;  // elements from one thread's block to the next
+  T* of(int t) const { return base + stride * static_cast<std::size_t>(t); }
+};
+
+// Takes `per_thread` elements for each of `threads` threads; false when the memory cannot be had.
+template <class T> bool take_work(work_area<T>& w, std::size_t per_thread, int threads) {
+  constexpr std::size_t line = kCacheLineBytes / sizeof(T);
+  w.stride = (per_thread + line - 1) / line * line;
+  const std::size_t limit = UINT_MAX / sizeof(T);
+  if (threads < 1 || w.stride > limit / static_cast<std::size_t>(threads)) return false;
+  const std::size_t bytes = w.stride * static_cast<std::size_t>(threads) * sizeof(T);
+  w.base = static_cast<T*>(scratch_allocate(static_cast<unsigned>(bytes), kCacheLineBytes));
+  return w.base != nullptr;
+}
+
+template <class T> void give_work(work_area<T>& w) {
+  if (w.base != nullptr) scratch_free(w.base);
+  w.base = nullptr;
+}
+
+// The integer block of a transform (ipar from 40 or 60 on). Every transform call writes its
+// status word there and reads its size and type next to it; threads sharing the caller's block
+// would pass that cache line back and forth on every line. Each thread works on its own copy on
+// its own stack; a failed call's status goes back to the caller's block, as if it had been the
+// only call.
+inline constexpr int kTrigBlock = 20;
+inline constexpr int kTrigStatus = 6;
+struct alignas(kCacheLineBytes) trig_block {
+  int v[kTrigBlock];
+  int* shared;
+  explicit trig_block(int* caller) : shared(caller) { std::memcpy(v, caller, sizeof v); }
+  // Called when a transform through this copy failed: its status word to the caller's block.
+  void report() const {
+#pragma omp critical(zvx_poisson_trig_status)
+    shared[kTrigStatus] = v[kTrigStatus];
+  }
+};
+
+}  // namespace zvx::poisson
