@@ -49,6 +49,18 @@ void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn);
 // g = gcd(a, b) for a >= b >= 1 (an >= bn limbs, normalised), in buffers of at least an limbs
 // each, which it destroys; g has room for bn limbs. Returns g's length.
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);
+// The same contract, by the half-gcd reduction down to tuning::hgcd_gcd_entry limbs, then Lehmer.
+int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn);
+
+// Cofactor magnitudes of Euclid's steps on x >= y (xn limbs, xn - yn <= 1, xn >= 3) taken from
+// their leading 62 bits: (x', y') = (A x - B y, D y - C x) after an even number of steps, the
+// negatives after an odd one, so that (x, y) = [[D, B], [C, A]] (x', y'). With floor_limbs >= 0
+// the steps also stop before y' could fall below 2^(32 floor_limbs). False when no step settled.
+struct lehmer_step {
+  limb A, B, C, D;
+  bool odd;
+};
+bool lehmer_cofactors(const limb* x, int xn, const limb* y, int yn, int floor_limbs, lehmer_step& st);
 
 inline int normalized_size(const limb* p, int n) {
   while (n > 0 && p[n - 1] == 0) --n;

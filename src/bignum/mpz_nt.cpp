@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "bignum/mpz_internal.h"
+#include "bignum/tuning.h"
 #include "service/service.h"
 
 namespace zvx::bn {
@@ -61,7 +62,7 @@ void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b) {
   copy(x, p->_mp_d, pn);
   copy(y, q->_mp_d, qn);
   limb* d = grow(g, qn);
-  int gn = gcd_lehmer(d, x, pn, y, qn);
+  int gn = qn >= tuning::hgcd_gcd_entry ? gcd_subquadratic(d, x, pn, y, qn) : gcd_lehmer(d, x, pn, y, qn);
   g->_mp_size = gn;
   free_limbs(x, 2 * static_cast<size_t>(n) + 2);
 }

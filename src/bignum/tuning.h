@@ -65,6 +65,12 @@ constexpr int set_str_dc_entry = 60;
 // against 178 at 100).
 constexpr int gcd_lehmer_entry = 3;
 
+// Half-gcd: pairs below this many limbs are reduced by Lehmer steps instead of by the recursion
+// on their top halves.
+constexpr int hgcd_entry = 60;
+// gcd: from this many limbs of the smaller operand the half-gcd reduction runs, Lehmer below.
+constexpr int hgcd_gcd_entry = 100;
+
 // Karatsuba scratch up to this many limbs lives on the stack (2 KiB); more comes from the
 // allocate hook.
 constexpr int karatsuba_local_scratch = 512;

@@ -1,0 +1,362 @@
+// Subquadratic gcd by the half-gcd reduction. For a pair (p, q) whose longer member has n limbs,
+// hgcd finds a matrix M of natural numbers with determinant +-1 and a reduced pair with
+// (p, q) = M (p', q') whose smaller member still has more than s = n/2 + 1 limbs. It works on the
+// top half first: the matrix that reduces the top n - s limbs also reduces the whole numbers,
+// because with entries below 2^(32(n - s - s1)) and reduced tops of more than s1 limbs the low
+// limbs cannot change a sign (a step the top would take falsely would have to leave a remainder
+// below the entries). The same is done once more on what is left, with one division between the
+// two halves for a large quotient. So a pair of n limbs loses about n/2 limbs for the price of a
+// few products of n/2 limbs, and the gcd costs O(M(n) log n) instead of Lehmer's O(n^2).
+//
+// Invariant everywhere: (P, Q) = M (p, q) with M's entries natural numbers, so M^-1 = det *
+// [[m11, -m01], [-m10, m00]] gives the reduced pair as differences of products.
+#include <cstdlib>
+
+#include "bignum/bignum.h"
+#include "bignum/tuning.h"
+
+namespace zvx::bn {
+
+namespace {
+
+// r = a b for any lengths, including empty operands; r has an + bn limbs.
+void mul_any(limb* r, const limb* a, int an, const limb* b, int bn) {
+  if (an == 0 || bn == 0)
+    zero(r, an + bn);
+  else if (an >= bn)
+    mul(r, a, an, b, bn);
+  else
+    mul(r, b, bn, a, an);
+}
+
+// The result of a product or sum must fit where the bound says it does; anything else is a fault
+// in the reduction, which must not write past a buffer.
+inline void fits(int n, int cap) {
+  if (n > cap) __builtin_trap();
+}
+
+// A 2x2 matrix of natural numbers, entries of up to `cap` limbs, `n` the length of the longest.
+// e[0] e[1] / e[2] e[3] is m00 m01 / m10 m11.
+struct matrix {
+  limb* e[4];
+  limb* block;
+  int n = 1;
+  int cap;
+  bool identity = true;
+  explicit matrix(int c) : cap(c + 1) {
+    block = alloc_limbs(4 * static_cast<size_t>(cap));
+    zero(block, 4 * cap);
+    for (int i = 0; i < 4; ++i) e[i] = block + i * cap;
+    e[0][0] = 1;
+    e[3][0] = 1;
+  }
+  ~matrix() { free_limbs(block, 4 * static_cast<size_t>(cap)); }
+  matrix(const matrix&) = delete;
+  matrix& operator=(const matrix&) = delete;
+  // Exchanging p and q exchanges M's columns.
+  void swap_columns() {
+    limb* t = e[0];
+    e[0] = e[1];
+    e[1] = t;
+    t = e[2];
+    e[2] = e[3];
+    e[3] = t;
+  }
+};
+
+// One value of the pair: a buffer of `cap` limbs holding `n` (normalised).
+struct value {
+  limb* d;
+  int n;
+};
+
+void order(value& x, value& y, matrix* m) {
+  if (y.n > x.n || (y.n == x.n && cmp(y.d, x.d, x.n) > 0)) {
+    value t = x;
+    x = y;
+    y = t;
+    if (m) m->swap_columns();
+  }
+}
+
+// r = |a - b| for a (an limbs) and b (bn limbs) in buffers of `len` limbs padded with zeros;
+// returns r's length.
+int abs_diff(limb* r, limb* a, limb* b, int len) {
+  if (cmp(a, b, len) >= 0)
+    sub_n(r, a, b, len);
+  else
+    sub_n(r, b, a, len);
+  return normalized_size(r, len);
+}
+
+// (p, q) <- (|m11 p - m01 q|, |m00 q - m10 p|), the pair M^-1 (p, q) up to signs, which the
+// bounds of the reduction keep positive. Values live in buffers of `cap` limbs.
+void apply_inverse(value& p, value& q, const matrix& m, int cap, limb* scratch) {
+  const int len = (p.n > q.n ? p.n : q.n) + m.n;
+  limb* t1 = scratch;
+  limb* t2 = t1 + len;
+  limb* t3 = t2 + len;
+  limb* t4 = t3 + len;
+  const int m0 = normalized_size(m.e[0], m.n), m1 = normalized_size(m.e[1], m.n);
+  const int m2 = normalized_size(m.e[2], m.n), m3 = normalized_size(m.e[3], m.n);
+  mul_any(t1, m.e[3], m3, p.d, p.n);
+  zero(t1 + m3 + p.n, len - m3 - p.n);
+  mul_any(t2, m.e[1], m1, q.d, q.n);
+  zero(t2 + m1 + q.n, len - m1 - q.n);
+  mul_any(t3, m.e[0], m0, q.d, q.n);
+  zero(t3 + m0 + q.n, len - m0 - q.n);
+  mul_any(t4, m.e[2], m2, p.d, p.n);
+  zero(t4 + m2 + p.n, len - m2 - p.n);
+  int pn = abs_diff(t1, t1, t2, len);
+  int qn = abs_diff(t3, t3, t4, len);
+  fits(pn, cap);
+  fits(qn, cap);
+  copy(p.d, t1, pn);
+  copy(q.d, t3, qn);
+  p.n = pn;
+  q.n = qn;
+}
+
+// m <- m f, both natural; scratch of 2 (m.n + f.n + 1) limbs.
+void mul_matrix(matrix& m, const matrix& f, limb* scratch) {
+  if (f.identity) return;
+  const int len = m.n + f.n + 1;
+  limb* t = scratch;
+  limb* u = t + len;
+  int fl[4], ml[4];
+  for (int i = 0; i < 4; ++i) {
+    fl[i] = normalized_size(f.e[i], f.n);
+    ml[i] = normalized_size(m.e[i], m.n);
+  }
+  int top = 1;
+  for (int row = 0; row < 2; ++row) {
+    limb* a = m.e[2 * row];
+    limb* b = m.e[2 * row + 1];
+    const int an = ml[2 * row], bn = ml[2 * row + 1];
+    // (a, b) <- (a f00 + b f10, a f01 + b f11); a is read again after the first column, so the
+    // first column waits in u until both are done.
+    mul_any(t, a, an, f.e[0], fl[0]);
+    zero(t + an + fl[0], len - an - fl[0]);
+    mul_any(u, b, bn, f.e[2], fl[2]);
+    zero(u + bn + fl[2], len - bn - fl[2]);
+    add_n(u, u, t, len);
+    int n0 = normalized_size(u, len);
+    fits(n0, m.cap);
+    mul_any(t, a, an, f.e[1], fl[1]);
+    zero(t + an + fl[1], len - an - fl[1]);
+    limb* v = u + len;
+    mul_any(v, b, bn, f.e[3], fl[3]);
+    zero(v + bn + fl[3], len - bn - fl[3]);
+    add_n(t, t, v, len);
+    int n1 = normalized_size(t, len);
+    fits(n1, m.cap);
+    zero(a, m.cap);
+    zero(b, m.cap);
+    copy(a, u, n0);
+    copy(b, t, n1);
+    if (n0 > top) top = n0;
+    if (n1 > top) top = n1;
+  }
+  m.n = top;
+  m.identity = false;
+}
+
+// m <- m [[D, B], [C, A]] for cofactors below 2^31; scratch of 2 (m.n + 1) limbs.
+void mul_cofactors(matrix& m, const lehmer_step& st, limb* scratch) {
+  const int len = m.n + 1;
+  fits(len, m.cap);
+  limb* t = scratch;
+  limb* u = t + len;
+  for (int row = 0; row < 2; ++row) {
+    limb* a = m.e[2 * row];
+    limb* b = m.e[2 * row + 1];
+    t[m.n] = mul_1(t, a, m.n, st.D);
+    t[m.n] += addmul_1(t, b, m.n, st.C);
+    u[m.n] = mul_1(u, a, m.n, st.B);
+    u[m.n] += addmul_1(u, b, m.n, st.A);
+    copy(a, t, len);
+    copy(b, u, len);
+  }
+  m.n = normalized_size(m.e[0], len);
+  for (int i = 1; i < 4; ++i) {
+    const int k = normalized_size(m.e[i], len);
+    if (k > m.n) m.n = k;
+  }
+  if (m.n == 0) m.n = 1;
+  m.identity = false;
+}
+
+// One Euclid step on x >= y when the remainder keeps more than s limbs: (x, y) <- (y, x mod y)
+// and m <- m [[quotient, 1], [1, 0]]. False (nothing changed) otherwise. scratch: see the users.
+bool division_step(value& x, value& y, int s, matrix* m, limb* scratch) {
+  const int qn = x.n - y.n + 1;
+  limb* qt = scratch;
+  limb* r = qt + qn;
+  tdiv_qr(qt, r, x.d, x.n, y.d, y.n);
+  const int rn = normalized_size(r, y.n);
+  if (rn <= s) return false;
+  copy(x.d, r, rn);
+  x.n = rn;
+  value t = x;
+  x = y;
+  y = t;
+  if (m) {
+    // New first column q c0 + c1, new second column the old first.
+    const int qq = normalized_size(qt, qn);
+    limb* w = r + y.n + 1;
+    const int len = m->n + qq + 1;
+    for (int row = 0; row < 2; ++row) {
+      limb* c0 = m->e[2 * row];
+      limb* c1 = m->e[2 * row + 1];
+      mul_any(w, c0, normalized_size(c0, m->n), qt, qq);
+      const int wn0 = normalized_size(c0, m->n) + qq;
+      zero(w + wn0, len - wn0);
+      add(w, w, len, c1, m->n);
+      const int wn = normalized_size(w, len);
+      fits(wn, m->cap);
+      copy(c1, c0, m->n);
+      zero(c0, m->cap);
+      copy(c0, w, wn);
+      if (wn > m->n) m->n = wn;
+    }
+    m->identity = false;
+  }
+  return true;
+}
+
+// The reduction by Lehmer steps and divisions, for pairs below the recursive entry.
+void hgcd_base(value& x, value& y, int s, matrix& m, int cap, limb* scratch) {
+  limb* t = scratch;
+  limb* u = t + cap;
+  limb* rest = u + cap;
+  for (;;) {
+    order(x, y, &m);
+    if (y.n <= s) return;
+    lehmer_step st{1, 0, 0, 1, false};
+    if (x.n - y.n <= 1 && x.n >= 3 && lehmer_cofactors(x.d, x.n, y.d, y.n, s, st)) {
+      if (y.n < x.n) y.d[y.n] = 0;
+      const int n = x.n;
+      // (x', y') as in gcd_lehmer; both fit n limbs and stay positive.
+      if (!st.odd) {
+        mul_1(t, x.d, n, st.A);
+        submul_1(t, y.d, n, st.B);
+        mul_1(u, y.d, n, st.D);
+        submul_1(u, x.d, n, st.C);
+      } else {
+        mul_1(t, y.d, n, st.B);
+        submul_1(t, x.d, n, st.A);
+        mul_1(u, x.d, n, st.C);
+        submul_1(u, y.d, n, st.D);
+      }
+      copy(x.d, t, n);
+      copy(y.d, u, n);
+      x.n = normalized_size(x.d, n);
+      y.n = normalized_size(y.d, n);
+      mul_cofactors(m, st, rest);
+      continue;
+    }
+    if (!division_step(x, y, s, &m, rest)) return;
+  }
+}
+
+// Scratch of one level of hgcd on buffers of cap limbs: the two copies of the top, then the
+// products of apply_inverse (4 (cap + cap/2 + 2)), which cover those of the matrix product, the
+// division step and the base steps.
+size_t hgcd_scratch(int cap) { return 9 * static_cast<size_t>(cap) + 32; }
+
+// Reduces (x, y), the longer of n limbs, while the smaller keeps more than n/2 + 1 limbs;
+// m (identity on entry, room for n - n/2 limbs) collects the steps. Buffers hold `cap` limbs.
+void hgcd(value& x, value& y, matrix& m, int cap) {
+  const int n = x.n > y.n ? x.n : y.n;
+  const int s = n / 2 + 1;
+  if ((x.n < y.n ? x.n : y.n) <= s) return;
+  const size_t need = hgcd_scratch(cap);
+  limb* scratch = alloc_limbs(need);
+  if (n < tuning::hgcd_entry) {
+    hgcd_base(x, y, s, m, cap, scratch);
+    free_limbs(scratch, need);
+    return;
+  }
+  // The top n - s limbs first, then the top 2 (n2 - s) limbs of what is left.
+  for (int half = 0; half < 2; ++half) {
+    const int n2 = x.n > y.n ? x.n : y.n;
+    if ((x.n < y.n ? x.n : y.n) <= s) break;
+    const int k = half == 0 ? s : 2 * s - n2;
+    const int top = n2 - k;
+    const int tcap = top + 1;
+    limb* tx = scratch;
+    limb* ty = tx + tcap;
+    limb* next = ty + tcap;
+    value hx{tx, x.n - k}, hy{ty, y.n - k};
+    copy(tx, x.d + k, hx.n);
+    copy(ty, y.d + k, hy.n);
+    matrix f(top - top / 2);
+    hgcd(hx, hy, f, tcap);
+    if (!f.identity) {
+      apply_inverse(x, y, f, cap, next);
+      if (m.identity) {
+        for (int i = 0; i < 4; ++i) copy(m.e[i], f.e[i], f.n);
+        m.n = f.n;
+        m.identity = false;
+      } else {
+        mul_matrix(m, f, next);
+      }
+    }
+    if (half == 0) {
+      // A large quotient between the halves, which the top's steps may not have reached.
+      // When its remainder would leave s limbs or fewer, the pair is already where it should be.
+      order(x, y, &m);
+      if (y.n <= s || !division_step(x, y, s, &m, next)) {
+        free_limbs(scratch, need);
+        return;
+      }
+    }
+  }
+  // What the halves left above the target: finish by the base steps (a limb or two).
+  hgcd_base(x, y, s, m, cap, scratch);
+  free_limbs(scratch, need);
+}
+
+}  // namespace
+
+int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn) {
+  const int cap = an;
+  const size_t need = 10 * static_cast<size_t>(an) + 16;
+  limb* scratch = alloc_limbs(need);
+  value x{a, an}, y{b, bn};
+  for (;;) {
+    order(x, y, nullptr);
+    if (y.n < tuning::hgcd_gcd_entry) break;
+    if (x.n - y.n > 1) {
+      // Lengths far apart: one division brings them together.
+      division_step(x, y, -1, nullptr, scratch);
+      continue;
+    }
+    // The top 2/3 of the pair: their reduction by about a third of the length carries over to the
+    // whole numbers through the matrix.
+    const int n = x.n;
+    const int k = n / 3;
+    const int top = n - k;
+    const int tcap = top + 1;
+    limb* tx = scratch;
+    limb* ty = tx + tcap;
+    limb* next = ty + tcap;
+    value hx{tx, x.n - k}, hy{ty, y.n - k};
+    copy(tx, x.d + k, hx.n);
+    copy(ty, y.d + k, hy.n);
+    matrix f(top - top / 2);
+    hgcd(hx, hy, f, tcap);
+    if (f.identity)
+      division_step(x, y, -1, nullptr, scratch);
+    else
+      apply_inverse(x, y, f, cap, next);
+  }
+  free_limbs(scratch, need);
+  if (y.n == 0) {
+    copy(g, x.d, x.n);
+    return x.n;
+  }
+  return gcd_lehmer(g, x.d, x.n, y.d, y.n);
+}
+
+}  // namespace zvx::bn
