@@ -42,6 +42,7 @@ struct matrix {
   limb* block;
   int n = 1;
   int cap;
+  int det = 1;
   bool identity = true;
   explicit matrix(int c) : cap(c + 1) {
     block = alloc_limbs(4 * static_cast<size_t>(cap));
@@ -55,6 +56,7 @@ struct matrix {
   matrix& operator=(const matrix&) = delete;
   // Exchanging p and q exchanges M's columns.
   void swap_columns() {
+    det = -det;
     limb* t = e[0];
     e[0] = e[1];
     e[1] = t;
@@ -79,42 +81,59 @@ void order(value& x, value& y, matrix* m) {
   }
 }
 
-// r = |a - b| for a (an limbs) and b (bn limbs) in buffers of `len` limbs padded with zeros;
-// returns r's length.
-int abs_diff(limb* r, limb* a, limb* b, int len) {
-  if (cmp(a, b, len) >= 0)
-    sub_n(r, a, b, len);
-  else
-    sub_n(r, b, a, len);
-  return normalized_size(r, len);
-}
-
-// (p, q) <- (|m11 p - m01 q|, |m00 q - m10 p|), the pair M^-1 (p, q) up to signs, which the
-// bounds of the reduction keep positive. Values live in buffers of `cap` limbs.
-void apply_inverse(value& p, value& q, const matrix& m, int cap, limb* scratch) {
-  const int len = (p.n > q.n ? p.n : q.n) + m.n;
-  limb* t1 = scratch;
-  limb* t2 = t1 + len;
-  limb* t3 = t2 + len;
-  limb* t4 = t3 + len;
-  const int m0 = normalized_size(m.e[0], m.n), m1 = normalized_size(m.e[1], m.n);
-  const int m2 = normalized_size(m.e[2], m.n), m3 = normalized_size(m.e[3], m.n);
-  mul_any(t1, m.e[3], m3, p.d, p.n);
-  zero(t1 + m3 + p.n, len - m3 - p.n);
-  mul_any(t2, m.e[1], m1, q.d, q.n);
-  zero(t2 + m1 + q.n, len - m1 - q.n);
-  mul_any(t3, m.e[0], m0, q.d, q.n);
-  zero(t3 + m0 + q.n, len - m0 - q.n);
-  mul_any(t4, m.e[2], m2, p.d, p.n);
-  zero(t4 + m2 + p.n, len - m2 - p.n);
-  int pn = abs_diff(t1, t1, t2, len);
-  int qn = abs_diff(t3, t3, t4, len);
-  fits(pn, cap);
-  fits(qn, cap);
-  copy(p.d, t1, pn);
-  copy(q.d, t3, qn);
-  p.n = pn;
-  q.n = qn;
+// The whole pair from its reduced top: with x = X 2^(32k) + xl, y likewise, and (X, Y) = f (X', Y'),
+// x' = X' 2^(32k) + det (f11 xl - f01 yl) and y' = Y' 2^(32k) + det (f00 yl - f10 xl). The products
+// are of the entries by the k low limbs only; the bounds of the reduction keep both results
+// positive. Values live in buffers of `cap` limbs.
+void apply_top(value& x, value& y, const value& tx, const value& ty, const matrix& f, int k, int cap,
+               limb* scratch) {
+  const int len = k + f.n + 1;
+  limb* t[4];
+  for (int i = 0; i < 4; ++i) t[i] = scratch + static_cast<size_t>(i) * len;
+  const limb* xl = x.d;
+  const limb* yl = y.d;
+  const int xk = normalized_size(xl, k < x.n ? k : x.n), yk = normalized_size(yl, k < y.n ? k : y.n);
+  int fl[4];
+  for (int i = 0; i < 4; ++i) fl[i] = normalized_size(f.e[i], f.n);
+  const limb* left[4] = {f.e[3], f.e[1], f.e[0], f.e[2]};
+  const int left_n[4] = {fl[3], fl[1], fl[0], fl[2]};
+  const limb* right[4] = {xl, yl, yl, xl};
+  const int right_n[4] = {xk, yk, yk, xk};
+  for (int i = 0; i < 4; ++i) {
+    mul_any(t[i], left[i], left_n[i], right[i], right_n[i]);
+    zero(t[i] + left_n[i] + right_n[i], len - left_n[i] - right_n[i]);
+  }
+  value* out[2] = {&x, &y};
+  const value* tops[2] = {&tx, &ty};
+  for (int j = 0; j < 2; ++j) {
+    limb* a = t[2 * j];
+    limb* b = t[2 * j + 1];
+    int sign = f.det;
+    if (cmp(a, b, len) >= 0) {
+      sub_n(a, a, b, len);
+    } else {
+      sub_n(a, b, a, len);
+      sign = -sign;
+    }
+    const int dn = normalized_size(a, len);
+    value& v = *out[j];
+    const value& h = *tops[j];
+    int vn = k + h.n;
+    fits(vn, cap);
+    zero(v.d, k);
+    copy(v.d + k, h.d, h.n);
+    fits(dn, vn);
+    if (sign > 0) {
+      const limb c = add(v.d, v.d, vn, a, dn);
+      if (c) {
+        fits(vn + 1, cap);
+        v.d[vn++] = c;
+      }
+    } else if (sub(v.d, v.d, vn, a, dn)) {
+      __builtin_trap();
+    }
+    v.n = normalized_size(v.d, vn);
+  }
 }
 
 // m <- m f, both natural; scratch of 2 (m.n + f.n + 1) limbs.
@@ -158,6 +177,7 @@ void mul_matrix(matrix& m, const matrix& f, limb* scratch) {
     if (n1 > top) top = n1;
   }
   m.n = top;
+  m.det *= f.det;
   m.identity = false;
 }
 
@@ -183,6 +203,7 @@ void mul_cofactors(matrix& m, const lehmer_step& st, limb* scratch) {
     if (k > m.n) m.n = k;
   }
   if (m.n == 0) m.n = 1;
+  if (st.odd) m.det = -m.det;
   m.identity = false;
 }
 
@@ -219,6 +240,7 @@ bool division_step(value& x, value& y, int s, matrix* m, limb* scratch) {
       copy(c0, w, wn);
       if (wn > m->n) m->n = wn;
     }
+    m->det = -m->det;
     m->identity = false;
   }
   return true;
@@ -293,10 +315,11 @@ void hgcd(value& x, value& y, matrix& m, int cap) {
     matrix f(top - top / 2);
     hgcd(hx, hy, f, tcap);
     if (!f.identity) {
-      apply_inverse(x, y, f, cap, next);
+      apply_top(x, y, hx, hy, f, k, cap, next);
       if (m.identity) {
         for (int i = 0; i < 4; ++i) copy(m.e[i], f.e[i], f.n);
         m.n = f.n;
+        m.det = f.det;
         m.identity = false;
       } else {
         mul_matrix(m, f, next);
@@ -349,7 +372,7 @@ int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn) {
     if (f.identity)
       division_step(x, y, -1, nullptr, scratch);
     else
-      apply_inverse(x, y, f, cap, next);
+      apply_top(x, y, hx, hy, f, k, cap, next);
   }
   free_limbs(scratch, need);
   if (y.n == 0) {
