@@ -114,6 +114,54 @@ limb div_qr_normalised(limb* q, limb* np, int nn, const limb* dp, int dn) {
   return qh;
 }
 
+void invert_normalised(limb* v, const limb* dp, int dn) {
+  // B^(2 dn) - 1 is all ones; its top dn limbs are not below dp, so the quotient's extra limb is 1.
+  limb* u = alloc_limbs(2 * static_cast<size_t>(dn));
+  for (int i = 0; i < 2 * dn; ++i) u[i] = ~limb{0};
+  v[dn] = div_qr_normalised(v, u, 2 * dn, dp, dn);
+  free_limbs(u, 2 * static_cast<size_t>(dn));
+}
+
+// Quotient blocks of r <= dn limbs from the top, each estimated as Barrett's
+// floor(floor(w / B^(dn-1)) v / B^(dn+1)) for the window w (dn + r limbs, below dp B^r), which is
+// at most 3 below the true block (2 from the truncations, 1 when v is B^(2dn)/dp rounded down by
+// the -1), then corrected by subtracting dp while the remainder is not below it.
+limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb* v) {
+  int qn = nn - dn;
+  limb qh = 0;
+  if (cmp(np + qn, dp, dn) >= 0) {
+    sub_n(np + qn, np + qn, dp, dn);
+    qh = 1;
+  }
+  const int rmax = qn < dn ? qn : dn;
+  const size_t need = static_cast<size_t>(rmax) + 1 + dn + 1 + rmax + dn;
+  limb* t = alloc_limbs(need);
+  limb* u = t + rmax + 1 + dn + 1;
+  while (qn > 0) {
+    const int r = qn < dn ? qn : dn;
+    qn -= r;
+    limb* w = np + qn;
+    limb* qb = q + qn;
+    // t = floor(w / B^(dn-1)) v: r + 1 limbs by dn + 1.
+    mul(t, v, dn + 1, w + dn - 1, r + 1);
+    copy(qb, t + dn + 1, r);  // its top limb is 0: the block is below B^r
+    const int qbn = normalized_size(qb, r);
+    if (qbn > 0) {
+      if (qbn >= dn)
+        mul(u, qb, qbn, dp, dn);
+      else
+        mul(u, dp, dn, qb, qbn);
+      sub(w, w, dn + r, u, dn + qbn);
+    }
+    while (w[dn] != 0 || cmp(w, dp, dn) >= 0) {
+      w[dn] -= sub_n(w, w, dp, dn);
+      add_1(qb, qb, r, 1);
+    }
+  }
+  free_limbs(t, need);
+  return qh;
+}
+
 void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
   if (dn == 1) {
     limb* qq = q ? q : alloc_limbs(an);

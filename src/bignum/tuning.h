@@ -53,6 +53,10 @@ constexpr int dc_div_entry = 40;
 // times at every size (3.0 us at 40 limbs, 8.3 at 80, 24 at 160), 40 is 10-20% slower at 40-160
 // limbs, 80 up to 50%; the one-limb loop alone is 1.6x slower from 40 limbs and 8x at 1,280.
 constexpr int get_str_dc_entry = 20;
+// get_str divides by a power through its inverse (two products a division) when the power is
+// expected to divide about this many parts (the number's length over twice the power's); the
+// inverse costs one ordinary division.
+constexpr int get_str_inverse_uses = 3;
 // set_str, the same way, from this many limbs' worth of digits. The digit-group loop is cheaper
 // than the division loop, so the cut pays later: at 40 limbs the loop alone takes 1.4 us against
 // 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
