@@ -1,0 +1,134 @@
+// The half-gcd reduction and the division by a power's inverse in get_str, against the system
+// GMP at sizes on both sides of their entries in tuning.h, on the operands that stress them:
+// long runs of quotient 1 (Fibonacci neighbours), one huge quotient in the middle of the
+// sequence, all-ones limbs, large common factors, and results written over an operand.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "bignum/gmp_peer.h"
+#include "bignum/tuning.h"
+
+using namespace bntest;
+namespace tn = zvx::bn::tuning;
+
+namespace {
+
+using peer_gcd = void (*)(gz*, const gz*, const gz*);
+
+// Checks mpz_gcd(a, b) against GMP, then the same with the result over either operand.
+void check_gcd(const std::string& a, const std::string& b, const char* what) {
+  static peer_gcd theirs = gmp().sym<peer_gcd>("__gmpz_gcd");
+  G ga(a), gb(b), gg;
+  theirs(gg.p(), ga.p(), gb.p());
+  const std::string want = upper(gg.str());
+  Z za(a), zb(b), zg;
+  mpz_gcd(zg.p(), za.p(), zb.p());
+  ASSERT_EQ(zg.str(), want) << what << ", " << a.size() / 8 << " and " << b.size() / 8 << " limbs";
+  mpz_gcd(za.p(), za.p(), zb.p());
+  ASSERT_EQ(za.str(), want) << what << ", result over the first operand";
+  Z za2(a);
+  mpz_gcd(zb.p(), za2.p(), zb.p());
+  ASSERT_EQ(zb.str(), want) << what << ", result over the second operand";
+}
+
+std::string product(const std::string& x, const std::string& y) {
+  Z zx(x), zy(y), r;
+  mpz_mul(r.p(), zx.p(), zy.p());
+  return r.str();
+}
+
+// The sizes around an entry: below, at, above it, and where a half or a third of the length
+// reaches it again.
+std::vector<int> around(int e) { return {e - 1, e, e + 1, 2 * e - 1, 2 * e + 2, 3 * e + 1, 7 * e + 3}; }
+
+}  // namespace
+
+TEST(BignumHalfGcd, RandomPairsAcrossTheEntries) {
+  std::mt19937_64 rng(211);
+  for (int e : {tn::hgcd_entry, tn::hgcd_gcd_entry}) {
+    for (int n : around(e)) {
+      check_gcd(random_hex(rng, n), random_hex(rng, n), "equal lengths");
+      check_gcd(random_hex(rng, n), random_hex(rng, n - 1), "one limb apart");
+      check_gcd(random_hex(rng, n), random_hex(rng, n / 2 + 1), "half the length");
+      // A common factor of a third and of two thirds of the length: the gcd itself is long.
+      for (int c : {n / 3 + 1, 2 * n / 3}) {
+        const std::string f = random_hex(rng, c, false);
+        check_gcd(product(random_hex(rng, n - c), f), product(random_hex(rng, n - c), f), "common factor");
+      }
+    }
+  }
+}
+
+TEST(BignumHalfGcd, WorstCaseSequences) {
+  std::mt19937_64 rng(223);
+  const int top = 7 * tn::hgcd_gcd_entry + 3;
+  for (int n : {tn::hgcd_entry, tn::hgcd_gcd_entry, 2 * tn::hgcd_gcd_entry + 1, top}) {
+    // Consecutive Fibonacci numbers: every quotient is 1 and the cofactors grow as slowly as they
+    // can, so the reduction needs the most steps per limb. Also times a common factor.
+    Z f1, f2;
+    mpz_fib2_ui(f1.p(), f2.p(), static_cast<unsigned long>(n) * 32 * 144 / 100);
+    check_gcd(f1.str(), f2.str(), "Fibonacci neighbours");
+    const std::string c = random_hex(rng, n / 4 + 1, false);
+    check_gcd(product(f1.str(), c), product(f2.str(), c), "Fibonacci neighbours times a factor");
+    // All-ones limbs against a one followed by zeros, and against all ones one limb shorter.
+    const std::string ones(8 * static_cast<size_t>(n), 'F');
+    check_gcd(ones, "8" + std::string(8 * static_cast<size_t>(n) - 1, '0'), "all ones and a power of two");
+    check_gcd(ones, ones.substr(8), "all ones, one limb apart");
+    check_gcd(ones, ones, "equal operands");
+    // One huge quotient in the middle of the sequence: a = b q + r with q of a quarter of the
+    // length, which the steps taken from the leading limbs cannot settle.
+    const std::string b = random_hex(rng, n, false), q = random_hex(rng, n / 4 + 1, false);
+    Z zb(b), zq(q), zr(random_hex(rng, n - 2, false)), za;
+    mpz_mul(za.p(), zb.p(), zq.p());
+    mpz_add(za.p(), za.p(), zr.p());
+    check_gcd(za.str(), b, "a huge quotient");
+    // Signs and a zero.
+    check_gcd("-" + b, q, "negative operand");
+    check_gcd(b, "0", "zero operand");
+  }
+}
+
+TEST(BignumHalfGcd, GcdOfLongNumbersWithKnownFactors) {
+  // gcd(x g, y g) = g for coprime x, y: a check that does not rest on the peer. x and y are
+  // consecutive integers, so coprime; g is odd and long.
+  std::mt19937_64 rng(227);
+  for (int n : {tn::hgcd_gcd_entry + 5, 4 * tn::hgcd_gcd_entry}) {
+    Z x(random_hex(rng, n, false)), y, g(random_hex(rng, n / 2, false)), a, b, r;
+    mpz_add_ui(y.p(), x.p(), 1);
+    mpz_setbit(g.p(), 0);
+    mpz_mul(a.p(), x.p(), g.p());
+    mpz_mul(b.p(), y.p(), g.p());
+    mpz_gcd(r.p(), a.p(), b.p());
+    EXPECT_EQ(r.str(), g.str()) << n << " limbs";
+  }
+}
+
+TEST(BignumHalfGcd, TextThroughInversesOfPowers) {
+  // get_str divides by a power through its inverse when the number is at least 2 x
+  // get_str_inverse_uses times the power's length and the power has dc_div_entry limbs: from
+  // about 4 x 2 x 3 x 40 limbs the lower levels take that path. Digits that stress the
+  // correction of the quotient estimate: all nines (the remainder one below the power), powers
+  // of the base and their neighbours, all-ones limbs.
+  std::mt19937_64 rng(229);
+  const int least = 4 * 2 * tn::get_str_inverse_uses * tn::dc_div_entry;
+  for (int n : {least - 7, least + 5, 3 * least + 1}) {
+    for (int base : {10, 7, 36}) {
+      auto check = [&](const std::string& hex, const char* what) {
+        G gx(hex);
+        Z zx(hex);
+        ASSERT_EQ(zx.str(base), upper(gx.str(base))) << what << ", base " << base << ", " << n << " limbs";
+      };
+      check(random_hex(rng, n), "random");
+      check(std::string(8 * static_cast<size_t>(n), 'F'), "all ones");
+      const char top = base == 10 ? '9' : (base == 7 ? '6' : 'Z');
+      const size_t digits = static_cast<size_t>(n) * 9;
+      for (const std::string& text : {std::string(digits, top), "1" + std::string(digits, '0'),
+                                      "1" + std::string(digits - 1, '0') + "1"}) {
+        Z z;
+        ASSERT_EQ(mpz_set_str(z.p(), text.c_str(), base), 0);
+        ASSERT_EQ(z.str(base), text) << "base " << base << ", " << digits << " digits";
+      }
+    }
+  }
+}
