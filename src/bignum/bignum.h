@@ -48,7 +48,8 @@ void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn);
 // np (nn limbs) by dp (dn >= 2 limbs, top bit set): q gets nn-dn limbs plus the returned top limb
 // (0 or 1), the remainder is left in np[0, dn).
 limb div_qr_normalised(limb* q, limb* np, int nn, const limb* dp, int dn);
-// v (dn + 1 limbs) = floor((B^(2 dn) - 1) / dp) for dp normalised as above (B = 2^32).
+// v (dn + 1 limbs) with dp v < B^(2 dn) < dp (v + 2), so floor((B^(2 dn) - 1) / dp) or 1 below,
+// for dp normalised as above (B = 2^32).
 void invert_normalised(limb* v, const limb* dp, int dn);
 // div_qr_normalised with that inverse v of dp: two products per quotient block of dn limbs.
 limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb* v);

@@ -47,6 +47,19 @@ constexpr int transform_cached_log2 = 22;
 // against 40 at every size above.
 constexpr int dc_div_entry = 40;
 
+// Inverses of divisors from this many limbs come by Newton's iteration on the top half, below by
+// one division of B^(2n) - 1. Measured through tdiv_qr and get_str (least thread time, loaded
+// machine): entries of 20 to 320 limbs give the same times within 3% (0.55 ms for 6,250 by 3,125
+// limbs, 5.0 ms for 31,250 by 15,625, 21-22 ms for get_str of 31,250 limbs), so the entry sits
+// where the division it falls back on is still short.
+constexpr int newton_inverse_entry = 80;
+// tdiv_qr from divisors of this many limbs, with a quotient at least as long, divides through an
+// inverse: two products a block of quotient limbs. Against the divide-and-conquer division on 2n
+// by n limbs: 100 limbs 13 against 8 us, 312 limbs 48 against 45, 781 limbs 115 against 119,
+// 1,562 limbs 0.27 against 0.31-0.45 ms, 3,125 limbs 0.55 against 0.77, 15,625 limbs 5.0 against
+// 5.7-8.5 ms.
+constexpr int newton_div_entry = 700;
+
 // Text in a base that is not a power of two: from this many limbs get_str cuts the number in two
 // by a power of the base; below, one-limb divisions give a limb's worth of digits at a time.
 // Measured in base 10 (least thread time, loaded machine): entries of 10 and 20 give the same
@@ -54,9 +67,10 @@ constexpr int dc_div_entry = 40;
 // limbs, 80 up to 50%; the one-limb loop alone is 1.6x slower from 40 limbs and 8x at 1,280.
 constexpr int get_str_dc_entry = 20;
 // get_str divides by a power through its inverse (two products a division) when the power is
-// expected to divide about this many parts (the number's length over twice the power's); the
-// inverse costs one ordinary division.
-constexpr int get_str_inverse_uses = 3;
+// expected to divide about this many parts (the number's length over twice the power's). With
+// Newton's inverse, 1 (every level) and 2 give the same 21 ms for 31,250 limbs in base 10, 3 gives
+// 22, the divide-and-conquer division at every level 29.
+constexpr int get_str_inverse_uses = 2;
 // set_str, the same way, from this many limbs' worth of digits. The digit-group loop is cheaper
 // than the division loop, so the cut pays later: at 40 limbs the loop alone takes 1.4 us against
 // 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
