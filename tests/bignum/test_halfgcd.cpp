@@ -132,3 +132,65 @@ TEST(BignumHalfGcd, TextThroughInversesOfPowers) {
     }
   }
 }
+
+namespace {
+
+// Hex text of `limbs` limbs: random, all ones, one then zeros (a power of two, whose reciprocal is
+// exact), one then zeros then one.
+std::string shaped(std::mt19937_64& rng, int limbs, int kind) {
+  switch (kind) {
+    case 1: return std::string(8 * static_cast<size_t>(limbs), 'F');
+    case 2: return "8" + std::string(8 * static_cast<size_t>(limbs) - 1, '0');
+    case 3: return "8" + std::string(8 * static_cast<size_t>(limbs) - 2, '0') + "1";
+    default: return random_hex(rng, limbs, false);
+  }
+}
+
+void check_tdiv(const Z& n, const Z& d, const char* what) {
+  using peer_qr = void (*)(gz*, gz*, const gz*, const gz*);
+  static peer_qr theirs = gmp().sym<peer_qr>("__gmpz_tdiv_qr");
+  G gn(n.str()), gd(d.str()), gq, gr;
+  theirs(gq.p(), gr.p(), gn.p(), gd.p());
+  Z q, r;
+  mpz_tdiv_qr(q.p(), r.p(), n.z, d.z);
+  ASSERT_EQ(q.str(), upper(gq.str())) << what << ": quotient of " << n.str().size() / 8 << " by "
+                                      << d.str().size() / 8 << " limbs";
+  ASSERT_EQ(r.str(), upper(gr.str())) << what << ": remainder";
+}
+
+}  // namespace
+
+TEST(BignumHalfGcd, DivisionThroughNewtonsInverse) {
+  // Divisors around the entry of the division through an inverse, whose halves cross the entry
+  // of Newton's iteration; quotients one limb shorter than the divisor (the other path), as long,
+  // and several blocks with a short last one.
+  std::mt19937_64 rng(233);
+  const int e = tn::newton_div_entry;
+  for (int dn : {e - 1, e, e + 1, 2 * e + 3}) {
+    for (int qn : {dn - 1, dn, dn + 1, 3 * dn + 5}) {
+      for (int kind = 0; kind < 4; ++kind) {
+        Z d(shaped(rng, dn, kind)), n(shaped(rng, dn + qn, (kind + 1) % 4));
+        check_tdiv(n, d, "shaped operands");
+      }
+      // n = d q - 1 and n = d q + d - 1: remainders at both ends, where an estimate that is
+      // corrected too little or too much shows. Quotient limbs all ones as well.
+      for (int kind = 0; kind < 2; ++kind) {
+        Z d(shaped(rng, dn, 3 * kind)), q(shaped(rng, qn, kind)), n, one("1");
+        mpz_mul(n.p(), d.p(), q.p());
+        Z below;
+        mpz_sub(below.p(), n.p(), one.p());
+        check_tdiv(below, d, "one below a multiple");
+        mpz_add(n.p(), n.p(), d.p());
+        mpz_sub(n.p(), n.p(), one.p());
+        check_tdiv(n, d, "one below the next multiple");
+      }
+    }
+  }
+  // The result over its operands.
+  Z d(random_hex(rng, e + 10, false)), n(random_hex(rng, 3 * e, false)), q, r;
+  mpz_tdiv_qr(q.p(), r.p(), n.p(), d.p());
+  Z n2(n.str()), d2(d.str());
+  mpz_tdiv_qr(n2.p(), d2.p(), n2.p(), d2.p());
+  EXPECT_EQ(n2.str(), q.str());
+  EXPECT_EQ(d2.str(), r.str());
+}
