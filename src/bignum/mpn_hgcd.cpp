@@ -181,30 +181,45 @@ void mul_matrix(matrix& m, const matrix& f, limb* scratch) {
   m.identity = false;
 }
 
-// m <- m [[D, B], [C, A]] for cofactors below 2^31; scratch of 2 (m.n + 1) limbs.
-void mul_cofactors(matrix& m, const lehmer_step& st, limb* scratch) {
+// m <- m [[D, B], [C, A]] for cofactors below 2^31, one pass over each row: a D + b C + carry
+// stays below 2^64.
+void mul_cofactors(matrix& m, const lehmer_step& st) {
   const int len = m.n + 1;
   fits(len, m.cap);
-  limb* t = scratch;
-  limb* u = t + len;
   for (int row = 0; row < 2; ++row) {
     limb* a = m.e[2 * row];
     limb* b = m.e[2 * row + 1];
-    t[m.n] = mul_1(t, a, m.n, st.D);
-    t[m.n] += addmul_1(t, b, m.n, st.C);
-    u[m.n] = mul_1(u, a, m.n, st.B);
-    u[m.n] += addmul_1(u, b, m.n, st.A);
-    copy(a, t, len);
-    copy(b, u, len);
+    dlimb c0 = 0, c1 = 0;
+    for (int i = 0; i < len; ++i) {
+      const dlimb ai = a[i], bi = b[i];
+      c0 += ai * st.D + bi * st.C;
+      c1 += ai * st.B + bi * st.A;
+      a[i] = static_cast<limb>(c0);
+      b[i] = static_cast<limb>(c1);
+      c0 >>= 32;
+      c1 >>= 32;
+    }
   }
-  m.n = normalized_size(m.e[0], len);
-  for (int i = 1; i < 4; ++i) {
-    const int k = normalized_size(m.e[i], len);
-    if (k > m.n) m.n = k;
-  }
-  if (m.n == 0) m.n = 1;
+  if (m.e[0][m.n] | m.e[1][m.n] | m.e[2][m.n] | m.e[3][m.n]) ++m.n;
   if (st.odd) m.det = -m.det;
   m.identity = false;
+}
+
+// (x, y) <- (A x - B y, D y - C x) after an even number of steps, (B y - A x, C x - D y) after an
+// odd one, in one pass: both results are natural numbers of at most n limbs.
+void apply_cofactors(limb* x, limb* y, int n, const lehmer_step& st) {
+  const int64_t a = st.A, b = st.B, c = st.C, d = st.D;
+  const int64_t sx = st.odd ? -1 : 1;
+  __int128 cx = 0, cy = 0;
+  for (int i = 0; i < n; ++i) {
+    const int64_t xi = x[i], yi = y[i];
+    cx += static_cast<__int128>(sx) * (a * xi - b * yi);
+    cy += static_cast<__int128>(sx) * (d * yi - c * xi);
+    x[i] = static_cast<limb>(static_cast<uint64_t>(cx));
+    y[i] = static_cast<limb>(static_cast<uint64_t>(cy));
+    cx >>= 32;
+    cy >>= 32;
+  }
 }
 
 // One Euclid step on x >= y when the remainder keeps more than s limbs: (x, y) <- (y, x mod y)
@@ -247,10 +262,8 @@ bool division_step(value& x, value& y, int s, matrix* m, limb* scratch) {
 }
 
 // The reduction by Lehmer steps and divisions, for pairs below the recursive entry.
-void hgcd_base(value& x, value& y, int s, matrix& m, int cap, limb* scratch) {
-  limb* t = scratch;
-  limb* u = t + cap;
-  limb* rest = u + cap;
+void hgcd_base(value& x, value& y, int s, matrix& m, limb* scratch) {
+  limb* rest = scratch;
   for (;;) {
     order(x, y, &m);
     if (y.n <= s) return;
@@ -258,23 +271,10 @@ void hgcd_base(value& x, value& y, int s, matrix& m, int cap, limb* scratch) {
     if (x.n - y.n <= 1 && x.n >= 3 && lehmer_cofactors(x.d, x.n, y.d, y.n, s, st)) {
       if (y.n < x.n) y.d[y.n] = 0;
       const int n = x.n;
-      // (x', y') as in gcd_lehmer; both fit n limbs and stay positive.
-      if (!st.odd) {
-        mul_1(t, x.d, n, st.A);
-        submul_1(t, y.d, n, st.B);
-        mul_1(u, y.d, n, st.D);
-        submul_1(u, x.d, n, st.C);
-      } else {
-        mul_1(t, y.d, n, st.B);
-        submul_1(t, x.d, n, st.A);
-        mul_1(u, x.d, n, st.C);
-        submul_1(u, y.d, n, st.D);
-      }
-      copy(x.d, t, n);
-      copy(y.d, u, n);
+      apply_cofactors(x.d, y.d, n, st);
       x.n = normalized_size(x.d, n);
       y.n = normalized_size(y.d, n);
-      mul_cofactors(m, st, rest);
+      mul_cofactors(m, st);
       continue;
     }
     if (!division_step(x, y, s, &m, rest)) return;
@@ -295,7 +295,7 @@ void hgcd(value& x, value& y, matrix& m, int cap) {
   const size_t need = hgcd_scratch(cap);
   limb* scratch = alloc_limbs(need);
   if (n < tuning::hgcd_entry) {
-    hgcd_base(x, y, s, m, cap, scratch);
+    hgcd_base(x, y, s, m, scratch);
     free_limbs(scratch, need);
     return;
   }
@@ -336,7 +336,7 @@ void hgcd(value& x, value& y, matrix& m, int cap) {
     }
   }
   // What the halves left above the target: finish by the base steps (a limb or two).
-  hgcd_base(x, y, s, m, cap, scratch);
+  hgcd_base(x, y, s, m, scratch);
   free_limbs(scratch, need);
 }
 
