@@ -28,6 +28,7 @@ struct gmp_peer {
   void (*tdiv_qr)(gz*, gz*, const gz*, const gz*);
   char* (*get_str)(char*, int, const gz*);
   void (*gcd)(gz*, const gz*, const gz*);
+  void (*gcdext)(gz*, gz*, gz*, const gz*, const gz*);
   template <class F>
   void get(F& f, const char* name) {
     f = reinterpret_cast<F>(dlsym(h, name));
@@ -43,6 +44,7 @@ struct gmp_peer {
     get(tdiv_qr, "__gmpz_tdiv_qr");
     get(get_str, "__gmpz_get_str");
     get(gcd, "__gmpz_gcd");
+    get(gcdext, "__gmpz_gcdext");
     return true;
   }
 };
@@ -118,6 +120,14 @@ int main(int argc, char** argv) {
     cpu_row("mpz_get_str", "base 10, 1,000,000 bits", [&] { mpz_get_str(buf.data(), 10, zx); },
             [&] { g.get_str(buf.data(), 10, &gx); }, 5);
     cpu_row("mpz_gcd", "100,000 bits", [&] { mpz_gcd(zr, za, zb); }, [&] { g.gcd(&gr, &ga, &gb); }, 9);
+    mpz_t zs, zt;
+    mpz_init(zs), mpz_init(zt);
+    gz gs, gt;
+    g.init(&gs), g.init(&gt);
+    cpu_row("mpz_gcdext", "100,000 bits", [&] { mpz_gcdext(zr, zs, zt, za, zb); },
+            [&] { g.gcdext(&gr, &gs, &gt, &ga, &gb); }, 5);
+    mpz_clear(zs), mpz_clear(zt);
+    g.clear(&gs), g.clear(&gt);
     mpz_clear(zn), mpz_clear(zd), mpz_clear(zq), mpz_clear(zr), mpz_clear(zx), mpz_clear(za), mpz_clear(zb);
     for (gz* v : {&gn, &gd, &gq, &gr, &gx, &ga, &gb}) g.clear(v);
   }

@@ -59,6 +59,11 @@ limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);
 // The same contract, by the half-gcd reduction down to tuning::hgcd_gcd_entry limbs, then Lehmer.
 int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn);
+// g = gcd(a, b) (returns its length) and a cofactor s of a: g = s a + t b for some t, s of at most
+// max(an, bn) + 1 limbs with its sign in *sn as an integer record's size. a and b (normalised,
+// both at least 1 limb, either larger) are destroyed and live in buffers of max(an, bn) limbs;
+// g has room for min(an, bn) limbs.
+int gcdext_cofactor(limb* g, limb* s, int* sn, limb* a, int an, limb* b, int bn);
 
 // Cofactor magnitudes of Euclid's steps on x >= y (xn limbs, xn - yn <= 1, xn >= 3) taken from
 // their leading 62 bits: (x', y') = (A x - B y, D y - C x) after an even number of steps, the

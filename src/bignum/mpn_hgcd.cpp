@@ -382,4 +382,59 @@ int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn) {
   return gcd_lehmer(g, x.d, x.n, y.d, y.n);
 }
 
+int gcdext_cofactor(limb* g, limb* s, int* sn, limb* a, int an, limb* b, int bn) {
+  const int cap = an > bn ? an : bn;
+  const size_t need = 10 * static_cast<size_t>(cap) + 16;
+  limb* scratch = alloc_limbs(need);
+  // (a, b) = m (x, y) throughout; the entries stay below max(a, b) / min(x, y).
+  matrix m(cap + 1);
+  value x{a, an}, y{b, bn};
+  bool divides = false;  // y divides x: the gcd is y
+  for (;;) {
+    order(x, y, &m);
+    if (y.n == 0) break;
+    if (y.n < tuning::hgcd_gcd_entry) {
+      // Lehmer steps and divisions down to an exact division.
+      hgcd_base(x, y, 0, m, scratch);
+      order(x, y, &m);
+      divides = y.n > 0;
+      break;
+    }
+    if (x.n - y.n > 1) {
+      division_step(x, y, -1, &m, scratch);
+      continue;
+    }
+    const int n = x.n;
+    const int k = n / 3;
+    const int top = n - k;
+    const int tcap = top + 1;
+    limb* tx = scratch;
+    limb* ty = tx + tcap;
+    limb* next = ty + tcap;
+    value hx{tx, x.n - k}, hy{ty, y.n - k};
+    copy(tx, x.d + k, hx.n);
+    copy(ty, y.d + k, hy.n);
+    matrix f(top - top / 2);
+    hgcd(hx, hy, f, tcap);
+    if (f.identity) {
+      division_step(x, y, -1, &m, scratch);
+    } else {
+      apply_top(x, y, hx, hy, f, k, cap, next);
+      mul_matrix(m, f, next);
+    }
+  }
+  // x = det (m11 a - m01 b) and y = det (m00 b - m10 a): the cofactor of a is det m11 for the
+  // gcd x, -det m10 for the gcd y.
+  const value& gv = divides ? y : x;
+  copy(g, gv.d, gv.n);
+  const limb* c = divides ? m.e[2] : m.e[3];
+  const int cn = normalized_size(c, m.n);
+  copy(s, c, cn);
+  const int sign = divides ? -m.det : m.det;
+  *sn = sign < 0 ? -cn : cn;
+  const int gn = gv.n;
+  free_limbs(scratch, need);
+  return gn;
+}
+
 }  // namespace zvx::bn
