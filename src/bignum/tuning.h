@@ -85,9 +85,11 @@ constexpr int gcd_lehmer_entry = 3;
 
 // Half-gcd: pairs below this many limbs are reduced by Lehmer steps instead of by the recursion
 // on their top halves. Measured on the gcd of two random 3,125-limb numbers (least thread time,
-// loaded machine): entries of 30 to 150 all give 5.6-5.9 ms, 250 gives 6.3, 400 7.2, 1,000 22;
-// below 30 the matrix products of the lowest levels cost more than the Lehmer passes they save.
-constexpr int hgcd_entry = 60;
+// loaded machine): entries of 30 to 150 all gave 5.6-5.9 ms, 250 6.3, 400 7.2, 1,000 22; with the
+// gcd's power-of-two tops, 40: 5.30-5.33 ms, 60: 5.18-5.26, 100: 5.11-5.16, 150: 5.13-5.15, 200:
+// 5.20-5.24. Below 30 the matrix products of the lowest levels cost more than the Lehmer passes
+// they save.
+constexpr int hgcd_entry = 100;
 // gcd: from this many limbs of the smaller operand the half-gcd reduction runs, Lehmer below.
 // Lehmer alone against the reduction: 27 against 26 us at 100 limbs, 54 against 52 at 150, 134
 // against 109 at 250, 489 against 341 at 500; entries of 60 to 400 give the same 5.7-5.8 ms at
