@@ -171,7 +171,7 @@ void invert_normalised(limb* v, const limb* dp, int dn) {
   if (!ok) invert_by_division(v, dp, dn);
 }
 
-// Quotient blocks of r <= dn limbs from the top, each estimated as Barrett's
+// Quotient blocks of r <= dn limbs from the top, each estimated through the inverse as
 // floor(floor(w / B^(dn-1)) v / B^(dn+1)) for the window w (dn + r limbs, below dp B^r), which is
 // at most 5 below the true block (2 from the truncations, 1 when v is B^(2dn)/dp rounded down by
 // the -1, 2 from Newton's inverse being up to 1 below that), then corrected by subtracting dp while
