@@ -1,17 +1,17 @@
 // Subquadratic gcd by the half-gcd reduction. For a pair (p, q) whose longer member has n limbs,
 // hgcd finds a matrix M of natural numbers with determinant +-1 and a reduced pair with
 // (p, q) = M (p', q') whose smaller member still has more than s = n/2 + 1 limbs. It works on the
-// top half first: the matrix that reduces the top n - s limbs also reduces the whole numbers,
-// because with entries below 2^(32(n - s - s1)) and reduced tops of more than s1 limbs the low
-// limbs cannot change a sign (a step the top would take falsely would have to leave a remainder
-// below the entries). The same is done once more on what is left, with one division between the
-// two halves for a large quotient. So a pair of n limbs loses about n/2 limbs for the price of a
-// few products of n/2 limbs, and the gcd costs O(M(n) log n) instead of Lehmer's O(n^2).
+// top limbs first: with p = P B^k + p_l, the matrix that reduces (P, Q) to a pair above s1 limbs
+// has entries below B^(top - s1), no larger than the reduced top, so p' = P' B^k + det (m11 p_l -
+// m01 q_l) keeps the sign and the size of P' B^k: the matrix reduces the whole numbers as well,
+// and only the low limbs need multiplying. The same is done once more on what is left, with one
+// division between the two halves for a large quotient. So a pair of n limbs loses about n/2
+// limbs for the price of a few products of n/2 limbs, and the gcd costs O(M(n) log n) instead of
+// Lehmer's O(n^2). The extended gcd keeps the product of all the matrices and reads a cofactor
+// off it.
 //
 // Invariant everywhere: (P, Q) = M (p, q) with M's entries natural numbers, so M^-1 = det *
 // [[m11, -m01], [-m10, m00]] gives the reduced pair as differences of products.
-#include <cstdlib>
-
 #include "bignum/bignum.h"
 #include "bignum/tuning.h"
 
@@ -136,7 +136,7 @@ void apply_top(value& x, value& y, const value& tx, const value& ty, const matri
   }
 }
 
-// m <- m f, both natural; scratch of 2 (m.n + f.n + 1) limbs.
+// m <- m f, both natural; scratch of 3 (m.n + f.n + 1) limbs.
 void mul_matrix(matrix& m, const matrix& f, limb* scratch) {
   if (f.identity) return;
   const int len = m.n + f.n + 1;
