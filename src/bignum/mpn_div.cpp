@@ -241,7 +241,7 @@ void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
     copy(u, a, an);
     u[an] = 0;
   }
-  if (dn >= tuning::newton_div_entry && an + 1 - dn >= dn) {
+  if (dn >= tuning::newton_div_entry && dn <= tuning::newton_div_max && an + 1 - dn >= dn) {
     // A quotient at least as long as the divisor pays for the inverse.
     limb* inv = alloc_limbs(static_cast<size_t>(dn) + 1);
     invert_normalised(inv, v, dn);

@@ -122,7 +122,8 @@ size_t to_text(char* out, limb* x, int n, int base, limb bb, int per, powers& pw
   limb* r = q + qn;
   // A power that divides several parts pays for its inverse: each division then costs two
   // products instead of the divide-and-conquer recursion.
-  if (pn >= tuning::dc_div_entry && static_cast<long>(pw.total) >= tuning::get_str_inverse_uses * 2L * pn)
+  if (pn >= tuning::dc_div_entry && pn <= tuning::newton_div_max &&
+      static_cast<long>(pw.total) >= tuning::get_str_inverse_uses * 2L * pn)
     divide_by_power(q, r, x, n, pw, i);
   else
     tdiv_qr(q, r, x, n, pw.p[i], pn);

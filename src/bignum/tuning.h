@@ -59,6 +59,11 @@ constexpr int newton_inverse_entry = 80;
 // 1,562 limbs 0.27 against 0.31-0.45 ms, 3,125 limbs 0.55 against 0.77, 15,625 limbs 5.0 against
 // 5.7-8.5 ms.
 constexpr int newton_div_entry = 700;
+// ... and up to this many limbs: the products of the inverse and the division have a cliff above
+// (a 100,001-limb product costs far more than twice a 50,000-limb one): 2n by n limbs took 25 ms
+// against 35-41 at 62,500 and 75,000 limbs, 30 against 51 at 87,500, but 229 against 51 at
+// 100,000. get_str keeps its powers' inverses below the same length.
+constexpr int newton_div_max = 90000;
 
 // Text in a base that is not a power of two: from this many limbs get_str cuts the number in two
 // by a power of the base; below, one-limb divisions give a limb's worth of digits at a time.
