@@ -226,8 +226,8 @@ int main(int argc, char** argv) {
                     "the schoolbook loop on 64-bit words below 32 limbs, Karatsuba, and the transform "
                     "multiplication on the library's real DFT from 128 limbs (Toom-3 only where the "
                     "transform's arrays cannot be had); divide-and-conquer division from 40-limb divisors; "
-                    "division through Newton's inverse from 700-limb divisors with quotients at least as "
-                    "long; divide-and-conquer text conversion from 20 (get_str) and 60 (set_str) limbs, "
+                    "division through Newton's inverse for 700- to 90,000-limb divisors with quotients at "
+                    "least as long; divide-and-conquer text conversion from 20 (get_str) and 60 (set_str) limbs, "
                     "get_str dividing by inverses of the powers; the half-gcd reduction from 100 limbs, "
                     "Lehmer's gcd below. The first four rows are in thread CPU time (median), the others in "
                     "wall time, one sample each from 100,000 limbs.");
