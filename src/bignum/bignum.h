@@ -45,10 +45,35 @@ limb mod_1(const limb* a, int n, limb d);
 // Long division: q gets an-dn+1 limbs, r gets dn limbs; an >= dn >= 1, d[dn-1] != 0. q and r may
 // be null when not wanted. No overlap with the inputs.
 void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn);
+// np (nn limbs) by dp (dn >= 2 limbs, top bit set): q gets nn-dn limbs plus the returned top limb
+// (0 or 1), the remainder is left in np[0, dn).
+limb div_qr_normalised(limb* q, limb* np, int nn, const limb* dp, int dn);
+// v (dn + 1 limbs) with dp v < B^(2 dn) < dp (v + 2), so floor((B^(2 dn) - 1) / dp) or 1 below,
+// for dp normalised as above (B = 2^32).
+void invert_normalised(limb* v, const limb* dp, int dn);
+// div_qr_normalised with that inverse v of dp: two products per quotient block of dn limbs.
+limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb* v);
 
 // g = gcd(a, b) for a >= b >= 1 (an >= bn limbs, normalised), in buffers of at least an limbs
 // each, which it destroys; g has room for bn limbs. Returns g's length.
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);
+// The same contract, by the half-gcd reduction down to tuning::hgcd_gcd_entry limbs, then Lehmer.
+int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn);
+// g = gcd(a, b) (returns its length) and a cofactor s of a: g = s a + t b for some t, s of at most
+// max(an, bn) + 1 limbs with its sign in *sn as an integer record's size. a and b (normalised,
+// both at least 1 limb, either larger) are destroyed and live in buffers of max(an, bn) limbs;
+// g has room for min(an, bn) limbs.
+int gcdext_cofactor(limb* g, limb* s, int* sn, limb* a, int an, limb* b, int bn);
+
+// Cofactor magnitudes of Euclid's steps on x >= y (xn limbs, xn - yn <= 1, xn >= 3) taken from
+// their leading 62 bits: (x', y') = (A x - B y, D y - C x) after an even number of steps, the
+// negatives after an odd one, so that (x, y) = [[D, B], [C, A]] (x', y'). With floor_limbs >= 0
+// the steps also stop before y' could fall below 2^(32 floor_limbs). False when no step settled.
+struct lehmer_step {
+  limb A, B, C, D;
+  bool odd;
+};
+bool lehmer_cofactors(const limb* x, int xn, const limb* y, int yn, int floor_limbs, lehmer_step& st);
 
 inline int normalized_size(const limb* p, int n) {
   while (n > 0 && p[n - 1] == 0) --n;

@@ -114,6 +114,109 @@ limb div_qr_normalised(limb* q, limb* np, int nn, const limb* dp, int dn) {
   return qh;
 }
 
+namespace {
+
+// v = floor((B^(2 dn) - 1) / dp) by one division: B^(2 dn) - 1 is all ones, its top dn limbs are
+// not below dp, so the quotient's extra limb is 1.
+void invert_by_division(limb* v, const limb* dp, int dn) {
+  limb* u = alloc_limbs(2 * static_cast<size_t>(dn));
+  for (int i = 0; i < 2 * dn; ++i) u[i] = ~limb{0};
+  v[dn] = div_qr_normalised(v, u, 2 * dn, dp, dn);
+  free_limbs(u, 2 * static_cast<size_t>(dn));
+}
+
+}  // namespace
+
+// Newton's iteration on the top half: with xh the reciprocal of a's top h limbs, T = B^(n+h) -
+// a xh is the error of xh as a reciprocal of a, and xh B^l + xh T / B^(2h-l) doubles the
+// correct limbs. With the reciprocal of the top half within the same bounds, the result x
+// satisfies a x < B^(2n) < a (x + 2): at most 1 below floor((B^(2n) - 1) / a). The two products
+// (n by h limbs, then h by h) make the whole inverse cost about two products of n limbs.
+void invert_normalised(limb* v, const limb* dp, int dn) {
+  if (dn < tuning::newton_inverse_entry) {
+    invert_by_division(v, dp, dn);
+    return;
+  }
+  const int l = (dn - 1) / 2, h = dn - l;
+  const size_t need = static_cast<size_t>(h) + 1 + (dn + h + 1) + (dn + 2 * h + 2);
+  limb* xh = alloc_limbs(need);
+  limb* t = xh + h + 1;
+  limb* u = t + dn + h + 1;
+  invert_normalised(xh, dp + l, h);
+  mul(t, dp, dn, xh, h + 1);
+  while (t[dn + h] != 0) {
+    sub_1(xh, xh, h + 1, 1);
+    sub(t, t, dn + h + 1, dp, dn);
+  }
+  // t <- B^(n+h) - t; t is not 0 (a xh >= a B^h).
+  for (int i = 0; i < dn + h; ++i) t[i] = ~t[i];
+  add_1(t, t, dn + h, 1);
+  const int tm = normalized_size(t + l, dn + h - l);
+  const int sh = 2 * h - l;
+  zero(v, dn + 1);
+  copy(v + l, xh, h + 1);
+  bool ok = true;
+  if (tm > 0) {
+    if (tm >= h + 1)
+      mul(u, t + l, tm, xh, h + 1);
+    else
+      mul(u, xh, h + 1, t + l, tm);
+    const int un = tm + h + 1;
+    if (un > sh) {
+      if (un - sh > dn + 1 || add(v, v, dn + 1, u + sh, un - sh)) ok = false;
+    }
+  }
+  free_limbs(xh, need);
+  // Out of bounds cannot happen by the argument above; should it, the division gives the value.
+  if (!ok) invert_by_division(v, dp, dn);
+}
+
+// Quotient blocks of r <= dn limbs from the top, each estimated through the inverse as
+// floor(floor(w / B^(dn-1)) v / B^(dn+1)) for the window w (dn + r limbs, below dp B^r), which is
+// at most 5 below the true block (2 from the truncations, 1 when v is B^(2dn)/dp rounded down by
+// the -1, 2 from Newton's inverse being up to 1 below that), then corrected by subtracting dp while
+// the remainder is not below it.
+limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb* v) {
+  int qn = nn - dn;
+  limb qh = 0;
+  if (cmp(np + qn, dp, dn) >= 0) {
+    sub_n(np + qn, np + qn, dp, dn);
+    qh = 1;
+  }
+  const int rmax = qn < dn ? qn : dn;
+  const size_t need = static_cast<size_t>(rmax) + 1 + dn + 1 + rmax + dn;
+  limb* t = alloc_limbs(need);
+  limb* u = t + rmax + 1 + dn + 1;
+  while (qn > 0) {
+    const int r = qn < dn ? qn : dn;
+    qn -= r;
+    limb* w = np + qn;
+    limb* qb = q + qn;
+    // t = floor(w / B^(dn-1)) v: r + 1 limbs by dn + 1.
+    mul(t, v, dn + 1, w + dn - 1, r + 1);
+    copy(qb, t + dn + 1, r);  // its top limb is 0: the block is below B^r
+    const int qbn = normalized_size(qb, r);
+    if (qbn > 0) {
+      if (qbn >= dn)
+        mul(u, qb, qbn, dp, dn);
+      else
+        mul(u, dp, dn, qb, qbn);
+      // An estimate above the true block (which the bounds exclude) would show as a borrow.
+      limb borrow = sub(w, w, dn + r, u, dn + qbn);
+      while (borrow) {
+        if (add(w, w, dn + r, dp, dn)) borrow = 0;
+        sub_1(qb, qb, r, 1);
+      }
+    }
+    while (w[dn] != 0 || cmp(w, dp, dn) >= 0) {
+      w[dn] -= sub_n(w, w, dp, dn);
+      add_1(qb, qb, r, 1);
+    }
+  }
+  free_limbs(t, need);
+  return qh;
+}
+
 void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
   if (dn == 1) {
     limb* qq = q ? q : alloc_limbs(an);
@@ -138,7 +241,15 @@ void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn) {
     copy(u, a, an);
     u[an] = 0;
   }
-  div_qr_normalised(qq, u, an + 1, v, dn);
+  if (dn >= tuning::newton_div_entry && dn <= tuning::newton_div_max && an + 1 - dn >= dn) {
+    // A quotient at least as long as the divisor pays for the inverse.
+    limb* inv = alloc_limbs(static_cast<size_t>(dn) + 1);
+    invert_normalised(inv, v, dn);
+    div_qr_preinv(qq, u, an + 1, v, dn, inv);
+    free_limbs(inv, static_cast<size_t>(dn) + 1);
+  } else {
+    div_qr_normalised(qq, u, an + 1, v, dn);
+  }
   if (r) {
     if (s)
       rshift(r, u, dn, s), r[dn - 1] |= u[dn] << (32 - s);

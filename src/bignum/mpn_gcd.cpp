@@ -45,6 +45,63 @@ uint64_t word_gcd(uint64_t u, uint64_t v) {
 
 }  // namespace
 
+bool lehmer_cofactors(const limb* x, int xn, const limb* y, int yn, int floor_limbs, lehmer_step& st) {
+  const unsigned long len = bit_length(x, xn);
+  const unsigned long pos = len - 62;
+  int64_t xh = static_cast<int64_t>(window62(x, xn, pos));
+  int64_t yh = static_cast<int64_t>(window62(y, yn, pos));
+  // The new smaller value is y' = 2^pos yh' + e with |e| < (|sc| + |sd|) 2^pos < 2^(32+pos), so
+  // yh' >= floor_h + 2^32 proves y' >= 2^(32 floor_limbs).
+  int64_t floor_h = 0;
+  if (floor_limbs >= 0) {
+    const unsigned long fb = 32UL * static_cast<unsigned long>(floor_limbs);
+    if (fb >= pos + 61) return false;
+    floor_h = (fb > pos ? int64_t{1} << (fb - pos) : 1) + (int64_t{1} << 32);
+  }
+  // Signed cofactors: xh' = sa xh_0 + sb yh_0 and so on, with |entries| below 2^31.
+  int64_t sa = 1, sb = 0, sc = 0, sd = 1;
+  bool odd = false;
+  for (;;) {
+    // The true quotient lies between these two; when they agree it is settled.
+    if (yh + sc <= 0 || yh + sd <= 0 || xh + sa < 0 || xh + sb < 0) break;
+    // Most quotients are 1 or 2 (about 58%): those without a division, and the second bound is
+    // checked by a product instead of a second division.
+    const uint64_t n1 = static_cast<uint64_t>(xh + sa), d1 = static_cast<uint64_t>(yh + sc);
+    const uint64_t n2 = static_cast<uint64_t>(xh + sb), d2 = static_cast<uint64_t>(yh + sd);
+    uint64_t uq;
+    if (n1 < d1)
+      uq = 0;
+    else if (n1 - d1 < d1)
+      uq = 1;
+    else if (n1 - 2 * d1 < d1)
+      uq = 2;
+    else
+      uq = n1 / d1;
+    const unsigned __int128 lo = static_cast<unsigned __int128>(uq) * d2;
+    if (lo > n2 || n2 - static_cast<uint64_t>(lo) >= d2 || uq >= (uint64_t{1} << 31)) break;
+    const int64_t q1 = static_cast<int64_t>(uq);
+    const int64_t nc = sa - q1 * sc, nd = sb - q1 * sd;
+    if (nc >= (int64_t{1} << 31) || nc <= -(int64_t{1} << 31) || nd >= (int64_t{1} << 31) ||
+        nd <= -(int64_t{1} << 31))
+      break;
+    const int64_t ny = xh - q1 * yh;
+    if (ny < floor_h) break;
+    sa = sc;
+    sb = sd;
+    sc = nc;
+    sd = nd;
+    xh = yh;
+    yh = ny;
+    odd = !odd;
+  }
+  st.A = static_cast<limb>(sa < 0 ? -sa : sa);
+  st.B = static_cast<limb>(sb < 0 ? -sb : sb);
+  st.C = static_cast<limb>(sc < 0 ? -sc : sc);
+  st.D = static_cast<limb>(sd < 0 ? -sd : sd);
+  st.odd = odd;
+  return st.B != 0;
+}
+
 // g = gcd(a, b); a and b (an, bn limbs, normalised, an >= bn >= 1, a >= b) are destroyed. g has
 // room for bn limbs; returns its length.
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn) {
@@ -66,38 +123,10 @@ int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn) {
       return gn;
     }
     bool lehmer = xn - yn <= 1 && xn >= tuning::gcd_lehmer_entry;
-    limb A = 1, B = 0, C = 0, D = 1;  // cofactor magnitudes; signs alternate by the step count
-    bool odd = false;                  // after an odd number of steps B and C are the negative ones
-    if (lehmer) {
-      const unsigned long len = bit_length(x, xn);
-      const unsigned long pos = len - 62;
-      int64_t xh = static_cast<int64_t>(window62(x, xn, pos));
-      int64_t yh = static_cast<int64_t>(window62(y, yn, pos));
-      // Signed cofactors: xh' = sa xh_0 + sb yh_0 and so on, with |entries| below 2^31.
-      int64_t sa = 1, sb = 0, sc = 0, sd = 1;
-      for (;;) {
-        // The true quotient lies between these two; when they agree it is settled.
-        if (yh + sc <= 0 || yh + sd <= 0 || xh + sa < 0 || xh + sb < 0) break;
-        const int64_t q1 = (xh + sa) / (yh + sc), q2 = (xh + sb) / (yh + sd);
-        if (q1 != q2 || q1 >= (int64_t{1} << 31)) break;
-        const int64_t nc = sa - q1 * sc, nd = sb - q1 * sd;
-        if (nc >= (int64_t{1} << 31) || nc <= -(int64_t{1} << 31) || nd >= (int64_t{1} << 31) ||
-            nd <= -(int64_t{1} << 31))
-          break;
-        sa = sc;
-        sb = sd;
-        sc = nc;
-        sd = nd;
-        const int64_t ny = xh - q1 * yh;
-        xh = yh;
-        yh = ny;
-        odd = !odd;
-      }
-      A = static_cast<limb>(sa < 0 ? -sa : sa);
-      B = static_cast<limb>(sb < 0 ? -sb : sb);
-      C = static_cast<limb>(sc < 0 ? -sc : sc);
-      D = static_cast<limb>(sd < 0 ? -sd : sd);
-    }
+    lehmer_step st{1, 0, 0, 1, false};
+    if (lehmer) lehmer_cofactors(x, xn, y, yn, -1, st);
+    const limb A = st.A, B = st.B, C = st.C, D = st.D;
+    const bool odd = st.odd;
     if (B == 0) {
       // No quotient settled by the leading bits (or sizes far apart): one division step.
       tdiv_qr(nullptr, t, x, xn, y, yn);

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "bignum/mpz_internal.h"
+#include "bignum/tuning.h"
 #include "service/service.h"
 
 namespace zvx::bn {
@@ -11,7 +12,7 @@ namespace zvx::bn {
 int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m) {
   int mn = abs_size(m);
   if (mn == 0) return 0;
-  temp mm(mn), x(mn + 1), y(mn + 1), s0(mn + 1), s1(mn + 1), q(mn + 1), t(2 * mn + 2), rr(mn + 1);
+  temp mm(mn), x(mn + 1), s0(mn + 2);
   z_set(mm.p(), m);
   mm.z._mp_size = mn;
   word_mpz one(1);
@@ -19,20 +20,17 @@ int z_invert(mpz_ptr r, mpz_srcptr a, mpz_srcptr m) {
     r->_mp_size = 0;
     return 1;
   }
-  // Extended Euclid on (a mod m, m), tracking the cofactor of a.
+  // The gcd of (a mod m, m) with a cofactor of a mod m, by the half-gcd reduction and Lehmer.
   z_div_qr(nullptr, x.p(), a, mm.p(), -1);
-  z_set(y.p(), mm.p());
-  z_set(s0.p(), one.p());
-  s1.z._mp_size = 0;
-  while (y.z._mp_size != 0) {
-    z_tdiv_qr(q.p(), rr.p(), x.p(), y.p());
-    z_mul(t.p(), q.p(), s1.p());
-    z_add(t.p(), s0.p(), t.p(), true);
-    z_set(s0.p(), s1.p());
-    z_set(s1.p(), t.p());
-    z_set(x.p(), y.p());
-    z_set(y.p(), rr.p());
-  }
+  const int xn = x.z._mp_size;
+  if (xn == 0) return 0;
+  limb* w = alloc_limbs(2 * static_cast<size_t>(mn) + 2);
+  copy(w, x.z._mp_d, xn);
+  copy(w + mn + 1, mm.z._mp_d, mn);
+  int sn = 0;
+  x.z._mp_size = gcdext_cofactor(x.z._mp_d, grow(s0.p(), mn + 2), &sn, w, xn, w + mn + 1, mn);
+  s0.z._mp_size = sn;
+  free_limbs(w, 2 * static_cast<size_t>(mn) + 2);
   if (z_cmp(x.p(), one.p()) != 0) return 0;
   z_div_qr(nullptr, s0.p(), s0.p(), mm.p(), -1);
   z_set(r, s0.p());
@@ -61,7 +59,7 @@ void z_gcd(mpz_ptr g, mpz_srcptr a, mpz_srcptr b) {
   copy(x, p->_mp_d, pn);
   copy(y, q->_mp_d, qn);
   limb* d = grow(g, qn);
-  int gn = gcd_lehmer(d, x, pn, y, qn);
+  int gn = qn >= tuning::hgcd_gcd_entry ? gcd_subquadratic(d, x, pn, y, qn) : gcd_lehmer(d, x, pn, y, qn);
   g->_mp_size = gn;
   free_limbs(x, 2 * static_cast<size_t>(n) + 2);
 }
@@ -296,7 +294,7 @@ ZVX_EXPORT void __gmpz_lucnum_ui(mpz_ptr l, unsigned long n) { z_lucnum2_ui(l, n
 // when a = 0 or |a| = 2g. t may be null.
 ZVX_EXPORT void __gmpz_gcdext(mpz_ptr g, mpz_ptr s, mpz_ptr t, mpz_srcptr a, mpz_srcptr b) {
   int n = abs_size(a) + abs_size(b) + 2;
-  temp gg(n), ss(n), tt(2 * n), bg(n), q(n), r0(n), r1(n), s0(n), s1(n), x(2 * n);
+  temp gg(n), ss(n), tt(2 * n), bg(n), s0(n), x(2 * n);
   int sa = a->_mp_size > 0 ? 1 : (a->_mp_size < 0 ? -1 : 0);
   int sb = b->_mp_size > 0 ? 1 : (b->_mp_size < 0 ? -1 : 0);
   if (sb == 0 || z_cmpabs(a, b) == 0 || sa == 0) {
@@ -311,23 +309,17 @@ ZVX_EXPORT void __gmpz_gcdext(mpz_ptr g, mpz_ptr s, mpz_ptr t, mpz_srcptr a, mpz
     }
     gg.z._mp_size = abs_size(gg.p());
   } else {
-    // Extended Euclid on magnitudes, tracking the cofactor of |a|.
-    z_set(r0.p(), a);
-    r0.z._mp_size = abs_size(a);
-    z_set(r1.p(), b);
-    r1.z._mp_size = abs_size(b);
-    z_set_ui(s0.p(), 1);
-    s1.z._mp_size = 0;
-    while (r1.z._mp_size != 0) {
-      z_tdiv_qr(q.p(), x.p(), r0.p(), r1.p());
-      z_swap(r0.p(), r1.p());
-      z_swap(r1.p(), x.p());
-      z_mul(x.p(), q.p(), s1.p());
-      z_add(x.p(), s0.p(), x.p(), true);
-      z_swap(s0.p(), s1.p());
-      z_swap(s1.p(), x.p());
-    }
-    z_set(gg.p(), r0.p());
+    // The gcd of the magnitudes with a cofactor of |a|, by the half-gcd reduction and Lehmer.
+    const int an = abs_size(a), bn = abs_size(b), mx = an > bn ? an : bn;
+    limb* w = alloc_limbs(2 * static_cast<size_t>(mx) + 2);
+    copy(w, a->_mp_d, an);
+    copy(w + mx + 1, b->_mp_d, bn);
+    limb* gd = grow(gg.p(), mx);
+    limb* sd = grow(s0.p(), mx + 2);
+    int sn = 0;
+    gg.z._mp_size = gcdext_cofactor(gd, sd, &sn, w, an, w + mx + 1, bn);
+    s0.z._mp_size = sn;
+    free_limbs(w, 2 * static_cast<size_t>(mx) + 2);
     if (sa < 0) s0.z._mp_size = -s0.z._mp_size;
     // The representative of s modulo |b|/g nearest to zero.
     z_tdiv_qr(bg.p(), nullptr, b, gg.p());

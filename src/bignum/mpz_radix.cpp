@@ -18,6 +18,7 @@ struct powers {
   int n[max_levels] = {};
   size_t digits[max_levels] = {};
   int count = 0;
+  int total = 0;  // limbs of the number being converted
   powers(limb bb, int per, int limbs_needed) {
     p[0] = alloc_limbs(1);
     p[0][0] = bb;
@@ -33,8 +34,28 @@ struct powers {
       ++count;
     }
   }
+  // Power i shifted so that its top bit is set, and its inverse for the division by two products,
+  // made the first time a level is divided by with the inverse.
+  limb* norm[max_levels] = {};
+  limb* inv[max_levels] = {};
+  unsigned shift[max_levels] = {};
+  void prepare_inverse(int i) {
+    if (inv[i]) return;
+    const int m = n[i];
+    norm[i] = alloc_limbs(2 * static_cast<size_t>(m) + 1);
+    inv[i] = norm[i] + m;
+    shift[i] = static_cast<unsigned>(__builtin_clz(p[i][m - 1]));
+    if (shift[i])
+      lshift(norm[i], p[i], m, shift[i]);
+    else
+      copy(norm[i], p[i], m);
+    invert_normalised(inv[i], norm[i], m);
+  }
   ~powers() {
-    for (int i = 0; i < count; ++i) free_limbs(p[i], i ? 2 * static_cast<size_t>(n[i - 1]) : 1);
+    for (int i = 0; i < count; ++i) {
+      free_limbs(p[i], i ? 2 * static_cast<size_t>(n[i - 1]) : 1);
+      if (norm[i]) free_limbs(norm[i], 2 * static_cast<size_t>(n[i]) + 1);
+    }
   }
   powers(const powers&) = delete;
   powers& operator=(const powers&) = delete;
@@ -58,7 +79,29 @@ size_t small_to_text(char* out, limb* x, int n, int base, limb bb, int per, size
 }
 
 // Digits most significant first into out; x (n limbs) is destroyed.
-size_t to_text(char* out, limb* x, int n, int base, limb bb, int per, const powers& pw, size_t width) {
+// q (n - pn + 1 limbs), r (pn limbs) = x (n limbs) divided by power i, through its inverse.
+void divide_by_power(limb* q, limb* r, const limb* x, int n, powers& pw, int i) {
+  pw.prepare_inverse(i);
+  const int pn = pw.n[i];
+  const unsigned s = pw.shift[i];
+  limb* u = alloc_limbs(static_cast<size_t>(n) + 1);
+  if (s)
+    u[n] = lshift(u, x, n, s);
+  else {
+    copy(u, x, n);
+    u[n] = 0;
+  }
+  div_qr_preinv(q, u, n + 1, pw.norm[i], pn, pw.inv[i]);
+  if (s) {
+    rshift(r, u, pn, s);
+    r[pn - 1] |= u[pn] << (32 - s);
+  } else {
+    copy(r, u, pn);
+  }
+  free_limbs(u, static_cast<size_t>(n) + 1);
+}
+
+size_t to_text(char* out, limb* x, int n, int base, limb bb, int per, powers& pw, size_t width) {
   n = normalized_size(x, n);
   if (n < tuning::get_str_dc_entry) {
     size_t len = small_to_text(out, x, n, base, bb, per, width);
@@ -77,7 +120,13 @@ size_t to_text(char* out, limb* x, int n, int base, limb bb, int per, const powe
   const int qn = n - pn + 1;
   limb* q = alloc_limbs(static_cast<size_t>(qn) + pn);
   limb* r = q + qn;
-  tdiv_qr(q, r, x, n, pw.p[i], pn);
+  // A power that divides several parts pays for its inverse: each division then costs two
+  // products instead of the divide-and-conquer recursion.
+  if (pn >= tuning::dc_div_entry && pn <= tuning::newton_div_max &&
+      static_cast<long>(pw.total) >= tuning::get_str_inverse_uses * 2L * pn)
+    divide_by_power(q, r, x, n, pw, i);
+  else
+    tdiv_qr(q, r, x, n, pw.p[i], pn);
   const size_t low = pw.digits[i];
   size_t len;
   if (width)
@@ -158,6 +207,7 @@ size_t limbs_to_text(char* out, const limb* x, int n, int base) {
   limb* t = alloc_limbs(n);
   copy(t, x, n);
   powers pw(bb, per, n < tuning::get_str_dc_entry ? 0 : n / 2 + 1);
+  pw.total = n;
   size_t len = to_text(out, t, n, base, bb, per, pw, 0);
   free_limbs(t, n);
   return len;

@@ -47,12 +47,35 @@ constexpr int transform_cached_log2 = 22;
 // against 40 at every size above.
 constexpr int dc_div_entry = 40;
 
+// Inverses of divisors from this many limbs come by Newton's iteration on the top half, below by
+// one division of B^(2n) - 1. Measured through tdiv_qr and get_str (least thread time, loaded
+// machine): entries of 20 to 320 limbs give the same times within 3% (0.55 ms for 6,250 by 3,125
+// limbs, 5.0 ms for 31,250 by 15,625, 21-22 ms for get_str of 31,250 limbs), so the entry sits
+// where the division it falls back on is still short.
+constexpr int newton_inverse_entry = 80;
+// tdiv_qr from divisors of this many limbs, with a quotient at least as long, divides through an
+// inverse: two products a block of quotient limbs. Against the divide-and-conquer division on 2n
+// by n limbs: 100 limbs 13 against 8 us, 312 limbs 48 against 45, 781 limbs 115 against 119,
+// 1,562 limbs 0.27 against 0.31-0.45 ms, 3,125 limbs 0.55 against 0.77, 15,625 limbs 5.0 against
+// 5.7-8.5 ms.
+constexpr int newton_div_entry = 700;
+// ... and up to this many limbs: the products of the inverse and the division have a cliff above
+// (a 100,001-limb product costs far more than twice a 50,000-limb one): 2n by n limbs took 25 ms
+// against 35-41 at 62,500 and 75,000 limbs, 30 against 51 at 87,500, but 229 against 51 at
+// 100,000. get_str keeps its powers' inverses below the same length.
+constexpr int newton_div_max = 90000;
+
 // Text in a base that is not a power of two: from this many limbs get_str cuts the number in two
 // by a power of the base; below, one-limb divisions give a limb's worth of digits at a time.
 // Measured in base 10 (least thread time, loaded machine): entries of 10 and 20 give the same
 // times at every size (3.0 us at 40 limbs, 8.3 at 80, 24 at 160), 40 is 10-20% slower at 40-160
 // limbs, 80 up to 50%; the one-limb loop alone is 1.6x slower from 40 limbs and 8x at 1,280.
 constexpr int get_str_dc_entry = 20;
+// get_str divides by a power through its inverse (two products a division) when the power is
+// expected to divide about this many parts (the number's length over twice the power's). With
+// Newton's inverse, 1 (every level) and 2 give the same 21 ms for 31,250 limbs in base 10, 3 gives
+// 22, the divide-and-conquer division at every level 29.
+constexpr int get_str_inverse_uses = 2;
 // set_str, the same way, from this many limbs' worth of digits. The digit-group loop is cheaper
 // than the division loop, so the cut pays later: at 40 limbs the loop alone takes 1.4 us against
 // 1.6-1.8 with a cut, at 80 4.4 against 4.6, at 160 13.7 against 12.8.
@@ -64,6 +87,19 @@ constexpr int set_str_dc_entry = 60;
 // there (measured, random operands: 0.3 against 1.0 us at 3 limbs, 1.0 against 4.1 at 8, 30
 // against 178 at 100).
 constexpr int gcd_lehmer_entry = 3;
+
+// Half-gcd: pairs below this many limbs are reduced by Lehmer steps instead of by the recursion
+// on their top halves. Measured on the gcd of two random 3,125-limb numbers (least thread time,
+// loaded machine): entries of 30 to 150 all gave 5.6-5.9 ms, 250 6.3, 400 7.2, 1,000 22; with the
+// gcd's power-of-two tops, 40: 5.30-5.33 ms, 60: 5.18-5.26, 100: 5.11-5.16, 150: 5.13-5.15, 200:
+// 5.20-5.24. Below 30 the matrix products of the lowest levels cost more than the Lehmer passes
+// they save.
+constexpr int hgcd_entry = 100;
+// gcd: from this many limbs of the smaller operand the half-gcd reduction runs, Lehmer below.
+// Lehmer alone against the reduction: 27 against 26 us at 100 limbs, 54 against 52 at 150, 134
+// against 109 at 250, 489 against 341 at 500; entries of 60 to 400 give the same 5.7-5.8 ms at
+// 3,125 limbs.
+constexpr int hgcd_gcd_entry = 100;
 
 // Karatsuba scratch up to this many limbs lives on the stack (2 KiB); more comes from the
 // allocate hook.
