@@ -3,6 +3,7 @@
 // are explicit FMAs where the processor has them; the portable build multiplies and adds.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "common/simd.h"
 #include "spblas/spblas.h"
@@ -91,11 +92,12 @@ struct band_tables {
 template <int L>
 inline constexpr band_tables<L> band{};
 
-// Sums of rows i .. i + 7 into `sums` when they form a band of L entries a row; false otherwise,
-// before any load that the check doesn't cover.
+// When rows i .. i + 7 form a band of L entries a row: the eight entries k of the rows in w[k] and
+// the first row's first entry in *cols, true; false otherwise, before any load that the check
+// doesn't cover.
 template <int L>
-bool band_rows(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
-               const double* xs, long i, double* sums) {
+bool band_load(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
+               long i, __m512d* w, const int** cols) {
   const auto& t = band<L>;
   const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntrb + i));
   const __m256i e = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntre + i));
@@ -116,23 +118,59 @@ bool band_rows(const double* val, const int* indx, const int* pntrb, const int* 
     if (_mm512_mask_cmpneq_epi32_mask(t.valid[q], got, want)) return false;
   }
   const double* vp = val + s0;
-  __m512d w[L];
-  for (int q = 0; q < L; ++q) w[q] = _mm512_loadu_pd(vp + 8 * q);
-  __m512d s = _mm512_setzero_pd(), u = _mm512_setzero_pd();
-  for (int k = L - 1; k >= 0; --k) {
+  __m512d rows[L];
+  for (int q = 0; q < L; ++q) rows[q] = _mm512_loadu_pd(vp + 8 * q);
+  for (int k = 0; k < L; ++k) {
     __m512d v = _mm512_setzero_pd();
     for (int p = 0; p < t.pairs; ++p) {
       if (!t.from_pair[k][p]) continue;
       const __m512i ix = _mm512_load_si512(t.lane[k][p]);
       // An odd last register pairs with itself; its lanes are below 8.
-      const __m512d part = _mm512_permutex2var_pd(w[2 * p], ix, w[std::min(2 * p + 1, L - 1)]);
+      const __m512d part = _mm512_permutex2var_pd(rows[2 * p], ix, rows[std::min(2 * p + 1, L - 1)]);
       v = _mm512_mask_mov_pd(v, t.from_pair[k][p], part);
     }
-    const __m512d xk = _mm512_loadu_pd(xs + ip[k]);
-    if (k % 2 == 0) s = _mm512_fmadd_pd(v, xk, s);
-    else u = _mm512_fmadd_pd(v, xk, u);
+    w[k] = v;
+  }
+  *cols = ip;
+  return true;
+}
+
+// Row sums of a band: entry k into one of two sums, from the last entry down, as the scalar row.
+template <int L>
+bool band_rows(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
+               const double* xs, long i, double* sums) {
+  __m512d w[L];
+  const int* cols;
+  if (!band_load<L>(val, indx, pntrb, pntre, origin, i, w, &cols)) return false;
+  __m512d s = _mm512_setzero_pd(), u = _mm512_setzero_pd();
+  for (int k = L - 1; k >= 0; --k) {
+    const __m512d xk = _mm512_loadu_pd(xs + cols[k]);
+    if (k % 2 == 0) s = _mm512_fmadd_pd(w[k], xk, s);
+    else u = _mm512_fmadd_pd(w[k], xk, u);
   }
   _mm512_storeu_pd(sums, _mm512_add_pd(s, u));
+  return true;
+}
+
+// c(i .. i + 7, j) for the n columns of b: one sum a column, entries in order, as the scalar rows.
+template <int L>
+bool band_rows_mm(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
+                  const double* bs, long ldb, long n, double alpha, double* c, long ldc, long i,
+                  bool accumulate, bool stream) {
+  __m512d w[L];
+  const int* cols;
+  if (!band_load<L>(val, indx, pntrb, pntre, origin, i, w, &cols)) return false;
+  long at[L];
+  for (int k = 0; k < L; ++k) at[k] = cols[k];
+  const __m512d a = _mm512_set1_pd(alpha);
+  for (long j = 0; j < n; ++j) {
+    const double* bj = bs + j * ldb;
+    __m512d s = _mm512_setzero_pd();
+    for (int k = 0; k < L; ++k) s = _mm512_fmadd_pd(w[k], _mm512_loadu_pd(bj + at[k]), s);
+    double* cj = c + j * ldc + i;
+    if (stream) _mm512_stream_pd(cj, _mm512_mul_pd(a, s));
+    else _mm512_storeu_pd(cj, accumulate ? _mm512_fmadd_pd(a, s, _mm512_loadu_pd(cj)) : _mm512_mul_pd(a, s));
+  }
   return true;
 }
 
@@ -149,12 +187,39 @@ bool band_block(long len, const double* val, const int* indx, const int* pntrb, 
     default: return false;
   }
 }
+
+bool band_block_mm(long len, const double* val, const int* indx, const int* pntrb, const int* pntre,
+                   long origin, const double* bs, long ldb, long n, double alpha, double* c, long ldc,
+                   long i, bool accumulate, bool stream) {
+  switch (len) {
+    case 2: return band_rows_mm<2>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 3: return band_rows_mm<3>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 4: return band_rows_mm<4>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 5: return band_rows_mm<5>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 6: return band_rows_mm<6>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 7: return band_rows_mm<7>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    case 8: return band_rows_mm<8>(val, indx, pntrb, pntre, origin, bs, ldb, n, alpha, c, ldc, i, accumulate, stream);
+    default: return false;
+  }
+}
 #else
 bool band_block(long, const double*, const int*, const int*, const int*, long, const double*, long,
                 double*) {
   return false;
 }
+bool band_block_mm(long, const double*, const int*, const int*, const int*, long, const double*, long,
+                   long, double, double*, long, long, bool, bool) {
+  return false;
+}
 #endif
+
+// Requests of the val and indx entries of [s, e) csr_stream_ahead entries early, not past `stop`.
+inline void request_streams(const double* val, const int* indx, long s, long e, long stop) {
+  for (long p = s + csr_stream_ahead; p < e + csr_stream_ahead && p < stop; p += 8)
+    __builtin_prefetch(val + p);
+  for (long p = s + csr_stream_ahead; p < e + csr_stream_ahead && p < stop; p += 16)
+    __builtin_prefetch(indx + p);
+}
 
 // Rows of a few entries, eight at a time: the block's share of val and indx is requested
 // csr_stream_ahead entries early (with the per-row work this light, the hardware's own
@@ -166,10 +231,7 @@ void short_rows(long r0, long r1, const double* val, const int* indx, const int*
   long i = r0;
   for (; i + band_block_rows <= r1; i += band_block_rows) {
     const long s = pntrb[i] - origin, e = pntre[i + band_block_rows - 1] - origin;
-    for (long p = s + csr_stream_ahead; p < e + csr_stream_ahead && p < stop; p += 8)
-      __builtin_prefetch(val + p);
-    for (long p = s + csr_stream_ahead; p < e + csr_stream_ahead && p < stop; p += 16)
-      __builtin_prefetch(indx + p);
+    request_streams(val, indx, s, e, stop);
     double sums[band_block_rows];
     if (!band_block(pntre[i] - pntrb[i], val, indx, pntrb, pntre, origin, xs, i, sums)) {
       for (long r = 0; r < band_block_rows; ++r) {
@@ -244,9 +306,9 @@ void csr_rows_block(long r0, long r1, const double* val, const int* indx, const 
   }
 }
 
-void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int* pntrb,
-                 const int* pntre, int base, const double* b, long ldb, long n, double alpha,
-                 double* c, long ldc, bool accumulate) {
+void csr_rows_block_all(long r0, long r1, const double* val, const int* indx, const int* pntrb,
+                        const int* pntre, int base, const double* b, long ldb, long n, double alpha,
+                        double* c, long ldc, bool accumulate) {
   long j = 0;
   for (; j + 8 <= n; j += 8)
     csr_rows_block<8>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
@@ -254,6 +316,45 @@ void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int
     csr_rows_block<4>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
   for (; j < n; ++j)
     csr_rows_block<1>(r0, r1, val, indx, pntrb, pntre, base, b + j * ldb, ldb, alpha, c + j * ldc, ldc, accumulate);
+}
+
+void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int* pntrb,
+                 const int* pntre, int base, const double* b, long ldb, long n, double alpha,
+                 double* c, long ldc, bool accumulate) {
+  if (r1 <= r0) return;
+  const long origin = pntrb[0];
+  const long total = pntre[r1 - 1] - pntrb[r0];
+  if (total >= x_prefetch_rows_min * (r1 - r0)) {
+    csr_rows_block_all(r0, r1, val, indx, pntrb, pntre, base, b, ldb, n, alpha, c, ldc, accumulate);
+    return;
+  }
+  // Rows of a few entries: blocks of eight rows through all columns, so that a band's permuted
+  // val serves every column, and the streams of the matrix are requested ahead.
+  const long stop = pntre[r1 - 1] - origin;
+  long i = r0;
+  // A large output that is only written goes past the caches: its lines are not read first. The
+  // blocks then start where c(i, j) is aligned to a cache line in every column.
+  bool stream = false;
+#if ZVX_ISA_LEVEL == 2
+  if (!accumulate && ldc % 8 == 0 && reinterpret_cast<uintptr_t>(c) % 8 == 0 &&
+      n * (r1 - r0) * static_cast<long>(sizeof(double)) >= stream_store_min_bytes) {
+    const long head = std::min(r1 - r0, static_cast<long>((64 - reinterpret_cast<uintptr_t>(c + r0) % 64) % 64 / 8));
+    csr_rows_block_all(r0, r0 + head, val, indx, pntrb, pntre, base, b, ldb, n, alpha, c, ldc, accumulate);
+    i += head;
+    stream = true;
+  }
+#endif
+  for (; i + band_block_rows <= r1; i += band_block_rows) {
+    request_streams(val, indx, pntrb[i] - origin, pntre[i + band_block_rows - 1] - origin, stop);
+    if (!band_block_mm(pntre[i] - pntrb[i], val, indx, pntrb, pntre, origin, b - base, ldb, n, alpha,
+                       c, ldc, i, accumulate, stream))
+      csr_rows_block_all(i, i + band_block_rows, val, indx, pntrb, pntre, base, b, ldb, n, alpha, c, ldc,
+                            accumulate);
+  }
+  csr_rows_block_all(i, r1, val, indx, pntrb, pntre, base, b, ldb, n, alpha, c, ldc, accumulate);
+  // The streamed lines are ordered before whatever the caller (or a thread after the region's
+  // barrier) reads next.
+  if (stream) _mm_sfence();
 }
 
 // y[row - 1] += alpha * val * x[col - 1] over one-based triplets. Consecutive triplets of one

@@ -46,6 +46,10 @@ inline constexpr long x_prefetch_rows_min = 12;
 // product (3.6 to 1.8 ns a row, one thread); 256 entries gave 2.2 ns, 1024 no better than 512.
 inline constexpr long band_block_rows = 8;
 inline constexpr long csr_stream_ahead = 512;
+// Outputs of the CSR product of several columns from this many bytes, written without adding to
+// them, are stored past the caches (four times the second-level cache: such an output can't stay
+// in the core's caches until the caller reads it, and a normal store reads each line first).
+inline constexpr long stream_store_min_bytes = 4L << 20;
 
 // ---- option letters -----------------------------------------------------------------------------
 
