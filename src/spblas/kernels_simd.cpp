@@ -92,23 +92,11 @@ struct band_tables {
 template <int L>
 inline constexpr band_tables<L> band{};
 
-// When rows i .. i + 7 form a band of L entries a row: the eight entries k of the rows in w[k] and
-// the first row's first entry in *cols, true; false otherwise, before any load that the check
-// doesn't cover.
+// The 8 L entries at val and ip, row after row, when every row's columns are the first row's
+// plus the row: the entries k of the eight rows into w[k], true; false otherwise.
 template <int L>
-bool band_load(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
-               long i, __m512d* w, const int** cols) {
+bool band_entries(const double* vp, const int* ip, __m512d* w) {
   const auto& t = band<L>;
-  const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntrb + i));
-  const __m256i e = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntre + i));
-  const __m256i steps = _mm256_setr_epi32(0, L, 2 * L, 3 * L, 4 * L, 5 * L, 6 * L, 7 * L);
-  const int b0 = pntrb[i];
-  const __mmask8 ok = _mm256_cmpeq_epi32_mask(_mm256_sub_epi32(e, b), _mm256_set1_epi32(L)) &
-                      _mm256_cmpeq_epi32_mask(_mm256_sub_epi32(b, _mm256_set1_epi32(b0)), steps);
-  if (ok != 0xff) return false;
-  const long s0 = static_cast<long>(b0) - origin;
-  const int* ip = indx + s0;
-  // Column numbers of all eight rows against the first row's plus the row.
   __m512i first = _mm512_setzero_si512();
   for (int q = 0; q < t.index_regs; ++q) {
     const __m512i got = _mm512_maskz_loadu_epi32(t.valid[q], ip + 16 * q);
@@ -117,7 +105,6 @@ bool band_load(const double* val, const int* indx, const int* pntrb, const int* 
         _mm512_permutex2var_epi32(first, _mm512_load_si512(t.pick[q]), first), _mm512_load_si512(t.shift[q]));
     if (_mm512_mask_cmpneq_epi32_mask(t.valid[q], got, want)) return false;
   }
-  const double* vp = val + s0;
   __m512d rows[L];
   for (int q = 0; q < L; ++q) rows[q] = _mm512_loadu_pd(vp + 8 * q);
   for (int k = 0; k < L; ++k) {
@@ -131,7 +118,25 @@ bool band_load(const double* val, const int* indx, const int* pntrb, const int* 
     }
     w[k] = v;
   }
-  *cols = ip;
+  return true;
+}
+
+// When rows i .. i + 7 form a band of L entries a row: the eight entries k of the rows in w[k] and
+// the first row's columns at *cols, true; false otherwise, before any load that the check doesn't
+// cover.
+template <int L>
+bool band_load(const double* val, const int* indx, const int* pntrb, const int* pntre, long origin,
+               long i, __m512d* w, const int** cols) {
+  const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntrb + i));
+  const __m256i e = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pntre + i));
+  const __m256i steps = _mm256_setr_epi32(0, L, 2 * L, 3 * L, 4 * L, 5 * L, 6 * L, 7 * L);
+  const int b0 = pntrb[i];
+  const __mmask8 ok = _mm256_cmpeq_epi32_mask(_mm256_sub_epi32(e, b), _mm256_set1_epi32(L)) &
+                      _mm256_cmpeq_epi32_mask(_mm256_sub_epi32(b, _mm256_set1_epi32(b0)), steps);
+  if (ok != 0xff) return false;
+  const long s0 = static_cast<long>(b0) - origin;
+  if (!band_entries<L>(val + s0, indx + s0, w)) return false;
+  *cols = indx + s0;
   return true;
 }
 
@@ -202,6 +207,53 @@ bool band_block_mm(long len, const double* val, const int* indx, const int* pntr
     default: return false;
   }
 }
+// Triplets p .. p + 8 L - 1 when they are eight rows of L entries from row r on, in order, forming
+// a band, and row r + 7 ends there: the eight row sums into `sums` with the entries summed as in
+// coo_mv (entry k into one of two sums, from the first entry on), true; false otherwise.
+template <int L>
+bool coo_band(long nnz, const double* val, const int* row, const int* col, long p, const double* xs,
+              double* sums) {
+  if (p + 8 * L > nnz) return false;
+  const auto& t = band<L>;
+  const int r = row[p];
+  if (p + 8 * L < nnz && row[p + 8 * L] == r + 7) return false;
+  for (int q = 0; q < t.index_regs; ++q) {
+    const __m512i got = _mm512_maskz_loadu_epi32(t.valid[q], row + p + 16 * q);
+    const __m512i want = _mm512_add_epi32(_mm512_set1_epi32(r), _mm512_load_si512(t.shift[q]));
+    if (_mm512_mask_cmpneq_epi32_mask(t.valid[q], got, want)) return false;
+  }
+  __m512d w[L];
+  if (!band_entries<L>(val + p, col + p, w)) return false;
+  __m512d s0 = _mm512_setzero_pd(), s1 = _mm512_setzero_pd();
+  for (int k = 0; k < L; ++k) {
+    const __m512d xk = _mm512_loadu_pd(xs + col[p + k]);
+    if (k % 2 == 0) s0 = _mm512_fmadd_pd(w[k], xk, s0);
+    else s1 = _mm512_fmadd_pd(w[k], xk, s1);
+  }
+  _mm512_storeu_pd(sums, _mm512_add_pd(s0, s1));
+  return true;
+}
+
+// Entries a row of the run of triplets at p, when it may start a band (2 to 8), else 0.
+inline int coo_run(long nnz, const int* row, long p) {
+  int len = 1;
+  while (len <= 8 && p + len < nnz && row[p + len] == row[p]) ++len;
+  return len >= 2 && len <= 8 ? len : 0;
+}
+
+bool coo_band_block(int len, long nnz, const double* val, const int* row, const int* col, long p,
+                    const double* xs, double* sums) {
+  switch (len) {
+    case 2: return coo_band<2>(nnz, val, row, col, p, xs, sums);
+    case 3: return coo_band<3>(nnz, val, row, col, p, xs, sums);
+    case 4: return coo_band<4>(nnz, val, row, col, p, xs, sums);
+    case 5: return coo_band<5>(nnz, val, row, col, p, xs, sums);
+    case 6: return coo_band<6>(nnz, val, row, col, p, xs, sums);
+    case 7: return coo_band<7>(nnz, val, row, col, p, xs, sums);
+    case 8: return coo_band<8>(nnz, val, row, col, p, xs, sums);
+    default: return false;
+  }
+}
 #else
 bool band_block(long, const double*, const int*, const int*, const int*, long, const double*, long,
                 double*) {
@@ -209,6 +261,10 @@ bool band_block(long, const double*, const int*, const int*, const int*, long, c
 }
 bool band_block_mm(long, const double*, const int*, const int*, const int*, long, const double*, long,
                    long, double, double*, long, long, bool, bool) {
+  return false;
+}
+inline int coo_run(long, const int*, long) { return 0; }
+bool coo_band_block(int, long, const double*, const int*, const int*, long, const double*, double*) {
   return false;
 }
 #endif
@@ -359,14 +415,39 @@ void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int
 
 // y[row - 1] += alpha * val * x[col - 1] over one-based triplets. Consecutive triplets of one
 // row are summed in a register before y is touched, so rows stored in order cost what a CSR row
-// costs instead of a store-to-load chain through y per entry.
+// costs instead of a store-to-load chain through y per entry; eight stencil rows in order go as
+// one band. With `overwrite`, y(0 : len) is written instead of added to: a row reached in order
+// for the first time is stored (as alpha * sum + 0, the bits of the sum added to a cleared y) and
+// the rows skipped on the way are cleared, so y is not cleared in a pass of its own first; a row
+// met again adds to what it holds.
 void coo_mv(long nnz, const double* val, const int* row, const int* col, double alpha,
-            const double* x, double* y) {
+            const double* x, double* y, long len, bool overwrite) {
   const double* xs = x - 1;
   double* ys = y - 1;
+  long next = 1;  // with overwrite: the first row (one-based) not yet written
+  auto put = [&](long r, double sum) {
+    if (overwrite && r >= next) {
+      for (long q = next; q < r; ++q) ys[q] = 0.0;
+      ys[r] = madd(alpha, sum, 0.0);
+      next = r + 1;
+    } else {
+      ys[r] = madd(alpha, sum, ys[r]);
+    }
+  };
   long p = 0;
   while (p < nnz) {
     const int r = row[p];
+    if (const int run = coo_run(nnz, row, p)) {
+      request_streams(val, col, p, p + 8 * run, nnz);
+      for (long q = p + csr_stream_ahead; q < p + 8 * run + csr_stream_ahead && q < nnz; q += 16)
+        __builtin_prefetch(row + q);
+      double sums[8];
+      if (coo_band_block(run, nnz, val, row, col, p, xs, sums)) {
+        for (int q = 0; q < 8; ++q) put(r + q, sums[q]);
+        p += 8 * run;
+        continue;
+      }
+    }
     double s0 = 0, s1 = 0;
     for (; p + 1 < nnz && row[p + 1] == r; p += 2) {
       s0 = madd(val[p], xs[col[p]], s0);
@@ -376,8 +457,10 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
       s0 = madd(val[p], xs[col[p]], s0);
       ++p;
     }
-    ys[r] = madd(alpha, s0 + s1, ys[r]);
+    put(r, s0 + s1);
   }
+  if (overwrite)
+    for (long q = next; q <= len; ++q) ys[q] = 0.0;
 }
 
 // General BSR product, not transposed: y(block i) += alpha * sum of B * x(block q). Blocks are

@@ -190,9 +190,9 @@ struct kernel_set {
   void (*csr_rows_mm)(long r0, long r1, const double* val, const int* indx, const int* pntrb,
                       const int* pntre, int base, const double* b, long ldb, long n, double alpha,
                       double* c, long ldc, bool accumulate);
-  // y += alpha * A * x over one-based triplets
+  // y += alpha * A * x over one-based triplets; with `overwrite`, y(0 : len) := alpha * A * x
   void (*coo_mv)(long nnz, const double* val, const int* row, const int* col, double alpha,
-                 const double* x, double* y);
+                 const double* x, double* y, long len, bool overwrite);
   // general BSR, not transposed: y += alpha * A * x over m block rows
   void (*bsr_rows)(long m, long lb, bool row_major, const double* val, const int* indx,
                    const int* pntrb, const int* pntre, int base, const double* x, double alpha,
