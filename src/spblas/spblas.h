@@ -82,6 +82,29 @@ inline void share(long n, int t, int q, long& begin, long& end) {
   end = q == t - 1 ? n : begin + chunk;
 }
 
+// Share q of t over the m rows of a CSR matrix by its entries: the rows whose first entry falls in
+// the q-th t-th part of all entries. The row products are independent, so the split only balances
+// the work (a uniform split by rows gives one thread most of the entries of a matrix whose rows
+// grow), it doesn't change any result. Rows out of order only balance worse.
+inline void share_by_entries(const int* pntrb, const int* pntre, long m, int t, int q, long& begin,
+                             long& end) {
+  const long total = static_cast<long>(pntre[m - 1]) - pntrb[0];
+  auto first_row_from = [&](int part) {
+    if (part <= 0) return 0L;
+    if (part >= t) return m;
+    const long want = total / t * part + total % t * part / t;
+    long lo = 0, hi = m;  // first row whose start is at least `want` entries in
+    while (lo < hi) {
+      const long mid = lo + (hi - lo) / 2;
+      if (static_cast<long>(pntrb[mid]) - pntrb[0] < want) lo = mid + 1;
+      else hi = mid;
+    }
+    return lo;
+  };
+  begin = first_row_from(q);
+  end = first_row_from(q + 1);
+}
+
 // malloc that never hands back null: the sparse kernels have no status to report a failure with.
 void* must_allocate(size_t bytes);
 
