@@ -449,7 +449,7 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
       }
     }
     double s0 = 0, s1 = 0;
-    for (; p + 1 < nnz && row[p + 1] == r; p += 2) {
+    for (; p + 1 < nnz && row[p] == r && row[p + 1] == r; p += 2) {
       s0 = madd(val[p], xs[col[p]], s0);
       s1 = madd(val[p + 1], xs[col[p + 1]], s1);
     }
