@@ -425,6 +425,7 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   const double* xs = x - 1;
   double* ys = y - 1;
   long next = 1;  // with overwrite: the first row (one-based) not yet written
+  int hint = 0;
   auto put = [&](long r, double sum) {
     if (overwrite && r >= next) {
       for (long q = next; q < r; ++q) ys[q] = 0.0;
@@ -437,13 +438,26 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   long p = 0;
   while (p < nnz) {
     const int r = row[p];
-    if (const int run = coo_run(nnz, row, p)) {
+    // The run length of the last band is tried first.
+    const int run = hint && p + hint <= nnz && row[p + hint - 1] == r && (p + hint == nnz || row[p + hint] != r)
+                        ? hint
+                        : coo_run(nnz, row, p);
+    if (run) {
       request_streams(val, col, p, p + 8 * run, nnz);
       for (long q = p + csr_stream_ahead; q < p + 8 * run + csr_stream_ahead && q < nnz; q += 16)
         __builtin_prefetch(row + q);
       double sums[8];
       if (coo_band_block(run, nnz, val, row, col, p, xs, sums)) {
-        for (int q = 0; q < 8; ++q) put(r + q, sums[q]);
+        if (!overwrite) {
+          for (int q = 0; q < 8; ++q) ys[r + q] = madd(alpha, sums[q], ys[r + q]);
+        } else if (r >= next) {
+          for (long q = next; q < r; ++q) ys[q] = 0.0;
+          for (int q = 0; q < 8; ++q) ys[r + q] = madd(alpha, sums[q], 0.0);
+          next = r + 8;
+        } else {
+          for (int q = 0; q < 8; ++q) put(r + q, sums[q]);
+        }
+        hint = run;
         p += 8 * run;
         continue;
       }
