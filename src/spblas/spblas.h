@@ -50,7 +50,6 @@ inline constexpr long csr_stream_ahead = 512;
 // them, are stored past the caches (four times the second-level cache: such an output can't stay
 // in the core's caches until the caller reads it, and a normal store reads each line first).
 inline constexpr long stream_store_min_bytes = 4L << 20;
-// Rows ahead whose lines of b a band of the several-column product requests.
 
 // ---- option letters -----------------------------------------------------------------------------
 
