@@ -425,7 +425,7 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   const double* xs = x - 1;
   double* ys = y - 1;
   long next = 1;  // with overwrite: the first row (one-based) not yet written
-  int hint = 0;
+  int hint = 0, skip = 0;
   auto put = [&](long r, double sum) {
     if (overwrite && r >= next) {
       for (long q = next; q < r; ++q) ys[q] = 0.0;
@@ -439,9 +439,13 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   while (p < nnz) {
     const int r = row[p];
     // The run length of the last band is tried first.
-    const int run = hint && p + hint <= nnz && row[p + hint - 1] == r && (p + hint == nnz || row[p + hint] != r)
+    // After a failed try, the next rows go one by one: a list of short rows that are no band
+    // pays for one check every eight rows, not for one a row.
+    const int run = skip > 0 ? 0
+                    : hint && p + hint <= nnz && row[p + hint - 1] == r && (p + hint == nnz || row[p + hint] != r)
                         ? hint
                         : coo_run(nnz, row, p);
+    if (skip > 0) --skip;
     if (run) {
       request_streams(val, col, p, p + 8 * run, nnz);
       for (long q = p + csr_stream_ahead; q < p + 8 * run + csr_stream_ahead && q < nnz; q += 16)
@@ -461,6 +465,7 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
         p += 8 * run;
         continue;
       }
+      skip = 7;
     }
     double s0 = 0, s1 = 0;
     for (; p + 1 < nnz && row[p] == r && row[p + 1] == r; p += 2) {
