@@ -158,7 +158,7 @@ TEST(CsrShortRows, LargeOverwrittenOutputOfEightColumns) {
     for (long j = 0; j < n; ++j)
       for (long i = m; i < ldc; ++i) scale[static_cast<size_t>(i + j * ldc)] = 1e-300;
     const int lc = static_cast<int>(ldc);
-    zvx_dcsrmm("N", &mm, &nn, &mm, &alpha, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(),
+    zvx_dcsrmm("N", &mm, &nn, &mm, &alpha, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(),
                b.data(), &lb, &beta, cp, &lc);
     std::vector<double> got(cp, cp + ldc * n);
     expect_close(got, want, &scale, product_tol, "ldc " + std::to_string(ldc));
@@ -185,7 +185,7 @@ void check_coo(std::vector<triplet> e, long m, char trans, double beta, const st
   std::vector<double> want, scale;
   reference(m, e, 1, alpha, x, m, beta, y, m, want, scale);
   const int mm = static_cast<int>(m);
-  zvx_dcoomv(&trans, &mm, &mm, &alpha, "G", vals.data(), rows.data(), cols.data(), &nnz, x.data(), &beta, y.data());
+  zvx_dcoomv(&trans, &mm, &mm, &alpha, "Gxxxxx", vals.data(), rows.data(), cols.data(), &nnz, x.data(), &beta, y.data());
   expect_close(y, want, &scale, product_tol, what);
 }
 
@@ -231,9 +231,9 @@ TEST(CsrThreads, RowsSplitByEntriesMatchOneThread) {
     zvx_dcsrgemv("N", &mm, a.val.data(), a.ia.data(), a.indx.data(), b.data(), y.data());
     r.push_back(y);
     for (double bt : {beta, beta2}) {
-      zvx_dcsrmv("N", &mm, &mm, &alpha, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), b.data(), &bt, y.data());
+      zvx_dcsrmv("N", &mm, &mm, &alpha, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), b.data(), &bt, y.data());
       r.push_back(y);
-      zvx_dcsrmm("N", &mm, &n, &mm, &alpha, "G", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), b.data(), &mm, &bt, c.data(), &mm);
+      zvx_dcsrmm("N", &mm, &n, &mm, &alpha, "Gxxxxx", a.val.data(), a.indx.data(), a.pntrb.data(), a.pntre.data(), b.data(), &mm, &bt, c.data(), &mm);
       r.push_back(c);
     }
     return r;
