@@ -38,7 +38,7 @@ void by_column_shares(long n, bool threaded, F&& body) {
 
 void coommgen(long n, double alpha, const coo& a, cdense b, dense c) {
   if (n == 1 && b.rs == 1 && c.rs == 1) {
-    simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, alpha, b.p, c.p);
+    simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, alpha, b.p, c.p, 0, false);
     return;
   }
   by_column_shares(n, n >= 2 && may_thread(), [&](long j0, long j1) {
@@ -194,6 +194,13 @@ void coo_multiply(bool matrix_rhs, const char* transa, long m, long n, long k, d
                   const char* matdescra, const coo& a, cdense b, double beta, dense c) {
   if (m == 0 || k == 0 || n == 0) return;
   const bool nontrans = is_letter(transa, 'N');
+  // The general product of one column with beta 0 writes c directly instead of clearing it first.
+  if (beta == 0.0 && alpha != 0.0 && n == 1 && b.rs == 1 && c.rs == 1 &&
+      read_multiply(matdescra, false).type == matrix_type::general) {
+    const coo op = nontrans ? a : a.exchanged();
+    simd::kernels().coo_mv(op.nnz, op.val, op.row, op.col, alpha, b.p, c.p, nontrans ? m : k, true);
+    return;
+  }
   scale_columns(nontrans ? m : k, n, beta, c, true);
   if (alpha == 0.0 || (matrix_rhs && a.nnz == 0)) return;
   const descr d = read_multiply(matdescra, false);

@@ -223,7 +223,7 @@ ZVX_EXPORT void zvx_dcsrgemv(const char* transa, const int* m, const double* a, 
 #pragma omp parallel
     {
       long r0, r1;
-      share(rows, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+      share_by_entries(ia, ia + 1, rows, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
       k.csr_rows(r0, r1, av, jv, ia, ia + 1, 1, x, 1.0, y, false);
     }
   } else {

@@ -106,7 +106,7 @@ void csrmmgen(csr_family, bool nontrans, long m, long n, double alpha, const csr
 #pragma omp parallel
         {
           long r0, r1;
-          share(m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+          share_by_entries(a.pntrb, a.pntre, m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
           rows(r0, r1);
         }
       } else {
@@ -123,7 +123,7 @@ void csrmmgen(csr_family, bool nontrans, long m, long n, double alpha, const csr
 #pragma omp parallel
         {
           long r0, r1;
-          share(m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+          share_by_entries(a.pntrb, a.pntre, m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
           rows(r0, r1);
         }
       } else {
@@ -151,7 +151,7 @@ void csrmmgen_overwrite(long m, long n, double alpha, const csr& a, cdense b, de
 #pragma omp parallel
     {
       long r0, r1;
-      share(m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
+      share_by_entries(a.pntrb, a.pntre, m, omp_get_num_threads(), omp_get_thread_num(), r0, r1);
       rows(r0, r1);
     }
   } else {
