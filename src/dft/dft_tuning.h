@@ -53,8 +53,6 @@ inline constexpr long kLargeColumnBuffer = 4096;
 // The ordering step swaps tiles of 2^5 x 2^5 elements (16 KiB of doubles), rows of 32 neighbours,
 // each tile read and written once while it sits in the first-level cache.
 inline constexpr int kLargeReverseBits = 5;
-// Threaded entries split a line into at most 2^kLargeMaxThreadLevels blocks.
-inline constexpr int kLargeMaxThreadLevels = 8;
 
 // Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
 // transforms interleaved at distance 1) move 2^level neighbouring lines through a buffer, so that
