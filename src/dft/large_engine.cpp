@@ -6,6 +6,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -244,13 +245,33 @@ void scale_block(T* x, long n, T scale) {
   for (long i = 0; i < 2 * n; ++i) x[i] *= scale;
 }
 
-// The part [lo, hi) of `count` equal items that thread `me` of a team of `team` takes.
-struct share {
-  long lo, hi;
-};
-inline share share_of(long count, int team, int me) {
-  return {count * me / team, count * (me + 1) / team};
+// Work of one phase of a line, items [0, count), handed out in pieces of `piece`: the threads of
+// a team take the next piece from a shared counter as they come free, so that one that starts
+// late (waking from sleep) or is held up takes fewer and the other does not wait for it at the
+// barrier; a team of one (no counter) takes everything at once. Which thread runs an item does
+// not change its arithmetic.
+template <class F>
+void for_pieces(std::atomic<long>* next, long count, long piece, F&& run) {
+  if (next == nullptr) {
+    if (count > 0) run(0L, count);
+    return;
+  }
+  for (;;) {
+    const long lo = next->fetch_add(piece, std::memory_order_relaxed);
+    if (lo >= count) return;
+    run(lo, std::min(count, lo + piece));
+  }
 }
+inline long piece_of(long count, int team) {
+  const long piece = count / (static_cast<long>(team) * tuning::kLargePiecesPerThread);
+  return piece > 0 ? piece : 1;
+}
+
+// One counter for each phase of a line: the shared passes, the blocks, the ordering step.
+struct team_counters {
+  std::atomic<long> next[34];
+};
+constexpr int kBlockPhase = 32, kReversePhase = 33;
 
 // A barrier of the team; a team of one (the serial entries, which may run inside someone else's
 // region) never meets one, which would otherwise bind to that region.
@@ -285,29 +306,32 @@ line_split split_of(const large_table* t, int team) {
   return sp;
 }
 
-// This thread's part of one shared pass: chunk c of block b is item b * per_block + c, and the
-// thread takes a contiguous run of items. Backward with a scale (the last pass of the line),
-// each chunk is scaled as it leaves the buffer, while it is still in cache: R rows of C columns.
+// This thread's part of one shared pass: chunk c of block b is item b * per_block + c, taken in
+// pieces of neighbouring items. Backward with a scale (the last pass of the line), each chunk is
+// scaled as it leaves the buffer, while it is still in cache: R rows of C columns.
 template <class T>
 void shared_pass(T* x, int s, long blocks, const large_table* t, const large_kernels_of<T>& k,
-                 int inverse, T scale, int team, int me, T* buffer) {
+                 int inverse, T scale, int team, std::atomic<long>* next, T* buffer) {
   const large_column_plan& plan = t->chain[s];
   const long S = 1L << (s - plan.levels), C = plan.chunk, per_block = S / C;
-  const share mine = share_of(blocks * per_block, team, me);
-  for (long item = mine.lo; item < mine.hi;) {
-    const long b = item / per_block, first = item % per_block;
-    const long last = std::min(per_block, first + (mine.hi - item));
-    T* block = x + (2L * b << s);
-    if (scale == T(1)) {
-      k.column(block, &plan, t, inverse, buffer, first, last);
-    } else {
-      for (long h = first; h < last; ++h) {
-        k.column(block, &plan, t, inverse, buffer, h, h + 1);
-        for (long r = 0; r < (1L << plan.levels); ++r) scale_block(block + 2 * (r * S + h * C), C, scale);
+  const long items = blocks * per_block;
+  for_pieces(next, items, piece_of(items, team), [&](long lo, long hi) {
+    for (long item = lo; item < hi;) {
+      const long b = item / per_block, first = item % per_block;
+      const long last = std::min(per_block, first + (hi - item));
+      T* block = x + (2L * b << s);
+      if (scale == T(1)) {
+        k.column(block, &plan, t, inverse, buffer, first, last);
+      } else {
+        for (long h = first; h < last; ++h) {
+          k.column(block, &plan, t, inverse, buffer, h, h + 1);
+          for (long r = 0; r < (1L << plan.levels); ++r)
+            scale_block(block + 2 * (r * S + h * C), C, scale);
+        }
       }
+      item += last - first;
     }
-    item += last - first;
-  }
+  });
 }
 
 // The parts of one block of scratch: the column buffer, then the two tiles of the ordering step.
@@ -333,10 +357,11 @@ inline E scaled(E v, real_t<E> scale) {
 // costs no pass of its own): element (a, b, c), with a and c of q bits each and b the middle
 // bits, goes to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and
 // written to each other's place, every row of a tile being 2^q neighbouring elements. The pairs
-// of tiles are independent; thread `me` takes its share of them. Lines too short for tiles go
-// element by element on the team's first thread.
+// of tiles are independent; the team takes them in pieces. Lines too short for tiles go element
+// by element on the team's first thread.
 template <class E>
-void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team, int me) {
+void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team, int me,
+                 std::atomic<long>* next) {
   const int L = t->log2_length, q = t->reverse_bits;
   const long n = 1L << L;
   if (q == 0) {
@@ -373,60 +398,63 @@ void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team
       }
     }
   };
-  const share mine = share_of(t->reverse_pairs, team, me);
-  for (long p = mine.lo; p < mine.hi; ++p) {
-    const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
-    load(a, m0);
-    if (m0 == m1) {
-      store(a, m0);
-    } else {
-      load(b, m1);
-      store(a, m1);
-      store(b, m0);
+  for_pieces(next, t->reverse_pairs, piece_of(t->reverse_pairs, team), [&](long lo, long hi) {
+    for (long p = lo; p < hi; ++p) {
+      const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
+      load(a, m0);
+      if (m0 == m1) {
+        store(a, m0);
+      } else {
+        load(b, m1);
+        store(a, m1);
+        store(b, m0);
+      }
     }
-  }
+  });
 }
 
-// Thread `me`'s part of a line transformed by a team of `team` (a team of one: the whole line).
-// Forward: the shared passes, each followed by a barrier, then this thread's blocks, then (in
-// order) a barrier and its share of the ordering step, which applies the scale. Backward is the
-// mirror; its scale goes with the last pass over the line.
+// Thread `me`'s part of a line transformed by a team of `team` (a team of one, without counters:
+// the whole line). Forward: the shared passes, each followed by a barrier, then blocks as this
+// thread takes them, then (in order) a barrier and its pieces of the ordering step, which applies
+// the scale. Backward is the mirror; its scale goes with the last pass over the line.
 template <class E, bool Forward>
 void line_part(E* data, const large_table* t, bool ordered, real_t<E> scale, int team, int me,
-               const scratch_parts<E>& parts) {
+               team_counters* counters, const scratch_parts<E>& parts) {
   using T = real_t<E>;
   const large_kernels_of<T>& k = kernels_of<E>();
   T* x = reinterpret_cast<T*>(data);
   const line_split sp = split_of(t, team);
   const int s = sp.log2_block[sp.shared];
-  const share mine = share_of(sp.blocks[sp.shared], team, me);
+  auto next = [&](int phase) { return counters != nullptr ? &counters->next[phase] : nullptr; };
   // The blocks carry the scale when nothing after them touches every element once.
   const T block_scale = (Forward ? ordered : sp.shared > 0) ? T(1) : scale;
+  auto blocks = [&](auto transform) {
+    for_pieces(next(kBlockPhase), sp.blocks[sp.shared], 1, [&](long lo, long hi) {
+      for (long b = lo; b < hi; ++b) {
+        transform(x + (2L * b << s), s, t, k, parts.column);
+        scale_block(x + (2L * b << s), 1L << s, block_scale);
+      }
+    });
+  };
   if (Forward) {
     for (int d = 0; d < sp.shared; ++d) {
-      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 0, T(1), team, me, parts.column);
+      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 0, T(1), team, next(d), parts.column);
       team_barrier(team);
     }
-    for (long b = mine.lo; b < mine.hi; ++b) {
-      forward_block(x + (2L * b << s), s, t, k, parts.column);
-      scale_block(x + (2L * b << s), 1L << s, block_scale);
-    }
+    blocks(forward_block<T>);
     if (ordered) {
       team_barrier(team);
-      bit_reverse(data, t, parts.tiles, scale, team, me);
+      bit_reverse(data, t, parts.tiles, scale, team, me, next(kReversePhase));
     }
   } else {
     if (ordered) {
-      bit_reverse(data, t, parts.tiles, T(1), team, me);
+      bit_reverse(data, t, parts.tiles, T(1), team, me, next(kReversePhase));
       team_barrier(team);
     }
-    for (long b = mine.lo; b < mine.hi; ++b) {
-      backward_block(x + (2L * b << s), s, t, k, parts.column);
-      scale_block(x + (2L * b << s), 1L << s, block_scale);
-    }
+    blocks(backward_block<T>);
     for (int d = sp.shared - 1; d >= 0; --d) {
       team_barrier(team);
-      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 1, d == 0 ? scale : T(1), team, me,
+      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 1, d == 0 ? scale : T(1), team, next(d),
                   parts.column);
     }
   }
@@ -451,7 +479,7 @@ int large_line(const E* in, E* out, const record* r, void* scratch) {
     if (own == nullptr) return DFTI_MEMORY_ERROR;
     scratch = own;
   }
-  line_part<E, Forward>(out, t, r->ordering != DFTI_BACKWARD_SCRAMBLED, scale, 1, 0,
+  line_part<E, Forward>(out, t, r->ordering != DFTI_BACKWARD_SCRAMBLED, scale, 1, 0, nullptr,
                         parts_of<E>(scratch));
   if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
@@ -478,10 +506,13 @@ int large_parallel(E* data, int threads, const record* r) {
   char* base = static_cast<char*>(workspace ? r->workspace : own);
   const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
   const real_t<E> scale = scale_of<E>(r, Forward);
+  team_counters counters;
+  for (std::atomic<long>& c : counters.next) c.store(0, std::memory_order_relaxed);
 #pragma omp parallel num_threads(threads)
   {
     const int team = omp_get_num_threads(), me = omp_get_thread_num();
-    line_part<E, Forward>(data, t, ordered, scale, team, me, parts_of<E>(base + me * stride));
+    line_part<E, Forward>(data, t, ordered, scale, team, me, team > 1 ? &counters : nullptr,
+                          parts_of<E>(base + me * stride));
   }
   if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
