@@ -115,8 +115,7 @@ int setup_complex_route(const record* first, record* r) {
   const complex_route route = route_of(first, r);
   if (route == complex_route::engine)
     return setup_complex_record(r, r->ordering == DFTI_BACKWARD_SCRAMBLED);
-  const int threads = first->thread_count > 1 ? first->thread_count : 1;
-  int status = setup_large_record(r, threads);
+  int status = setup_large_record(r);
   if (status != DFTI_NO_ERROR || route == complex_route::large) return status;
   status = setup_complex_record(r, false);  // the line engine's context and wrappers in both slots
   if (status != DFTI_NO_ERROR) return status;
@@ -142,7 +141,7 @@ int setup_real_record(record* first, record* r) {
                                    first->input_stride == 1 && first->output_stride == 1;
     const int status = single && is_power_of_two(r->length) &&
                                r->length > tuning::kLargeLengthSingle && !unit_out_of_place
-                           ? setup_large_record(r, first->thread_count > 1 ? first->thread_count : 1)
+                           ? setup_large_record(r)
                            : setup_complex_record(r, false);
     if (status != DFTI_NO_ERROR) return status;
   }

@@ -5,6 +5,8 @@
 
 #include <omp.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -101,7 +103,7 @@ void fill_plan(large_table* t, const large_column_plan& p) {
 }
 
 template <class T>
-large_table* build_table(int L, int threads) {
+large_table* build_table(int L) {
   const bool is_double = sizeof(T) == sizeof(double);
   const int leaf = is_double ? tuning::kLargeLeafLogDouble : tuning::kLargeLeafLogSingle;
   const int group = is_double ? tuning::kLargeGroupLogDouble : tuning::kLargeGroupLogSingle;
@@ -111,11 +113,6 @@ large_table* build_table(int L, int threads) {
   h.log2_length = L;
   h.is_double = is_double ? 1 : 0;
   h.leaf_log = leaf;
-  int top = 0;
-  // Blocks of a threaded call stay at least a leaf long, so that a pass row holds whole chunks.
-  while (top < tuning::kLargeMaxThreadLevels && (2L << top) <= threads && top + 1 <= L - leaf)
-    ++top;
-  h.top_levels = top;
 
   table_layout layout;
   layout.take(sizeof(large_table));
@@ -134,10 +131,6 @@ large_table* build_table(int L, int threads) {
   for (int s = 1; s <= L; ++s) {
     h.chain[s] = column_plan(s, chain_levels(s, leaf, group));
     if (h.chain[s].levels > 0) place(h.chain[s]);
-  }
-  for (int p = 1; p <= top; ++p) {
-    h.top[p] = column_plan(L, p);
-    place(h.top[p]);
   }
   const int q = tuning::kLargeReverseBits;
   if (L >= 2 * q) {
@@ -176,7 +169,6 @@ large_table* build_table(int L, int threads) {
   }
   for (int s = 1; s <= L; ++s)
     if (t->chain[s].levels > 0) fill_plan<T>(t, t->chain[s]);
-  for (int p = 1; p <= top; ++p) fill_plan<T>(t, t->top[p]);
   if (t->reverse_bits > 0) {
     const int middle = L - 2 * q;
     int32_t* list = values_at<int32_t>(t, t->reverse_table);
@@ -228,7 +220,7 @@ void forward_block(T* x, int s, const large_table* t, const large_kernels_of<T>&
     k.leaf(x, s, t, 0);
     return;
   }
-  k.column(x, &plan, t, 0, buffer);
+  k.column(x, &plan, t, 0, buffer, 0, (1L << (s - plan.levels)) / plan.chunk);
   const int sub = s - plan.levels;
   for (long b = 0; b < (1L << plan.levels); ++b)
     forward_block(x + (2L * b << sub), sub, t, k, buffer);
@@ -244,7 +236,102 @@ void backward_block(T* x, int s, const large_table* t, const large_kernels_of<T>
   const int sub = s - plan.levels;
   for (long b = 0; b < (1L << plan.levels); ++b)
     backward_block(x + (2L * b << sub), sub, t, k, buffer);
-  k.column(x, &plan, t, 1, buffer);
+  k.column(x, &plan, t, 1, buffer, 0, (1L << (s - plan.levels)) / plan.chunk);
+}
+
+template <class T>
+void scale_block(T* x, long n, T scale) {
+  if (scale == T(1)) return;
+  for (long i = 0; i < 2 * n; ++i) x[i] *= scale;
+}
+
+// Work of one phase of a line, items [0, count), handed out in pieces of `piece`: the threads of
+// a team take the next piece from a shared counter as they come free, so that one that starts
+// late (waking from sleep) or is held up takes fewer and the other does not wait for it at the
+// barrier; a team of one (no counter) takes everything at once. Which thread runs an item does
+// not change its arithmetic.
+template <class F>
+void for_pieces(std::atomic<long>* next, long count, long piece, F&& run) {
+  if (next == nullptr) {
+    if (count > 0) run(0L, count);
+    return;
+  }
+  for (;;) {
+    const long lo = next->fetch_add(piece, std::memory_order_relaxed);
+    if (lo >= count) return;
+    run(lo, std::min(count, lo + piece));
+  }
+}
+inline long piece_of(long count, int team) {
+  const long piece = count / (static_cast<long>(team) * tuning::kLargePiecesPerThread);
+  return piece > 0 ? piece : 1;
+}
+
+// One counter for each phase of a line: the shared passes, the blocks, the ordering step.
+struct team_counters {
+  std::atomic<long> next[34];
+};
+constexpr int kBlockPhase = 32, kReversePhase = 33;
+
+// A barrier of the team; a team of one (the serial entries, which may run inside someone else's
+// region) never meets one, which would otherwise bind to that region.
+inline void team_barrier(int team) {
+  if (team > 1) {
+#pragma omp barrier
+  }
+}
+
+// How a team shares a line: the first `shared` passes of the chain, on blocks of 2^log2_block[d]
+// (blocks[d] of them), run over the whole line with their chunks split among the threads, until
+// the blocks left are at least as many as the threads; those (2^log2_block[shared] elements,
+// blocks[shared] of them) go whole to the threads. A team of one shares no pass: its one block is
+// the line, which is the serial transform.
+struct line_split {
+  int shared;
+  int log2_block[32];
+  long blocks[32];
+};
+line_split split_of(const large_table* t, int team) {
+  line_split sp{};
+  int s = t->log2_length;
+  long blocks = 1;
+  while (blocks < team && t->chain[s].levels > 0) {
+    sp.log2_block[sp.shared] = s;
+    sp.blocks[sp.shared++] = blocks;
+    blocks <<= t->chain[s].levels;
+    s -= t->chain[s].levels;
+  }
+  sp.log2_block[sp.shared] = s;
+  sp.blocks[sp.shared] = blocks;
+  return sp;
+}
+
+// This thread's part of one shared pass: chunk c of block b is item b * per_block + c, taken in
+// pieces of neighbouring items. Backward with a scale (the last pass of the line), each chunk is
+// scaled as it leaves the buffer, while it is still in cache: R rows of C columns.
+template <class T>
+void shared_pass(T* x, int s, long blocks, const large_table* t, const large_kernels_of<T>& k,
+                 int inverse, T scale, int team, std::atomic<long>* next, T* buffer) {
+  const large_column_plan& plan = t->chain[s];
+  const long S = 1L << (s - plan.levels), C = plan.chunk, per_block = S / C;
+  const long items = blocks * per_block;
+  for_pieces(next, items, piece_of(items, team), [&](long lo, long hi) {
+    for (long item = lo; item < hi;) {
+      const long b = item / per_block, first = item % per_block;
+      const long last = std::min(per_block, first + (hi - item));
+      T* block = x + (2L * b << s);
+      if (scale == T(1)) {
+        k.column(block, &plan, t, inverse, buffer, first, last);
+      } else {
+        for (long h = first; h < last; ++h) {
+          k.column(block, &plan, t, inverse, buffer, h, h + 1);
+          for (long r = 0; r < (1L << plan.levels); ++r)
+            scale_block(block + 2 * (r * S + h * C), C, scale);
+        }
+      }
+      item += last - first;
+    }
+  });
 }
 
 // The parts of one block of scratch: the column buffer, then the two tiles of the ordering step.
@@ -261,20 +348,24 @@ scratch_parts<E> parts_of(void* scratch) {
   return {column, reinterpret_cast<E*>(column + 2 * tuning::kLargeColumnBuffer)};
 }
 
-template <class T>
-void scale_block(T* x, long n, T scale) {
-  if (scale == T(1)) return;
-  for (long i = 0; i < 2 * n; ++i) x[i] *= scale;
+template <class E>
+inline E scaled(E v, real_t<E> scale) {
+  return {v.real * scale, v.imag * scale};
 }
 
-// The ordering step: element (a, b, c), with a and c of q bits each and b the middle bits, goes
-// to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and written
-// to each other's place, every row of a tile being 2^q neighbouring elements.
+// The ordering step, times `scale` on the way (each element is written once, so the product
+// costs no pass of its own): element (a, b, c), with a and c of q bits each and b the middle
+// bits, goes to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and
+// written to each other's place, every row of a tile being 2^q neighbouring elements. The pairs
+// of tiles are independent; the team takes them in pieces. Lines too short for tiles go element
+// by element on the team's first thread.
 template <class E>
-void bit_reverse(E* x, const large_table* t, E* tiles) {
+void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team, int me,
+                 std::atomic<long>* next) {
   const int L = t->log2_length, q = t->reverse_bits;
   const long n = 1L << L;
   if (q == 0) {
+    if (me != 0) return;
     for (long i = 0; i < n; ++i) {
       const long j = bit_reverse_index(i, L);
       if (i < j) {
@@ -283,6 +374,7 @@ void bit_reverse(E* x, const large_table* t, E* tiles) {
         x[j] = tmp;
       }
     }
+    scale_block(reinterpret_cast<real_t<E>*>(x), n, scale);
     return;
   }
   const long Q = 1L << q, high = 1L << (L - q);
@@ -299,18 +391,71 @@ void bit_reverse(E* x, const large_table* t, E* tiles) {
     for (long r = 0; r < Q; ++r) {
       E* dst = x + r * high + (mid << q);
       const long column = rev[r];
-      for (long c = 0; c < Q; ++c) dst[c] = tile[rev[c] * Q + column];
+      if (scale == real_t<E>(1)) {
+        for (long c = 0; c < Q; ++c) dst[c] = tile[rev[c] * Q + column];
+      } else {
+        for (long c = 0; c < Q; ++c) dst[c] = scaled(tile[rev[c] * Q + column], scale);
+      }
     }
   };
-  for (long p = 0; p < t->reverse_pairs; ++p) {
-    const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
-    load(a, m0);
-    if (m0 == m1) {
-      store(a, m0);
-    } else {
-      load(b, m1);
-      store(a, m1);
-      store(b, m0);
+  for_pieces(next, t->reverse_pairs, piece_of(t->reverse_pairs, team), [&](long lo, long hi) {
+    for (long p = lo; p < hi; ++p) {
+      const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
+      load(a, m0);
+      if (m0 == m1) {
+        store(a, m0);
+      } else {
+        load(b, m1);
+        store(a, m1);
+        store(b, m0);
+      }
+    }
+  });
+}
+
+// Thread `me`'s part of a line transformed by a team of `team` (a team of one, without counters:
+// the whole line). Forward: the shared passes, each followed by a barrier, then blocks as this
+// thread takes them, then (in order) a barrier and its pieces of the ordering step, which applies
+// the scale. Backward is the mirror; its scale goes with the last pass over the line.
+template <class E, bool Forward>
+void line_part(E* data, const large_table* t, bool ordered, real_t<E> scale, int team, int me,
+               team_counters* counters, const scratch_parts<E>& parts) {
+  using T = real_t<E>;
+  const large_kernels_of<T>& k = kernels_of<E>();
+  T* x = reinterpret_cast<T*>(data);
+  const line_split sp = split_of(t, team);
+  const int s = sp.log2_block[sp.shared];
+  auto next = [&](int phase) { return counters != nullptr ? &counters->next[phase] : nullptr; };
+  // The blocks carry the scale when nothing after them touches every element once.
+  const T block_scale = (Forward ? ordered : sp.shared > 0) ? T(1) : scale;
+  auto blocks = [&](auto transform) {
+    for_pieces(next(kBlockPhase), sp.blocks[sp.shared], 1, [&](long lo, long hi) {
+      for (long b = lo; b < hi; ++b) {
+        transform(x + (2L * b << s), s, t, k, parts.column);
+        scale_block(x + (2L * b << s), 1L << s, block_scale);
+      }
+    });
+  };
+  if (Forward) {
+    for (int d = 0; d < sp.shared; ++d) {
+      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 0, T(1), team, next(d), parts.column);
+      team_barrier(team);
+    }
+    blocks(forward_block<T>);
+    if (ordered) {
+      team_barrier(team);
+      bit_reverse(data, t, parts.tiles, scale, team, me, next(kReversePhase));
+    }
+  } else {
+    if (ordered) {
+      bit_reverse(data, t, parts.tiles, T(1), team, me, next(kReversePhase));
+      team_barrier(team);
+    }
+    blocks(backward_block<T>);
+    for (int d = sp.shared - 1; d >= 0; --d) {
+      team_barrier(team);
+      shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 1, d == 0 ? scale : T(1), team, next(d),
+                  parts.column);
     }
   }
 }
@@ -322,9 +467,8 @@ int large_line(const E* in, E* out, const record* r, void* scratch) {
   if (n <= 0) return DFTI_NO_ERROR;
   if (in != out) std::memmove(out, in, static_cast<size_t>(n) * sizeof(E));
   const T scale = scale_of<E>(r, Forward);
-  T* x = reinterpret_cast<T*>(out);
   if (n == 1) {
-    scale_block(x, 1, scale);
+    scale_block(reinterpret_cast<T*>(out), 1, scale);
     return DFTI_NO_ERROR;
   }
   const large_table* t = table_of<E>(r);
@@ -335,67 +479,40 @@ int large_line(const E* in, E* out, const record* r, void* scratch) {
     if (own == nullptr) return DFTI_MEMORY_ERROR;
     scratch = own;
   }
-  const scratch_parts<E> parts = parts_of<E>(scratch);
-  const large_kernels_of<T>& k = kernels_of<E>();
-  const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
-  if (Forward) {
-    forward_block(x, t->log2_length, t, k, parts.column);
-    if (ordered) bit_reverse(out, t, parts.tiles);
-  } else {
-    if (ordered) bit_reverse(out, t, parts.tiles);
-    backward_block(x, t->log2_length, t, k, parts.column);
-  }
-  scale_block(x, n, scale);
+  line_part<E, Forward>(out, t, r->ordering != DFTI_BACKWARD_SCRAMBLED, scale, 1, 0, nullptr,
+                        parts_of<E>(scratch));
   if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
 }
 
-// Threaded: the top levels split the line into P = 2^p blocks (P the largest power of two not
-// above the chunk count), which the threads of one region finish independently; the top pass
-// and the ordering step run on the calling thread.
+// Threaded: a region of `threads` threads, each running its part of the line in its own block of
+// scratch. The parts are those of the serial transform, split (see line_part), so the result is
+// the serial one to the bit.
 template <class E, bool Forward>
-int large_parallel(E* data, int chunks, const record* r) {
-  using T = real_t<E>;
+int large_parallel(E* data, int threads, const record* r) {
   const large_table* t = table_of<E>(r);
-  int p = 0;
-  while ((2L << p) <= chunks) ++p;
-  if (t != nullptr && p > t->top_levels) p = t->top_levels;
   const int64_t need = large_scratch_bytes(r->precision);
   const bool workspace = r->workspace != nullptr && r->workspace_size >= need &&
-                         r->number_of_user_threads <= 1 && (1L << p) <= r->thread_count;
-  if (r->length <= 1 || t == nullptr || p == 0)
+                         r->number_of_user_threads <= 1 && threads <= r->thread_count;
+  if (r->length <= 1 || t == nullptr || threads <= 1)
     return large_line<E, Forward>(data, data, r, workspace ? r->workspace : nullptr);
-  const long n = r->length, P = 1L << p, m = n >> p;
   const int64_t stride = workspace ? r->workspace_size : need;
   void* own = nullptr;
   if (!workspace) {
-    if (P * need > 0xFFFFFFFFL) return DFTI_MEMORY_ERROR;
-    own = zvx::scratch_allocate(static_cast<unsigned>(P * need), 64);
+    if (threads * need > 0xFFFFFFFFL) return DFTI_MEMORY_ERROR;
+    own = zvx::scratch_allocate(static_cast<unsigned>(threads * need), 64);
     if (own == nullptr) return DFTI_MEMORY_ERROR;
   }
   char* base = static_cast<char*>(workspace ? r->workspace : own);
-  const int sub = t->log2_length - p;
-  const large_kernels_of<T>& k = kernels_of<E>();
   const bool ordered = r->ordering != DFTI_BACKWARD_SCRAMBLED;
-  const T scale = scale_of<E>(r, Forward);
-  T* x = reinterpret_cast<T*>(data);
-  const scratch_parts<E> mine = parts_of<E>(base);
-  if (Forward) {
-    k.column(x, &t->top[p], t, 0, mine.column);
-#pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
-    for (long i = 0; i < P; ++i) {
-      forward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
-      scale_block(x + 2 * i * m, m, scale);
-    }
-    if (ordered) bit_reverse(data, t, mine.tiles);
-  } else {
-    if (ordered) bit_reverse(data, t, mine.tiles);
-#pragma omp parallel for schedule(static) num_threads(static_cast<int>(P))
-    for (long i = 0; i < P; ++i) {
-      backward_block(x + 2 * i * m, sub, t, k, parts_of<E>(base + i * stride).column);
-      scale_block(x + 2 * i * m, m, scale);
-    }
-    k.column(x, &t->top[p], t, 1, mine.column);
+  const real_t<E> scale = scale_of<E>(r, Forward);
+  team_counters counters;
+  for (std::atomic<long>& c : counters.next) c.store(0, std::memory_order_relaxed);
+#pragma omp parallel num_threads(threads)
+  {
+    const int team = omp_get_num_threads(), me = omp_get_thread_num();
+    line_part<E, Forward>(data, t, ordered, scale, team, me, team > 1 ? &counters : nullptr,
+                          parts_of<E>(base + me * stride));
   }
   if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;
@@ -433,14 +550,14 @@ int64_t large_scratch_bytes(int precision) {
   return (tuning::kLargeColumnBuffer + 2 * kTileElements) * complex_bytes + 64;
 }
 
-int setup_large_record(record* r, int threads) {
+int setup_large_record(record* r) {
   const long n = r->length;
   if (n < 2 || (n & (n - 1)) != 0) return DFTI_ZVX_INTERNAL_ERROR;
   int L = 0;
   while ((1L << L) < n) ++L;
   if (r->precision == DFTI_SINGLE) {
     if (r->large_table_single != nullptr) zvx::scratch_free(r->large_table_single);
-    r->large_table_single = build_table<float>(L, threads);
+    r->large_table_single = build_table<float>(L);
     if (r->large_table_single == nullptr) return DFTI_MEMORY_ERROR;
     r->forward_c = large_forward_c;
     r->backward_c = large_backward_c;
@@ -448,7 +565,7 @@ int setup_large_record(record* r, int threads) {
     r->parallel_backward_c = large_parallel_backward_c;
   } else {
     if (r->large_table_double != nullptr) zvx::scratch_free(r->large_table_double);
-    r->large_table_double = build_table<double>(L, threads);
+    r->large_table_double = build_table<double>(L);
     if (r->large_table_double == nullptr) return DFTI_MEMORY_ERROR;
     r->forward_z = large_forward_z;
     r->backward_z = large_backward_z;

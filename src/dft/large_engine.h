@@ -7,8 +7,10 @@
 // input), so a scrambled forward followed by a scrambled backward needs no reordering. An ordered
 // call adds a cache-blocked bit reversal.
 //
-// The top levels split a line into independent blocks, which is what the threaded entries run on
-// the threads of one region.
+// A threaded call runs the same passes on the same blocks as a serial one, so its result is the
+// same to the bit: the first passes of the chain, while they leave fewer blocks than threads, run
+// over the whole line with their column chunks split among the threads of one region; the blocks
+// they leave go whole to the threads; the ordering step splits its tile pairs among them.
 //
 // Everything that depends on the length is built by setup_large_record into one table block that
 // hangs off the record (large_table_double or large_table_single); compute does no trigonometry
@@ -39,24 +41,24 @@ struct large_table {
   int32_t log2_length;
   int32_t is_double;
   int32_t leaf_log;        // blocks of this order and below are finished by the leaf routine
-  int32_t top_levels;      // threaded top passes are built for 1..top_levels levels
   int32_t reverse_bits;    // tile order of the ordering step; 0: element by element
   int32_t reverse_pairs;   // pairs (middle index, its reversal), middle <= reversal
   int64_t reverse_table;   // byte offset: int32 pairs, then the tile's bit reversal (int32)
   int64_t stage_radix4[31];  // byte offsets: stage of 2^s: w^j, w^2j, w^3j for j < 2^s / 4
   int64_t stage_radix2[31];  // stage of 2^s: w^j for j < 2^s / 2
   large_column_plan chain[31];  // the pass taken on a block of 2^s elements (levels 0: a leaf)
-  large_column_plan top[9];     // the threaded entry's first pass over P = 2^p blocks
   int64_t bytes;
 };
 
 // Vector kernels of one instruction set for one precision: the leaf routine, and one column pass
-// with its buffer of kLargeColumnBuffer complex values.
+// with its buffer of kLargeColumnBuffer complex values, over the chunks [first, last) of the
+// block's 2^(log2_block - levels) / chunk (the chunks of a pass are independent, which is what
+// lets threads share one).
 template <class T>
 struct large_kernels_of {
   void (*leaf)(T* x, int log2_n, const large_table* t, int inverse);
   void (*column)(T* x, const large_column_plan* plan, const large_table* t, int inverse,
-                 T* buffer);
+                 T* buffer, long first, long last);
 };
 struct large_kernels {
   large_kernels_of<float> single_precision;
@@ -75,16 +77,16 @@ int64_t large_scratch_bytes(int precision);
 // Builds the table of a power-of-two record (length at least 2) in the record's precision and
 // stores the large engine's serial entries in its line slots and the threaded ones in its parallel
 // slots; `not_power_of_two` becomes 0, and `engine_buffer_size` grows to large_scratch_bytes.
-// `threads` bounds the threaded entries' block count.
 // Returns a descriptor status (1 when there is no memory). Serves the complex records of commit
 // and the complex dimensions above the first of real descriptors.
-int setup_large_record(DftiDimensionRecord* r, int threads = 1);
+int setup_large_record(DftiDimensionRecord* r);
 
 // The entries, for tests and for commit. Serial: (input, output, record, scratch); the line is
 // transformed in place in `output` (copied there first when `input` differs) and scaled by the
 // record's scale of the direction; `scratch` holds large_scratch_bytes (null: taken for the call).
-// Threaded: (data, chunk count, record); each block works in the record's workspace when the
-// record has one with a block per thread, else in scratch taken for the call.
+// Threaded: (data, thread count, record), the same result as the serial entry to the bit; each
+// thread works in its block of the record's workspace when the record has one with a block per
+// thread, else in scratch taken for the call.
 int large_forward_z(const complex16* in, complex16* out, const DftiDimensionRecord* r, void*);
 int large_backward_z(const complex16* in, complex16* out, const DftiDimensionRecord* r, void*);
 int large_forward_c(const complex8* in, complex8* out, const DftiDimensionRecord* r, void*);

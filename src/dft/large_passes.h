@@ -210,7 +210,7 @@ void leaf_vector(typename V::real* x, int lg, const large_table* t) {
 // blocks up.
 template <class V, bool Inv>
 void column_pass(typename V::real* x, const large_column_plan* plan, const large_table* t,
-                 typename V::real* buf) {
+                 typename V::real* buf, long first, long last) {
   using T = typename V::real;
   using R = typename V::R;
   constexpr int W = V::W;
@@ -265,7 +265,7 @@ void column_pass(typename V::real* x, const large_column_plan* plan, const large
     }
   };
   const bool odd = (p & 1) != 0;
-  for (long h = 0; h < chunks; ++h) {
+  for (long h = first; h < last; ++h) {
     const long j0 = h * C;
     // In: row 0 as it is, the others (backward) times the conjugate twiddles.
     for (long r = 0; r < rows; ++r) {
@@ -321,9 +321,9 @@ void leaf(typename V::real* x, int lg, const large_table* t, int inverse) {
 
 template <class V>
 void column(typename V::real* x, const large_column_plan* plan, const large_table* t,
-            int inverse, typename V::real* buffer) {
-  if (inverse) column_pass<V, true>(x, plan, t, buffer);
-  else column_pass<V, false>(x, plan, t, buffer);
+            int inverse, typename V::real* buffer, long first, long last) {
+  if (inverse) column_pass<V, true>(x, plan, t, buffer, first, last);
+  else column_pass<V, false>(x, plan, t, buffer, first, last);
 }
 
 template <class VS, class VD>

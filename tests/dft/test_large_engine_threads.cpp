@@ -4,6 +4,8 @@
 // its scales leave, and the compute dispatch with strides and `_out` against FFTW.
 #include <omp.h>
 
+#include <cstring>
+
 #include "dft/large_engine_support.h"
 
 namespace {
@@ -18,30 +20,71 @@ class LargeThreads : public ::testing::Test {};
 using precisions = ::testing::Types<zvx_complex8, zvx_complex16>;
 TYPED_TEST_SUITE(LargeThreads, precisions);
 
-// Blocks of P = 1, 2, 2, 4 for chunk counts 1 to 4 (three threads use two blocks): the same
-// result as the serial entry up to rounding, scale and order included, both directions.
-TYPED_TEST(LargeThreads, ThreadedEntriesEqualTheSerialOne) {
+// A team runs the serial transform's passes split among its threads, so 1 to 4 threads give the
+// serial entry's result to the bit: both directions, scrambled and ordered, scales 1 and not 1.
+// Lengths: the first above the limit; one past a group, whose first pass leaves two blocks, so
+// that three and four threads share a second pass; and one whose first pass leaves eight.
+TYPED_TEST(LargeThreads, ThreadedEntriesEqualTheSerialOneToTheBit) {
   using E = TypeParam;
+  const bool is_double = sizeof(E) == sizeof(zvx_complex16);
   ASSERT_EQ(in_serial(), 0);
   omp_set_num_threads(4);
-  for (long n : {first_large_length<E>(), 1L << 18}) {
-    SCOPED_TRACE(n);
-    DFTI_DESCRIPTOR_HANDLE h = line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.5, 3.0);
-    ASSERT_EQ(h->thread_count, 4);
-    const std::vector<E> x0 = random_array<E>(n, 21);
-    for (bool fw : {true, false}) {
-      std::vector<E> serial = x0;
-      ASSERT_EQ(line_slot<E>(h, fw)(serial.data(), serial.data(), h, nullptr), 0);
-      const std::vector<cld> want = widened(serial);
-      for (int chunks : {1, 2, 3, 4}) {
-        SCOPED_TRACE(chunks);
-        std::vector<E> x = x0;
-        ASSERT_EQ(parallel_slot<E>(h, fw)(x.data(), chunks, h), 0);
-        EXPECT_LE(difference(x.data(), 1, want, 1.0L, false), tolerance<E>(n));
+  const int group = is_double ? zvx::dft::tuning::kLargeGroupLogDouble
+                              : zvx::dft::tuning::kLargeGroupLogSingle;
+  for (long n : {first_large_length<E>(), 2L << group, 1L << 18}) {
+    for (int ordering : {DFTI_BACKWARD_SCRAMBLED, DFTI_ORDERED}) {
+      for (double scale : {1.0, 0.5}) {
+        SCOPED_TRACE(testing::Message() << n << " ordering " << ordering << " scale " << scale);
+        DFTI_DESCRIPTOR_HANDLE h =
+            line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, scale, 3.0 * scale);
+        ASSERT_EQ(h->thread_count, 4);
+        // The entries read the order from the record: the ordered line of the same table.
+        DftiDimensionRecord r = *h;
+        r.ordering = ordering;
+        const std::vector<E> x0 = random_array<E>(n, 21);
+        for (bool fw : {true, false}) {
+          std::vector<E> serial = x0;
+          ASSERT_EQ(line_slot<E>(&r, fw)(serial.data(), serial.data(), &r, nullptr), 0);
+          for (int threads : {1, 2, 3, 4}) {
+            SCOPED_TRACE(threads);
+            std::vector<E> x = x0;
+            ASSERT_EQ(parallel_slot<E>(&r, fw)(x.data(), threads, &r), 0);
+            EXPECT_EQ(std::memcmp(x.data(), serial.data(), sizeof(E) * x.size()), 0);
+          }
+        }
+        EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
       }
     }
-    EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
   }
+  omp_set_num_threads(2);
+}
+
+// The threaded entries against FFTW in long double: a team of two and of three (whose blocks do
+// not divide evenly among it), ordered and scrambled, both directions.
+TYPED_TEST(LargeThreads, ThreadedEntriesAgainstFftw) {
+  using E = TypeParam;
+  omp_set_num_threads(3);
+  const long n = first_large_length<E>() * 4;
+  const std::vector<E> x0 = random_array<E>(n, 25);
+  const std::vector<cld> fwd = spectrum(x0, -1), bwd = spectrum(x0, +1);
+  const std::vector<cld> bwd_scrambled = spectrum(reversed_order(x0), +1);
+  DFTI_DESCRIPTOR_HANDLE h = line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.25, 2.0);
+  for (int ordering : {DFTI_BACKWARD_SCRAMBLED, DFTI_ORDERED}) {
+    DftiDimensionRecord r = *h;
+    r.ordering = ordering;
+    const bool reversed = ordering == DFTI_BACKWARD_SCRAMBLED;
+    for (int threads : {2, 3}) {
+      SCOPED_TRACE(testing::Message() << "ordering " << ordering << ", " << threads << " threads");
+      std::vector<E> x = x0;
+      ASSERT_EQ(parallel_slot<E>(&r, true)(x.data(), threads, &r), 0);
+      EXPECT_LE(difference(x.data(), 1, fwd, 0.25L, reversed), tolerance<E>(n));
+      x = x0;
+      ASSERT_EQ(parallel_slot<E>(&r, false)(x.data(), threads, &r), 0);
+      EXPECT_LE(difference(x.data(), 1, reversed ? bwd_scrambled : bwd, 2.0L, false),
+                tolerance<E>(n));
+    }
+  }
+  EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
   omp_set_num_threads(2);
 }
 
