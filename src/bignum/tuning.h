@@ -39,6 +39,13 @@ constexpr int transform_entry = 128;
 // bytes a point: 64 MiB at this length, reached from about 700,000-limb products).
 constexpr int transform_cached_log2 = 22;
 
+// Transform working arrays of at least this many bytes come from the transform's own mapped
+// blocks (huge pages, one kept for the next product) instead of the allocate hook: from about
+// 16 MiB malloc maps every block afresh, and the page faults of the first touch cost 80 of the
+// 100 ms of a 100,000-limb product here; smaller blocks stay in the hook's reused heap. 4 MiB is
+// a product of about 12,000 limbs, far above every size the tests drive through the hook.
+constexpr unsigned long transform_own_block_bytes = 4ul << 20;
+
 // Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
 // also stops below it with the long division (which also takes quotients shorter than half of
 // it). Measured on 2n by n limbs, least thread time on a loaded machine (+-30% between runs):
