@@ -46,6 +46,11 @@ limb mod_1(const limb* a, int n, limb d);
 // be null when not wanted. No overlap with the inputs.
 void tdiv_qr(limb* q, limb* r, const limb* a, int an, const limb* d, int dn);
 
+// r[0, n) += a[0, n) u on 64-bit words, returning the carry word: the row of the Montgomery
+// products, chosen once for the processor (mpn_words.cpp).
+using addmul_words_fn = uint64_t (*)(uint64_t* r, const uint64_t* a, int n, uint64_t u);
+addmul_words_fn addmul_words_kernel();
+
 // g = gcd(a, b) for a >= b >= 1 (an >= bn limbs, normalised), in buffers of at least an limbs
 // each, which it destroys; g has room for bn limbs. Returns g's length.
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);
