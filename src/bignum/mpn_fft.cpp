@@ -25,7 +25,9 @@
 // result is never returned on a doubtful rounding.
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cmath>
 
 #include "bignum/bignum.h"
@@ -50,18 +52,22 @@ int log2_ceil(long v) {
 // entries only read it, so threads share it (each call brings its own scratch). Two threads that
 // build the same length at once keep one context and free the other. Longer lengths build a
 // context per call, so that their tables do not stay in memory.
-std::atomic<dft::PrimitiveDftContext*> g_contexts[tuning::transform_cached_log2 + 1];
+std::atomic<dft::PrimitiveDftContext*> g_contexts[3][tuning::transform_cached_log2 + 1];
 
-dft::PrimitiveDftContext* context_for(int n) {
-  if (n > tuning::transform_cached_log2) {
+bool cached(const tuning::transform_plan& p) { return p.length() <= (1L << tuning::transform_cached_log2); }
+
+dft::PrimitiveDftContext* context_for(const tuning::transform_plan& p) {
+  const int len = static_cast<int>(p.length());
+  if (!cached(p)) {
     dft::PrimitiveDftContext* own = nullptr;
-    return dft::primitive_dft_create(&own, dft::context_real_double, 1 << n, dft::scale_none, 0) == 0 ? own : nullptr;
+    return dft::primitive_dft_create(&own, dft::context_real_double, len, dft::scale_none, 0) == 0 ? own : nullptr;
   }
-  dft::PrimitiveDftContext* ctx = g_contexts[n].load(std::memory_order_acquire);
+  std::atomic<dft::PrimitiveDftContext*>& slot = g_contexts[p.odd][p.k];
+  dft::PrimitiveDftContext* ctx = slot.load(std::memory_order_acquire);
   if (ctx) return ctx;
   dft::PrimitiveDftContext* made = nullptr;
-  if (dft::primitive_dft_create(&made, dft::context_real_double, 1 << n, dft::scale_none, 0) != 0) return nullptr;
-  if (g_contexts[n].compare_exchange_strong(ctx, made, std::memory_order_acq_rel)) return made;
+  if (dft::primitive_dft_create(&made, dft::context_real_double, len, dft::scale_none, 0) != 0) return nullptr;
+  if (slot.compare_exchange_strong(ctx, made, std::memory_order_acq_rel)) return made;
   dft::primitive_dft_free(made);
   return ctx;
 }
@@ -105,40 +111,26 @@ void give_block(void* b) {
   }
 }
 
-struct plan {
-  int w;   // digit bits
-  int n;   // log2 of the length
-  long da, db;
-};
-
-// The shortest length and, for it, the widest digits that the bound allows; `narrower` forces
-// digits below that width (the guard's second try).
-plan choose(long abits, long bbits, int narrower) {
-  plan best{0, 0, 0, 0};
-  for (int w = 16; w >= 4; --w) {
-    if (narrower && w >= narrower) continue;
-    const long da = (abits + w - 1) / w, db = (bbits + w - 1) / w;
-    const int n = log2_ceil(da + db - 1);
-    if (!tuning::transform_digits_exact(w, da, db, n)) continue;
-    if (n > 30) continue;
-    if (best.w == 0 || n < best.n) best = {w, n, da, db};
-  }
-  return best;
-}
-
-// The w-bit digits of x (xn limbs), lowest first, as doubles, padded with zeros to len.
+// The balanced w-bit digits of x (xn limbs), lowest first, as doubles, padded with zeros to len:
+// a digit of 2^(w-1) or more becomes that minus 2^w and carries one into the next, so every
+// digit lies in [-2^(w-1), 2^(w-1)). `digits` has room for the last carry.
 void split(double* out, const limb* x, int xn, int w, long digits, long len) {
   const uint64_t mask = (uint64_t{1} << w) - 1;
+  const int64_t half = int64_t{1} << (w - 1), full = int64_t{1} << w;
   uint64_t acc = 0;
   int have = 0;
   int next = 0;
+  int64_t carry = 0;
   for (long i = 0; i < digits; ++i) {
     if (have < w) {
       if (next < xn) acc |= static_cast<uint64_t>(x[next]) << have;
       ++next;
       have += 32;
     }
-    out[i] = static_cast<double>(acc & mask);
+    int64_t d = static_cast<int64_t>(acc & mask) + carry;
+    carry = d >= half;
+    d -= carry ? full : 0;
+    out[i] = static_cast<double>(d);
     acc >>= w;
     have -= w;
   }
@@ -159,22 +151,42 @@ void multiply_spectra(double* x, const double* y, long len) {
 }
 
 // r (rn limbs) = sum of round(c_k / len) 2^(k w); returns the largest rounding distance seen.
-double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
-  const double scale = 1.0 / static_cast<double>(len);  // a power of two: exact
-  unsigned __int128 acc = 0;
+// Coefficients of balanced digits have either sign; the running sum is signed and its low limbs
+// are taken modulo 2^32 (an arithmetic shift keeps the value), the whole being the non-negative
+// product. The rounding runs first over the whole array, four coefficients a step with a maximum
+// each, so that no chain of dependent maxima or 128-bit additions holds it up; the integers go
+// back into the array as bit patterns.
+double carry(limb* r, int rn, double* c, long terms, int w, long len) {
+  const double scale = 1.0 / static_cast<double>(len);  // a power of two times 1, 3 or 5: see below
+  // Adding and taking away 1.5 2^52 rounds to the nearest integer, and the sum's low bits are
+  // that integer: every coefficient is below 2^51 in magnitude (the bound keeps 2^(2w-2)
+  // sqrt(Da Db) below that). The scale's own rounding (len not a power of two) is far below the
+  // margin: a relative 2^-53 of at most 2^51.
+  constexpr double shift = 0x1.8p52;
+  const int64_t shift_bits = std::bit_cast<int64_t>(shift);
+  double worst[4] = {0, 0, 0, 0};
+  long k = 0;
+  for (; k + 4 <= terms; k += 4)
+    for (int j = 0; j < 4; ++j) {
+      const double v = c[k + j] * scale;
+      const double s = v + shift;
+      const double dist = std::fabs(v - (s - shift));
+      worst[j] = dist > worst[j] ? dist : worst[j];
+      c[k + j] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
+    }
+  for (; k < terms; ++k) {
+    const double v = c[k] * scale;
+    const double s = v + shift;
+    const double dist = std::fabs(v - (s - shift));
+    worst[0] = dist > worst[0] ? dist : worst[0];
+    c[k] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
+  }
+  __int128 acc = 0;
   long base = 0;  // bit position of acc's bit 0, a multiple of 32
   int out = 0;
-  double worst = 0.0;
-  for (long k = 0; k < terms; ++k) {
-    const double v = c[k] * scale;
-    // Adding and taking away 1.5 2^52 rounds to the nearest integer: every coefficient is below
-    // 2^47 (the bound of the header keeps 2^(2w) sqrt(Da Db) below that).
-    const double rounded = (v + 0x1.8p52) - 0x1.8p52;
-    const double dist = std::fabs(v - rounded);
-    if (dist > worst) worst = dist;
-    const uint64_t ck = rounded > 0 ? static_cast<uint64_t>(rounded) : 0;
-    acc += static_cast<unsigned __int128>(ck) << (k * w - base);
-    // Bits below (k+1) w are final: no later coefficient reaches them.
+  for (k = 0; k < terms; ++k) {
+    acc += static_cast<__int128>(std::bit_cast<int64_t>(c[k])) << (k * w - base);
+    // Bits below (k+1) w are final up to the sign of what follows, which the signed sum carries.
     while (base + 32 <= (k + 1) * w && out < rn) {
       r[out++] = static_cast<limb>(acc);
       acc >>= 32;
@@ -185,14 +197,14 @@ double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
     r[out++] = static_cast<limb>(acc);
     acc >>= 32;
   }
-  return worst;
+  return std::max(std::max(worst[0], worst[1]), std::max(worst[2], worst[3]));
 }
 
 // One attempt with the given plan; returns the guard's distance, or -1 when the engine failed.
-double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const plan& p) {
-  const long len = 1L << p.n;
+double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const tuning::transform_plan& p) {
+  const long len = p.length();
   const bool square = a == b && an == bn;
-  dft::PrimitiveDftContext* ctx = context_for(p.n);
+  dft::PrimitiveDftContext* ctx = context_for(p);
   if (ctx == nullptr) return -1.0;
   int scratch_bytes = 0;
   dft::primitive_dft_buffer_size(ctx, &scratch_bytes);
@@ -203,7 +215,7 @@ double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const plan
   void* block = own ? (held ? static_cast<char*>(held) + 64 : nullptr) : allocate(bytes);
   if (block == nullptr) {
     // A hook that cannot give the arrays: the caller takes a method without them.
-    if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
+    if (!cached(p)) dft::primitive_dft_free(ctx);
     return -1.0;
   }
   double* x = static_cast<double*>(block);  // the allocate hook's blocks are 32-byte aligned
@@ -227,7 +239,7 @@ double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const plan
     give_block(held);
   else
     release(block, bytes);
-  if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
+  if (!cached(p)) dft::primitive_dft_free(ctx);
   return result;
 }
 
@@ -237,7 +249,7 @@ bool transform_mul(limb* r, const limb* a, int an, const limb* b, int bn) {
   const long abits = 32L * an, bbits = 32L * bn;
   int narrower = 0;
   for (int tries = 0; tries < 3; ++tries) {
-    plan p = choose(abits, bbits, narrower);
+    const tuning::transform_plan p = tuning::choose_transform(abits, bbits, narrower);
     if (p.w == 0) return false;
     double d = attempt(r, a, an, b, bn, p);
     if (d < 0) return false;

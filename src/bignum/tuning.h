@@ -90,11 +90,55 @@ constexpr int montgomery_max_limbs = 400;
 constexpr int powm_window_max = 7;
 
 // The transform multiplication's bound on the rounding error of a coefficient (derived in
-// mpn_fft.cpp): w-bit digits, da and db of them, length 2^n. True when the error is at most 1/4.
-inline bool transform_digits_exact(int w, long da, long db, int n) {
-  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w) * 1.01 *
-                       (12.71 * (n + 1) + 2.24) * 0x1p-53;
+// mpn_fft.cpp): balanced w-bit digits (below 2^(w-1) in magnitude), da and db of them, `levels`
+// butterfly levels. True when the error is at most 1/4.
+inline bool transform_digits_exact(int w, long da, long db, int levels) {
+  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w - 2) *
+                       1.01 * (12.71 * (levels + 1) + 2.24) * 0x1p-53;
   return bound <= 0.25;
+}
+
+// Transform lengths are 2^k, 3 2^k and 5 2^k (k >= 2): the odd factors let the length follow the
+// product's size instead of doubling. Measured forward real transforms (least thread time, loaded
+// machine), ns a point: 2^18 1.97, 3 2^16 2.17, 5 2^15 1.83; 2^21 4.28, 3 2^19 4.76, 5 2^18 3.19.
+// So a length with the factor 3 counts 1.15 times its points when lengths are compared, the
+// others their points. A radix-3 pass counts as 2 levels of the bound and a radix-5 pass as 3:
+// no path through their butterflies has more rounded operations than that many radix-2 levels.
+constexpr int transform_odd_factors[3] = {1, 3, 5};
+constexpr int transform_odd_levels[3] = {0, 2, 3};
+constexpr double transform_odd_cost[3] = {1.0, 1.15, 1.0};
+// Widest digits tried: 2^(2w-2) times the digit count must stay well inside a double's 53 bits.
+constexpr int transform_widest_digit = 20;
+
+struct transform_plan {
+  int w;          // digit bits, 0 when no plan exists
+  int odd;        // index into transform_odd_factors
+  int k;          // length = transform_odd_factors[odd] << k
+  long da, db;    // digits of each operand, one more than the bits need for the balancing carry
+  long length() const { return static_cast<long>(transform_odd_factors[odd]) << k; }
+  int levels() const { return k + transform_odd_levels[odd]; }
+};
+
+// The cheapest length that holds the product's digits and, for it, the widest digits the bound
+// allows; `below` forces digits narrower than that width (the guard's second try).
+inline transform_plan choose_transform(long abits, long bbits, int below = 0) {
+  transform_plan best{0, 0, 0, 0, 0};
+  double best_cost = 0;
+  for (int w = transform_widest_digit; w >= 4; --w) {
+    if (below && w >= below) continue;
+    const long da = (abits + w - 1) / w + 1, db = (bbits + w - 1) / w + 1;
+    const long terms = da + db - 1;
+    for (int o = 0; o < 3; ++o) {
+      int k = 2;
+      while ((static_cast<long>(transform_odd_factors[o]) << k) < terms) ++k;
+      if ((static_cast<long>(transform_odd_factors[o]) << k) > (1L << 30)) continue;
+      const transform_plan p{w, o, k, da, db};
+      if (!transform_digits_exact(w, da, db, p.levels())) continue;
+      const double cost = static_cast<double>(p.length()) * transform_odd_cost[o];
+      if (best.w == 0 || cost < best_cost) best = p, best_cost = cost;
+    }
+  }
+  return best;
 }
 
 }  // namespace zvx::bn::tuning
