@@ -153,46 +153,43 @@ void multiply_spectra(double* x, const double* y, long len) {
 // r (rn limbs) = sum of round(c_k / len) 2^(k w); returns the largest rounding distance seen.
 // Coefficients of balanced digits have either sign; the running sum is signed and its low limbs
 // are taken modulo 2^32 (an arithmetic shift keeps the value), the whole being the non-negative
-// product. The rounding runs first over the whole array, four coefficients a step with a maximum
-// each, so that no chain of dependent maxima or 128-bit additions holds it up; the integers go
-// back into the array as bit patterns.
-double carry(limb* r, int rn, double* c, long terms, int w, long len) {
-  const double scale = 1.0 / static_cast<double>(len);  // a power of two times 1, 3 or 5: see below
+// product. Four coefficients a step, each with its own maximum, so that the chain of dependent
+// maxima does not hold up the chain of 128-bit additions.
+double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
+  // 1/len: a power of two times 1, 1/3 or 1/5; the rounding of the latter two is a relative
+  // 2^-53 of a coefficient below 2^51, far inside the margin.
+  const double scale = 1.0 / static_cast<double>(len);
   // Adding and taking away 1.5 2^52 rounds to the nearest integer, and the sum's low bits are
   // that integer: every coefficient is below 2^51 in magnitude (the bound keeps 2^(2w-2)
-  // sqrt(Da Db) below that). The scale's own rounding (len not a power of two) is far below the
-  // margin: a relative 2^-53 of at most 2^51.
+  // sqrt(Da Db) below that).
   constexpr double shift = 0x1.8p52;
   const int64_t shift_bits = std::bit_cast<int64_t>(shift);
   double worst[4] = {0, 0, 0, 0};
-  long k = 0;
-  for (; k + 4 <= terms; k += 4)
-    for (int j = 0; j < 4; ++j) {
-      const double v = c[k + j] * scale;
-      const double s = v + shift;
-      const double dist = std::fabs(v - (s - shift));
-      worst[j] = dist > worst[j] ? dist : worst[j];
-      c[k + j] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
-    }
-  for (; k < terms; ++k) {
-    const double v = c[k] * scale;
-    const double s = v + shift;
-    const double dist = std::fabs(v - (s - shift));
-    worst[0] = dist > worst[0] ? dist : worst[0];
-    c[k] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
-  }
   __int128 acc = 0;
   long base = 0;  // bit position of acc's bit 0, a multiple of 32
   int out = 0;
-  for (k = 0; k < terms; ++k) {
-    acc += static_cast<__int128>(std::bit_cast<int64_t>(c[k])) << (k * w - base);
-    // Bits below (k+1) w are final up to the sign of what follows, which the signed sum carries.
-    while (base + 32 <= (k + 1) * w && out < rn) {
+  long k = 0;
+  auto step = [&](int j) {
+    const double v = c[k + j] * scale;
+    const double s = v + shift;
+    const double dist = std::fabs(v - (s - shift));
+    worst[j] = dist > worst[j] ? dist : worst[j];
+    acc += static_cast<__int128>(std::bit_cast<int64_t>(s) - shift_bits) << ((k + j) * w - base);
+    // Bits below (k+j+1) w are final up to the sign of what follows, which the signed sum
+    // carries; w < 32 makes it at most one limb a coefficient.
+    if (base + 32 <= (k + j + 1) * w && out < rn) {
       r[out++] = static_cast<limb>(acc);
       acc >>= 32;
       base += 32;
     }
+  };
+  for (; k + 4 <= terms; k += 4) {
+    step(0);
+    step(1);
+    step(2);
+    step(3);
   }
+  for (; k < terms; ++k) step(0);
   while (out < rn) {
     r[out++] = static_cast<limb>(acc);
     acc >>= 32;
@@ -211,8 +208,10 @@ double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const tuni
   const size_t doubles = static_cast<size_t>(len) * (square ? 1 : 2);
   const size_t bytes = doubles * sizeof(double) + static_cast<size_t>(scratch_bytes) + 32;
   const bool own = bytes >= tuning::transform_own_block_bytes;
+  const bool local = bytes <= tuning::transform_local_bytes;
+  alignas(64) char stack_block[tuning::transform_local_bytes];
   void* held = own ? take_block(bytes) : nullptr;
-  void* block = own ? (held ? static_cast<char*>(held) + 64 : nullptr) : allocate(bytes);
+  void* block = own ? (held ? static_cast<char*>(held) + 64 : nullptr) : local ? stack_block : allocate(bytes);
   if (block == nullptr) {
     // A hook that cannot give the arrays: the caller takes a method without them.
     if (!cached(p)) dft::primitive_dft_free(ctx);
@@ -237,7 +236,7 @@ double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const tuni
   }
   if (own)
     give_block(held);
-  else
+  else if (!local)
     release(block, bytes);
   if (!cached(p)) dft::primitive_dft_free(ctx);
   return result;

@@ -2,6 +2,7 @@
 // from here.
 #pragma once
 #include <cmath>
+#include <cstdint>
 
 namespace zvx::bn::tuning {
 
@@ -45,6 +46,10 @@ constexpr int transform_cached_log2 = 22;
 // 100 ms of a 100,000-limb product here; smaller blocks stay in the hook's reused heap. 4 MiB is
 // a product of about 12,000 limbs, far above every size the tests drive through the hook.
 constexpr unsigned long transform_own_block_bytes = 4ul << 20;
+
+// Transform working arrays up to this many bytes live on the stack: a product of up to about 400
+// limbs, where the allocation's round trip through the hook is a measurable part of the 10 us.
+constexpr unsigned long transform_local_bytes = 24ul << 10;
 
 // Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
 // also stops below it with the long division (which also takes quotients shorter than half of
@@ -93,8 +98,10 @@ constexpr int powm_window_max = 7;
 // mpn_fft.cpp): balanced w-bit digits (below 2^(w-1) in magnitude), da and db of them, `levels`
 // butterfly levels. True when the error is at most 1/4.
 inline bool transform_digits_exact(int w, long da, long db, int levels) {
-  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w - 2) *
-                       1.01 * (12.71 * (levels + 1) + 2.24) * 0x1p-53;
+  // 2^(2w-2) as a product with an exact power of two (w <= 27 keeps it in the shift's range).
+  const double bound = std::sqrt(static_cast<double>(da) * static_cast<double>(db)) *
+                       static_cast<double>(uint64_t{1} << (2 * w - 2)) * 1.01 * (12.71 * (levels + 1) + 2.24) *
+                       0x1p-53;
   return bound <= 0.25;
 }
 
@@ -128,15 +135,19 @@ inline transform_plan choose_transform(long abits, long bbits, int below = 0) {
     if (below && w >= below) continue;
     const long da = (abits + w - 1) / w + 1, db = (bbits + w - 1) / w + 1;
     const long terms = da + db - 1;
+    int passed = 0;
     for (int o = 0; o < 3; ++o) {
       int k = 2;
       while ((static_cast<long>(transform_odd_factors[o]) << k) < terms) ++k;
       if ((static_cast<long>(transform_odd_factors[o]) << k) > (1L << 30)) continue;
       const transform_plan p{w, o, k, da, db};
       if (!transform_digits_exact(w, da, db, p.levels())) continue;
+      ++passed;
       const double cost = static_cast<double>(p.length()) * transform_odd_cost[o];
       if (best.w == 0 || cost < best_cost) best = p, best_cost = cost;
     }
+    // Narrower digits only lengthen every candidate: once all three lengths pass, stop.
+    if (passed == 3) break;
   }
   return best;
 }
