@@ -155,7 +155,9 @@ void multiply_spectra(double* x, const double* y, long len) {
 // are taken modulo 2^32 (an arithmetic shift keeps the value), the whole being the non-negative
 // product. Four coefficients a step, each with its own maximum, so that the chain of dependent
 // maxima does not hold up the chain of 128-bit additions.
-double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
+// With `over` > 0 the coefficients from len on wrapped onto the lowest ones: hi holds them (as
+// int64 bit patterns), they are taken away from the rounded low ones and stand in for the top.
+double carry(limb* r, int rn, const double* c, long terms, int w, long len, const double* hi, long over) {
   // 1/len: a power of two times 1, 1/3 or 1/5; the rounding of the latter two is a relative
   // 2^-53 of a coefficient below 2^51, far inside the margin.
   const double scale = 1.0 / static_cast<double>(len);
@@ -174,7 +176,9 @@ double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
     const double s = v + shift;
     const double dist = std::fabs(v - (s - shift));
     worst[j] = dist > worst[j] ? dist : worst[j];
-    acc += static_cast<__int128>(std::bit_cast<int64_t>(s) - shift_bits) << ((k + j) * w - base);
+    int64_t q = std::bit_cast<int64_t>(s) - shift_bits;
+    if (k + j < over) q -= std::bit_cast<int64_t>(hi[k + j]);
+    acc += static_cast<__int128>(q) << ((k + j) * w - base);
     // Bits below (k+j+1) w are final up to the sign of what follows, which the signed sum
     // carries; w < 32 makes it at most one limb a coefficient.
     if (base + 32 <= (k + j + 1) * w && out < rn) {
@@ -183,13 +187,22 @@ double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
       base += 32;
     }
   };
-  for (; k + 4 <= terms; k += 4) {
+  const long in_length = terms < len ? terms : len;
+  for (; k + 4 <= in_length; k += 4) {
     step(0);
     step(1);
     step(2);
     step(3);
   }
-  for (; k < terms; ++k) step(0);
+  for (; k < in_length; ++k) step(0);
+  for (; k < terms; ++k) {
+    acc += static_cast<__int128>(std::bit_cast<int64_t>(hi[k - len])) << (k * w - base);
+    if (base + 32 <= (k + 1) * w && out < rn) {
+      r[out++] = static_cast<limb>(acc);
+      acc >>= 32;
+      base += 32;
+    }
+  }
   while (out < rn) {
     r[out++] = static_cast<limb>(acc);
     acc >>= 32;
@@ -197,49 +210,83 @@ double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
   return std::max(std::max(worst[0], worst[1]), std::max(worst[2], worst[3]));
 }
 
+// The top `over` coefficients of the short convolution (indices over-1 to 2 over-2 of a length
+// alen, unscaled) rounded to integers, written as int64 bit patterns to aux[0, over); each read
+// index is at or above its write index. Returns the largest rounding distance.
+double round_high(double* aux, long over, long alen) {
+  const double scale = 1.0 / static_cast<double>(alen);
+  constexpr double shift = 0x1.8p52;
+  const int64_t shift_bits = std::bit_cast<int64_t>(shift);
+  double worst = 0;
+  for (long j = 0; j < over; ++j) {
+    const double v = aux[over - 1 + j] * scale;
+    const double s = v + shift;
+    const double dist = std::fabs(v - (s - shift));
+    worst = dist > worst ? dist : worst;
+    aux[j] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
+  }
+  return worst;
+}
+
 // One attempt with the given plan; returns the guard's distance, or -1 when the engine failed.
 double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const tuning::transform_plan& p) {
   const long len = p.length();
   const bool square = a == b && an == bn;
+  tuning::transform_plan ap = p;  // the short convolution's length, when coefficients wrap
+  ap.odd = p.aux_odd, ap.k = p.aux_k;
+  const long alen = p.over ? ap.length() : 0;
   dft::PrimitiveDftContext* ctx = context_for(p);
   if (ctx == nullptr) return -1.0;
-  int scratch_bytes = 0;
+  dft::PrimitiveDftContext* actx = p.over ? context_for(ap) : nullptr;
+  int scratch_bytes = 0, aux_scratch = 0;
   dft::primitive_dft_buffer_size(ctx, &scratch_bytes);
-  const size_t doubles = static_cast<size_t>(len) * (square ? 1 : 2);
+  if (actx) dft::primitive_dft_buffer_size(actx, &aux_scratch);
+  if (aux_scratch > scratch_bytes) scratch_bytes = aux_scratch;
+  const size_t arrays = square ? 1 : 2;
+  const size_t doubles = (static_cast<size_t>(len) + static_cast<size_t>(alen)) * arrays;
   const size_t bytes = doubles * sizeof(double) + static_cast<size_t>(scratch_bytes) + 32;
   const bool own = bytes >= tuning::transform_own_block_bytes;
   const bool local = bytes <= tuning::transform_local_bytes;
   alignas(64) char stack_block[tuning::transform_local_bytes];
   void* held = own ? take_block(bytes) : nullptr;
-  void* block = own ? (held ? static_cast<char*>(held) + 64 : nullptr) : local ? stack_block : allocate(bytes);
-  if (block == nullptr) {
-    // A hook that cannot give the arrays: the caller takes a method without them.
+  void* block = (p.over && actx == nullptr) ? nullptr
+                : own                       ? (held ? static_cast<char*>(held) + 64 : nullptr)
+                : local                     ? stack_block
+                                            : allocate(bytes);
+  auto done = [&](double result) {
+    if (own && held) give_block(held);
+    if (!own && !local && block) release(block, bytes);
     if (!cached(p)) dft::primitive_dft_free(ctx);
-    return -1.0;
-  }
+    if (actx && !cached(ap)) dft::primitive_dft_free(actx);
+    return result;
+  };
+  // A hook that cannot give the arrays: the caller takes a method without them.
+  if (block == nullptr) return done(-1.0);
   double* x = static_cast<double*>(block);  // the allocate hook's blocks are 32-byte aligned
   double* y = square ? x : x + len;
+  double* xa = x + len * static_cast<long>(arrays);
+  double* ya = square ? xa : xa + alen;
   void* scratch = scratch_bytes ? static_cast<void*>(x + doubles) : nullptr;
-  double result = -1.0;
   split(x, a, an, p.w, p.da, len);
-  if (dft::primitive_dft_forward_d_perm(x, x, ctx, scratch) == 0) {
-    bool ok = true;
-    if (!square) {
-      split(y, b, bn, p.w, p.db, len);
-      ok = dft::primitive_dft_forward_d_perm(y, y, ctx, scratch) == 0;
-    }
-    if (ok) {
-      multiply_spectra(x, y, len);
-      if (dft::primitive_dft_inverse_d_perm(x, x, ctx, scratch) == 0)
-        result = carry(r, an + bn, x, p.da + p.db - 1, p.w, len);
-    }
+  if (!square) split(y, b, bn, p.w, p.db, len);
+  double worst = 0;
+  if (p.over) {
+    // The top `over` digits of each operand, as the split balanced them.
+    for (long j = 0; j < alen; ++j) xa[j] = j < p.over ? x[p.da - p.over + j] : 0.0;
+    if (!square)
+      for (long j = 0; j < alen; ++j) ya[j] = j < p.over ? y[p.db - p.over + j] : 0.0;
+    if (dft::primitive_dft_forward_d_perm(xa, xa, actx, scratch) != 0) return done(-1.0);
+    if (!square && dft::primitive_dft_forward_d_perm(ya, ya, actx, scratch) != 0) return done(-1.0);
+    multiply_spectra(xa, ya, alen);
+    if (dft::primitive_dft_inverse_d_perm(xa, xa, actx, scratch) != 0) return done(-1.0);
+    worst = round_high(xa, p.over, alen);
   }
-  if (own)
-    give_block(held);
-  else if (!local)
-    release(block, bytes);
-  if (!cached(p)) dft::primitive_dft_free(ctx);
-  return result;
+  if (dft::primitive_dft_forward_d_perm(x, x, ctx, scratch) != 0) return done(-1.0);
+  if (!square && dft::primitive_dft_forward_d_perm(y, y, ctx, scratch) != 0) return done(-1.0);
+  multiply_spectra(x, y, len);
+  if (dft::primitive_dft_inverse_d_perm(x, x, ctx, scratch) != 0) return done(-1.0);
+  const double d = carry(r, an + bn, x, p.da + p.db - 1, p.w, len, xa, p.over);
+  return done(std::max(worst, d));
 }
 
 }  // namespace

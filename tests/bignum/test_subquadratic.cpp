@@ -216,6 +216,20 @@ TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
   }
   ASSERT_EQ(widths, 2);
   ASSERT_TRUE(family_seen[0] && family_seen[1] && family_seen[2]);
+  // Lengths shorter than the coefficients: the first size whose top coefficients wrap, and the
+  // size up to 20,000 limbs where the most of them wrap against the length.
+  int first_wrap = 0, most_wrap = 0;
+  double most = 0;
+  for (int n = tn::transform_entry; n < 20000; ++n) {
+    const tn::transform_plan p = tn::choose_transform(32L * n, 32L * n);
+    if (p.over == 0) continue;
+    if (first_wrap == 0) first_wrap = n;
+    const double share = static_cast<double>(p.over) / static_cast<double>(p.length());
+    if (share > most) most = share, most_wrap = n;
+  }
+  ASSERT_GT(first_wrap, 0);
+  ASSERT_GT(most * tn::transform_wrap_fraction, 0.9);  // the limit is reached, not just approached
+  for (int n : {first_wrap - 1, first_wrap, most_wrap - 1, most_wrap, most_wrap + 1}) sizes.push_back(n);
   for (int n : sizes) {
     const std::string ones(8 * static_cast<size_t>(n), 'F');
     check_product(ones, ones, "all ones, square");
