@@ -178,8 +178,9 @@ int main(int argc, char** argv) {
 
   t.notes.push_back("Sizes are in our 32-bit limbs (GMP's limbs are 64-bit, half as many). Ours: products by "
                     "the schoolbook loop on 64-bit words below 32 limbs, Karatsuba, and the transform "
-                    "multiplication on the library's real DFT from 128 limbs (Toom-3 only where the "
-                    "transform's arrays cannot be had); divide-and-conquer division from 40-limb divisors; "
+                    "multiplication on the library's real DFT from 128 limbs (balanced digits, lengths 2^k, "
+                    "3 2^k and 5 2^k; Toom-3 only where the transform's arrays cannot be had); powm by "
+                    "Montgomery products on 64-bit words with a sliding window; divide-and-conquer division from 40-limb divisors; "
                     "divide-and-conquer text conversion from 20 (get_str) and 60 (set_str) limbs; Lehmer's "
                     "gcd, which stays quadratic where GMP's is subquadratic, hence the last gcd row.");
   t.notes.push_back("");

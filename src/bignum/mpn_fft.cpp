@@ -1,24 +1,24 @@
-// Products by a real transform in double precision: both operands cut into digits of w bits, a
-// cyclic convolution of length L (a power of two) long enough to hold the whole product, each
-// coefficient rounded to the nearest integer and the coefficients added with carries.
+// Products by a real transform in double precision: both operands cut into balanced digits of w
+// bits, a cyclic convolution of length L (2^k, 3 2^k or 5 2^k), each coefficient rounded to the
+// nearest integer and the coefficients added with carries.
 //
-// Exactness. The convolution's coefficients are c_k = sum a_i b_(k-i) with digits below 2^w, so
-// |c_k| <= min(Da, Db) 2^(2w) for Da, Db digits, which stays below 2^53 for every size here. The
-// computed coefficients differ from them by the rounding of three transforms of length L = 2^n
-// and one pointwise product. For a transform of n butterfly levels whose roots carry relative
+// Exactness. The convolution's coefficients are c_k = sum a_i b_(k-i) with balanced digits,
+// |a_i|, |b_j| <= 2^(w-1), so |c_k| <= min(Da, Db) 2^(2w-2) for Da, Db digits, below 2^51 for
+// every plan the bound admits. The computed coefficients differ from them by the rounding of
+// three transforms of n butterfly levels and one pointwise product. With roots carrying relative
 // errors of at most beta, the classical analysis of the transform product bounds that error by
 //   |c'_k - c_k| <= |a|_2 |b|_2 ((1+e)^(3n) (1+sqrt5 e)^(3n+1) (1+beta)^(3n) - 1),
-// with e = 2^-53 and the Euclidean norms |a|_2 <= 2^w sqrt(Da), |b|_2 <= 2^w sqrt(Db). The line
-// engine computes a real line of length L through a complex line of L/2 and one recombination by
-// roots, which the bound covers by counting n + 1 levels; its roots are exact to the last bit,
-// beta <= e. For (n+1) e << 1 the bracket is below 1.01 (3 (n+1) + sqrt5 (3(n+1) + 1) + 3 (n+1)) e
-// <= 1.01 (12.71 (n+1) + 2.24) e, so
-//   |c'_k - c_k| <= 2^(2w) sqrt(Da Db) 1.01 (12.71 (n+1) + 2.24) 2^-53.
-// tuning::transform_digits_exact() is this test; choose() takes the shortest length and for it
-// the widest w <= 16 for which the bound is at most 1/4: rounding to the nearest integer then
-// gives c_k exactly, with a margin of a factor 2. Square products of n limbs get 16-bit digits up
-// to 1,440 limbs, 15 bits from there (L = 2^15 at 4,096 limbs), 14 from 4,734 limbs, 12 from
-// 53,250 and 10 from 620,350 limbs.
+// with e = 2^-53 and the Euclidean norms |a|_2 <= 2^(w-1) sqrt(Da), |b|_2 <= 2^(w-1) sqrt(Db).
+// The line engine computes a real line through a complex line of half the length and one
+// recombination by roots, which the bound covers by counting n + 1 levels; a radix-3 pass counts
+// as 2 levels and a radix-5 pass as 3 (no path through their butterflies has more rounded
+// operations); its roots are exact to the last bit, beta <= e. For (n+1) e << 1 the bracket is
+// below 1.01 (3 (n+1) + sqrt5 (3(n+1) + 1) + 3 (n+1)) e <= 1.01 (12.71 (n+1) + 2.24) e, so
+//   |c'_k - c_k| <= 2^(2w-2) sqrt(Da Db) 1.01 (12.71 (n+1) + 2.24) 2^-53.
+// The bound holds for the cyclic convolution whatever wraps, so it also covers a length shorter
+// than the coefficients. tuning::transform_digits_exact() is this test; choose_transform() takes
+// the cheapest length and for it the widest w <= 20 for which the bound is at most 1/4: rounding
+// to the nearest integer then gives c_k exactly, with a margin of a factor 2.
 //
 // As a second guard the carry pass measures the largest distance of a coefficient to its
 // integer; should it ever reach 1/4 the product is recomputed with digits a bit narrower, so a

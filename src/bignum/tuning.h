@@ -37,7 +37,8 @@ constexpr int toom3_entry = 600;
 // a product takes when the transform cannot run (no memory for its arrays).
 constexpr int transform_entry = 128;
 // Engine contexts of lengths up to 2^this are kept for the process (their tables take about 16
-// bytes a point: 64 MiB at this length, reached from about 700,000-limb products).
+// bytes a point: 64 MiB at this length, reached from about 800,000-limb products; lengths 3 2^k and 5 2^k are kept up
+// to the same number of points).
 constexpr int transform_cached_log2 = 22;
 
 // Transform working arrays of at least this many bytes come from the transform's own mapped
