@@ -36,9 +36,9 @@ constexpr int toom3_entry = 600;
 // 4,000 limbs (150 against 938). So Toom-3's range is empty on this machine: it stays as the path
 // a product takes when the transform cannot run (no memory for its arrays).
 constexpr int transform_entry = 128;
-// Engine contexts of lengths up to 2^this are kept for the process (their tables take about 16
-// bytes a point: 64 MiB at this length, reached from about 800,000-limb products; lengths 3 2^k and 5 2^k are kept up
-// to the same number of points).
+// Engine contexts of lengths up to 2^this points (of any of the three families) are kept for the
+// process: their tables take about 16 bytes a point, 64 MiB at this length, reached from about
+// 800,000-limb products.
 constexpr int transform_cached_log2 = 22;
 
 // Transform working arrays of at least this many bytes come from the transform's own mapped
