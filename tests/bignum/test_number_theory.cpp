@@ -18,9 +18,10 @@ TEST(BignumPowm, MatchesGmpAroundTheMontgomeryLimit) {
   auto theirs = gmp().sym<peer_powm>("__gmpz_powm");
   std::mt19937_64 rng(53);
   const int lim = tn::montgomery_max_limbs;
-  // Limb counts odd and even (the word arithmetic pads an odd count), the 2,048-bit size and both
-  // sides of the Montgomery limit.
-  for (int mn : {1, 2, 3, 8, 31, 64, lim - 1, lim, lim + 1}) {
+  // Limb counts odd and even (the word arithmetic pads an odd count), word counts that leave 2
+  // and 3 words after the rows' four-word turns, the 2,048-bit size and both sides of the
+  // Montgomery limit.
+  for (int mn : {1, 2, 3, 8, 11, 13, 31, 64, lim - 1, lim, lim + 1}) {
     for (int k = 0; k < 6; ++k) {
       std::string m = random_hex(rng, mn, false);
       if (k == 1) m = m.size() > 1 ? m.substr(0, m.size() - 1) + "0" : "2";  // even: split and join

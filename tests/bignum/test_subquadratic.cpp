@@ -230,6 +230,17 @@ TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
   ASSERT_GT(first_wrap, 0);
   ASSERT_GT(most * tn::transform_wrap_fraction, 0.9);  // the limit is reached, not just approached
   for (int n : {first_wrap - 1, first_wrap, most_wrap - 1, most_wrap, most_wrap + 1}) sizes.push_back(n);
+  // Where the working arrays (two of the length, in doubles) leave the stack for the hook, and
+  // the hook for the transform's own block.
+  int to_hook = 0, to_block = 0;
+  for (int n = tn::transform_entry; n < 200000 && to_block == 0; ++n) {
+    const unsigned long bytes = 16ul * static_cast<unsigned long>(tn::choose_transform(32L * n, 32L * n).length());
+    if (to_hook == 0 && bytes > tn::transform_local_bytes) to_hook = n;
+    if (bytes >= tn::transform_own_block_bytes) to_block = n;
+  }
+  ASSERT_GT(to_hook, 0);
+  ASSERT_GT(to_block, 0);
+  for (int n : {to_hook - 1, to_hook, to_block - 1, to_block}) sizes.push_back(n);
   for (int n : sizes) {
     const std::string ones(8 * static_cast<size_t>(n), 'F');
     check_product(ones, ones, "all ones, square");
