@@ -54,6 +54,11 @@ void invert_normalised(limb* v, const limb* dp, int dn);
 // div_qr_normalised with that inverse v of dp: two products per quotient block of dn limbs.
 limb div_qr_preinv(limb* q, limb* np, int nn, const limb* dp, int dn, const limb* v);
 
+// r[0, n) += a[0, n) u on 64-bit words, returning the carry word: the row of the Montgomery
+// products, chosen once for the processor (mpn_words.cpp).
+using addmul_words_fn = uint64_t (*)(uint64_t* r, const uint64_t* a, int n, uint64_t u);
+addmul_words_fn addmul_words_kernel();
+
 // g = gcd(a, b) for a >= b >= 1 (an >= bn limbs, normalised), in buffers of at least an limbs
 // each, which it destroys; g has room for bn limbs. Returns g's length.
 int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn);

@@ -1,29 +1,33 @@
-// Products by a real transform in double precision: both operands cut into digits of w bits, a
-// cyclic convolution of length L (a power of two) long enough to hold the whole product, each
-// coefficient rounded to the nearest integer and the coefficients added with carries.
+// Products by a real transform in double precision: both operands cut into balanced digits of w
+// bits, a cyclic convolution of length L (2^k, 3 2^k or 5 2^k), each coefficient rounded to the
+// nearest integer and the coefficients added with carries.
 //
-// Exactness. The convolution's coefficients are c_k = sum a_i b_(k-i) with digits below 2^w, so
-// |c_k| <= min(Da, Db) 2^(2w) for Da, Db digits, which stays below 2^53 for every size here. The
-// computed coefficients differ from them by the rounding of three transforms of length L = 2^n
-// and one pointwise product. For a transform of n butterfly levels whose roots carry relative
+// Exactness. The convolution's coefficients are c_k = sum a_i b_(k-i) with balanced digits,
+// |a_i|, |b_j| <= 2^(w-1), so |c_k| <= min(Da, Db) 2^(2w-2) for Da, Db digits, below 2^51 for
+// every plan the bound admits. The computed coefficients differ from them by the rounding of
+// three transforms of n butterfly levels and one pointwise product. With roots carrying relative
 // errors of at most beta, the classical analysis of the transform product bounds that error by
 //   |c'_k - c_k| <= |a|_2 |b|_2 ((1+e)^(3n) (1+sqrt5 e)^(3n+1) (1+beta)^(3n) - 1),
-// with e = 2^-53 and the Euclidean norms |a|_2 <= 2^w sqrt(Da), |b|_2 <= 2^w sqrt(Db). The line
-// engine computes a real line of length L through a complex line of L/2 and one recombination by
-// roots, which the bound covers by counting n + 1 levels; its roots are exact to the last bit,
-// beta <= e. For (n+1) e << 1 the bracket is below 1.01 (3 (n+1) + sqrt5 (3(n+1) + 1) + 3 (n+1)) e
-// <= 1.01 (12.71 (n+1) + 2.24) e, so
-//   |c'_k - c_k| <= 2^(2w) sqrt(Da Db) 1.01 (12.71 (n+1) + 2.24) 2^-53.
-// tuning::transform_digits_exact() is this test; choose() takes the shortest length and for it
-// the widest w <= 16 for which the bound is at most 1/4: rounding to the nearest integer then
-// gives c_k exactly, with a margin of a factor 2. Square products of n limbs get 16-bit digits up
-// to 1,440 limbs, 15 bits from there (L = 2^15 at 4,096 limbs), 14 from 4,734 limbs, 12 from
-// 53,250 and 10 from 620,350 limbs.
+// with e = 2^-53 and the Euclidean norms |a|_2 <= 2^(w-1) sqrt(Da), |b|_2 <= 2^(w-1) sqrt(Db).
+// The line engine computes a real line through a complex line of half the length and one
+// recombination by roots, which the bound covers by counting n + 1 levels; a radix-3 pass counts
+// as 2 levels and a radix-5 pass as 3 (no path through their butterflies has more rounded
+// operations); its roots are exact to the last bit, beta <= e. For (n+1) e << 1 the bracket is
+// below 1.01 (3 (n+1) + sqrt5 (3(n+1) + 1) + 3 (n+1)) e <= 1.01 (12.71 (n+1) + 2.24) e, so
+//   |c'_k - c_k| <= 2^(2w-2) sqrt(Da Db) 1.01 (12.71 (n+1) + 2.24) 2^-53.
+// The bound holds for the cyclic convolution whatever wraps, so it also covers a length shorter
+// than the coefficients. tuning::transform_digits_exact() is this test; choose_transform() takes
+// the cheapest length and for it the widest w <= 20 for which the bound is at most 1/4: rounding
+// to the nearest integer then gives c_k exactly, with a margin of a factor 2.
 //
 // As a second guard the carry pass measures the largest distance of a coefficient to its
 // integer; should it ever reach 1/4 the product is recomputed with digits a bit narrower, so a
 // result is never returned on a doubtful rounding.
+#include <sys/mman.h>
+
+#include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cmath>
 
 #include "bignum/bignum.h"
@@ -48,56 +52,85 @@ int log2_ceil(long v) {
 // entries only read it, so threads share it (each call brings its own scratch). Two threads that
 // build the same length at once keep one context and free the other. Longer lengths build a
 // context per call, so that their tables do not stay in memory.
-std::atomic<dft::PrimitiveDftContext*> g_contexts[tuning::transform_cached_log2 + 1];
+std::atomic<dft::PrimitiveDftContext*> g_contexts[3][tuning::transform_cached_log2 + 1];
 
-dft::PrimitiveDftContext* context_for(int n) {
-  if (n > tuning::transform_cached_log2) {
+bool cached(const tuning::transform_plan& p) { return p.length() <= (1L << tuning::transform_cached_log2); }
+
+dft::PrimitiveDftContext* context_for(const tuning::transform_plan& p) {
+  const int len = static_cast<int>(p.length());
+  if (!cached(p)) {
     dft::PrimitiveDftContext* own = nullptr;
-    return dft::primitive_dft_create(&own, dft::context_real_double, 1 << n, dft::scale_none, 0) == 0 ? own : nullptr;
+    return dft::primitive_dft_create(&own, dft::context_real_double, len, dft::scale_none, 0) == 0 ? own : nullptr;
   }
-  dft::PrimitiveDftContext* ctx = g_contexts[n].load(std::memory_order_acquire);
+  std::atomic<dft::PrimitiveDftContext*>& slot = g_contexts[p.odd][p.k];
+  dft::PrimitiveDftContext* ctx = slot.load(std::memory_order_acquire);
   if (ctx) return ctx;
   dft::PrimitiveDftContext* made = nullptr;
-  if (dft::primitive_dft_create(&made, dft::context_real_double, 1 << n, dft::scale_none, 0) != 0) return nullptr;
-  if (g_contexts[n].compare_exchange_strong(ctx, made, std::memory_order_acq_rel)) return made;
+  if (dft::primitive_dft_create(&made, dft::context_real_double, len, dft::scale_none, 0) != 0) return nullptr;
+  if (slot.compare_exchange_strong(ctx, made, std::memory_order_acq_rel)) return made;
   dft::primitive_dft_free(made);
   return ctx;
 }
 
-struct plan {
-  int w;   // digit bits
-  int n;   // log2 of the length
-  long da, db;
-};
+// Working arrays of long transforms come from blocks of the transform's own, mapped with huge
+// pages and one of them kept for the next product. Through malloc every call of such a size
+// would map fresh pages and fault on each of them: at 100,000 limbs (24 MiB of arrays) the
+// faults took 80 of a 100 ms product on this machine, the transforms themselves 15. The block
+// starts with its size; two threads that need one at once each map their own, and the one
+// returned last is kept.
+std::atomic<void*> g_spare_block{nullptr};
+constexpr size_t huge_page = size_t{1} << 21;
 
-// The shortest length and, for it, the widest digits that the bound allows; `narrower` forces
-// digits below that width (the guard's second try).
-plan choose(long abits, long bbits, int narrower) {
-  plan best{0, 0, 0, 0};
-  for (int w = 16; w >= 4; --w) {
-    if (narrower && w >= narrower) continue;
-    const long da = (abits + w - 1) / w, db = (bbits + w - 1) / w;
-    const int n = log2_ceil(da + db - 1);
-    if (!tuning::transform_digits_exact(w, da, db, n)) continue;
-    if (n > 30) continue;
-    if (best.w == 0 || n < best.n) best = {w, n, da, db};
-  }
-  return best;
+size_t block_size(void* b) { return *static_cast<size_t*>(b); }
+
+void unmap_block(void* b) {
+  if (b) munmap(b, block_size(b));
 }
 
-// The w-bit digits of x (xn limbs), lowest first, as doubles, padded with zeros to len.
+// A block of at least `bytes` usable bytes after a 64-byte header, or null.
+void* take_block(size_t bytes) {
+  void* b = g_spare_block.exchange(nullptr, std::memory_order_acq_rel);
+  if (b && block_size(b) >= bytes + 64) return b;
+  unmap_block(b);
+  const size_t total = (bytes + 64 + huge_page - 1) / huge_page * huge_page;
+  void* p = mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (p == MAP_FAILED) return nullptr;
+  madvise(p, total, MADV_HUGEPAGE);  // advice only: without huge pages the block still serves
+  *static_cast<size_t*>(p) = total;
+  return p;
+}
+
+void give_block(void* b) {
+  void* old = g_spare_block.exchange(b, std::memory_order_acq_rel);
+  if (old && block_size(old) > block_size(b)) {
+    // Keep the larger one.
+    void* back = g_spare_block.exchange(old, std::memory_order_acq_rel);
+    unmap_block(back);
+  } else {
+    unmap_block(old);
+  }
+}
+
+// The balanced w-bit digits of x (xn limbs), lowest first, as doubles, padded with zeros to len:
+// a digit of 2^(w-1) or more becomes that minus 2^w and carries one into the next, so every
+// digit lies in [-2^(w-1), 2^(w-1)). `digits` has room for the last carry.
 void split(double* out, const limb* x, int xn, int w, long digits, long len) {
   const uint64_t mask = (uint64_t{1} << w) - 1;
+  const int64_t half = int64_t{1} << (w - 1), full = int64_t{1} << w;
   uint64_t acc = 0;
   int have = 0;
   int next = 0;
+  int64_t carry = 0;
   for (long i = 0; i < digits; ++i) {
     if (have < w) {
       if (next < xn) acc |= static_cast<uint64_t>(x[next]) << have;
       ++next;
       have += 32;
     }
-    out[i] = static_cast<double>(acc & mask);
+    int64_t d = static_cast<int64_t>(acc & mask) + carry;
+    carry = d >= half;
+    d -= carry ? full : 0;
+    out[i] = static_cast<double>(d);
     acc >>= w;
     have -= w;
   }
@@ -118,23 +151,53 @@ void multiply_spectra(double* x, const double* y, long len) {
 }
 
 // r (rn limbs) = sum of round(c_k / len) 2^(k w); returns the largest rounding distance seen.
-double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
-  const double scale = 1.0 / static_cast<double>(len);  // a power of two: exact
-  unsigned __int128 acc = 0;
+// Coefficients of balanced digits have either sign; the running sum is signed and its low limbs
+// are taken modulo 2^32 (an arithmetic shift keeps the value), the whole being the non-negative
+// product. Four coefficients a step, each with its own maximum, so that the chain of dependent
+// maxima does not hold up the chain of 128-bit additions.
+// With `over` > 0 the coefficients from len on wrapped onto the lowest ones: hi holds them (as
+// int64 bit patterns), they are taken away from the rounded low ones and stand in for the top.
+double carry(limb* r, int rn, const double* c, long terms, int w, long len, const double* hi, long over) {
+  // 1/len: a power of two times 1, 1/3 or 1/5; the rounding of the latter two is a relative
+  // 2^-53 of a coefficient below 2^51, far inside the margin.
+  const double scale = 1.0 / static_cast<double>(len);
+  // Adding and taking away 1.5 2^52 rounds to the nearest integer, and the sum's low bits are
+  // that integer: every coefficient is below 2^51 in magnitude (the bound keeps 2^(2w-2)
+  // sqrt(Da Db) below that).
+  constexpr double shift = 0x1.8p52;
+  const int64_t shift_bits = std::bit_cast<int64_t>(shift);
+  double worst[4] = {0, 0, 0, 0};
+  __int128 acc = 0;
   long base = 0;  // bit position of acc's bit 0, a multiple of 32
   int out = 0;
-  double worst = 0.0;
-  for (long k = 0; k < terms; ++k) {
-    const double v = c[k] * scale;
-    // Adding and taking away 1.5 2^52 rounds to the nearest integer: every coefficient is below
-    // 2^47 (the bound of the header keeps 2^(2w) sqrt(Da Db) below that).
-    const double rounded = (v + 0x1.8p52) - 0x1.8p52;
-    const double dist = std::fabs(v - rounded);
-    if (dist > worst) worst = dist;
-    const uint64_t ck = rounded > 0 ? static_cast<uint64_t>(rounded) : 0;
-    acc += static_cast<unsigned __int128>(ck) << (k * w - base);
-    // Bits below (k+1) w are final: no later coefficient reaches them.
-    while (base + 32 <= (k + 1) * w && out < rn) {
+  long k = 0;
+  auto step = [&](int j) {
+    const double v = c[k + j] * scale;
+    const double s = v + shift;
+    const double dist = std::fabs(v - (s - shift));
+    worst[j] = dist > worst[j] ? dist : worst[j];
+    int64_t q = std::bit_cast<int64_t>(s) - shift_bits;
+    if (k + j < over) q -= std::bit_cast<int64_t>(hi[k + j]);
+    acc += static_cast<__int128>(q) << ((k + j) * w - base);
+    // Bits below (k+j+1) w are final up to the sign of what follows, which the signed sum
+    // carries; w < 32 makes it at most one limb a coefficient.
+    if (base + 32 <= (k + j + 1) * w && out < rn) {
+      r[out++] = static_cast<limb>(acc);
+      acc >>= 32;
+      base += 32;
+    }
+  };
+  const long in_length = terms < len ? terms : len;
+  for (; k + 4 <= in_length; k += 4) {
+    step(0);
+    step(1);
+    step(2);
+    step(3);
+  }
+  for (; k < in_length; ++k) step(0);
+  for (; k < terms; ++k) {
+    acc += static_cast<__int128>(std::bit_cast<int64_t>(hi[k - len])) << (k * w - base);
+    if (base + 32 <= (k + 1) * w && out < rn) {
       r[out++] = static_cast<limb>(acc);
       acc >>= 32;
       base += 32;
@@ -144,45 +207,86 @@ double carry(limb* r, int rn, const double* c, long terms, int w, long len) {
     r[out++] = static_cast<limb>(acc);
     acc >>= 32;
   }
+  return std::max(std::max(worst[0], worst[1]), std::max(worst[2], worst[3]));
+}
+
+// The top `over` coefficients of the short convolution (indices over-1 to 2 over-2 of a length
+// alen, unscaled) rounded to integers, written as int64 bit patterns to aux[0, over); each read
+// index is at or above its write index. Returns the largest rounding distance.
+double round_high(double* aux, long over, long alen) {
+  const double scale = 1.0 / static_cast<double>(alen);
+  constexpr double shift = 0x1.8p52;
+  const int64_t shift_bits = std::bit_cast<int64_t>(shift);
+  double worst = 0;
+  for (long j = 0; j < over; ++j) {
+    const double v = aux[over - 1 + j] * scale;
+    const double s = v + shift;
+    const double dist = std::fabs(v - (s - shift));
+    worst = dist > worst ? dist : worst;
+    aux[j] = std::bit_cast<double>(std::bit_cast<int64_t>(s) - shift_bits);
+  }
   return worst;
 }
 
 // One attempt with the given plan; returns the guard's distance, or -1 when the engine failed.
-double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const plan& p) {
-  const long len = 1L << p.n;
+double attempt(limb* r, const limb* a, int an, const limb* b, int bn, const tuning::transform_plan& p) {
+  const long len = p.length();
   const bool square = a == b && an == bn;
-  dft::PrimitiveDftContext* ctx = context_for(p.n);
+  tuning::transform_plan ap = p;  // the short convolution's length, when coefficients wrap
+  ap.odd = p.aux_odd, ap.k = p.aux_k;
+  const long alen = p.over ? ap.length() : 0;
+  dft::PrimitiveDftContext* ctx = context_for(p);
   if (ctx == nullptr) return -1.0;
-  int scratch_bytes = 0;
+  dft::PrimitiveDftContext* actx = p.over ? context_for(ap) : nullptr;
+  int scratch_bytes = 0, aux_scratch = 0;
   dft::primitive_dft_buffer_size(ctx, &scratch_bytes);
-  const size_t doubles = static_cast<size_t>(len) * (square ? 1 : 2);
+  if (actx) dft::primitive_dft_buffer_size(actx, &aux_scratch);
+  if (aux_scratch > scratch_bytes) scratch_bytes = aux_scratch;
+  const size_t arrays = square ? 1 : 2;
+  const size_t doubles = (static_cast<size_t>(len) + static_cast<size_t>(alen)) * arrays;
   const size_t bytes = doubles * sizeof(double) + static_cast<size_t>(scratch_bytes) + 32;
-  void* block = allocate(bytes);
-  if (block == nullptr) {
-    // A hook that cannot give the arrays: the caller takes a method without them.
-    if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
-    return -1.0;
-  }
+  const bool own = bytes >= tuning::transform_own_block_bytes;
+  const bool local = bytes <= tuning::transform_local_bytes;
+  alignas(64) char stack_block[tuning::transform_local_bytes];
+  void* held = own ? take_block(bytes) : nullptr;
+  void* block = (p.over && actx == nullptr) ? nullptr
+                : own                       ? (held ? static_cast<char*>(held) + 64 : nullptr)
+                : local                     ? stack_block
+                                            : allocate(bytes);
+  auto done = [&](double result) {
+    if (own && held) give_block(held);
+    if (!own && !local && block) release(block, bytes);
+    if (!cached(p)) dft::primitive_dft_free(ctx);
+    if (actx && !cached(ap)) dft::primitive_dft_free(actx);
+    return result;
+  };
+  // A hook that cannot give the arrays: the caller takes a method without them.
+  if (block == nullptr) return done(-1.0);
   double* x = static_cast<double*>(block);  // the allocate hook's blocks are 32-byte aligned
   double* y = square ? x : x + len;
+  double* xa = x + len * static_cast<long>(arrays);
+  double* ya = square ? xa : xa + alen;
   void* scratch = scratch_bytes ? static_cast<void*>(x + doubles) : nullptr;
-  double result = -1.0;
   split(x, a, an, p.w, p.da, len);
-  if (dft::primitive_dft_forward_d_perm(x, x, ctx, scratch) == 0) {
-    bool ok = true;
-    if (!square) {
-      split(y, b, bn, p.w, p.db, len);
-      ok = dft::primitive_dft_forward_d_perm(y, y, ctx, scratch) == 0;
-    }
-    if (ok) {
-      multiply_spectra(x, y, len);
-      if (dft::primitive_dft_inverse_d_perm(x, x, ctx, scratch) == 0)
-        result = carry(r, an + bn, x, p.da + p.db - 1, p.w, len);
-    }
+  if (!square) split(y, b, bn, p.w, p.db, len);
+  double worst = 0;
+  if (p.over) {
+    // The top `over` digits of each operand, as the split balanced them.
+    for (long j = 0; j < alen; ++j) xa[j] = j < p.over ? x[p.da - p.over + j] : 0.0;
+    if (!square)
+      for (long j = 0; j < alen; ++j) ya[j] = j < p.over ? y[p.db - p.over + j] : 0.0;
+    if (dft::primitive_dft_forward_d_perm(xa, xa, actx, scratch) != 0) return done(-1.0);
+    if (!square && dft::primitive_dft_forward_d_perm(ya, ya, actx, scratch) != 0) return done(-1.0);
+    multiply_spectra(xa, ya, alen);
+    if (dft::primitive_dft_inverse_d_perm(xa, xa, actx, scratch) != 0) return done(-1.0);
+    worst = round_high(xa, p.over, alen);
   }
-  release(block, bytes);
-  if (p.n > tuning::transform_cached_log2) dft::primitive_dft_free(ctx);
-  return result;
+  if (dft::primitive_dft_forward_d_perm(x, x, ctx, scratch) != 0) return done(-1.0);
+  if (!square && dft::primitive_dft_forward_d_perm(y, y, ctx, scratch) != 0) return done(-1.0);
+  multiply_spectra(x, y, len);
+  if (dft::primitive_dft_inverse_d_perm(x, x, ctx, scratch) != 0) return done(-1.0);
+  const double d = carry(r, an + bn, x, p.da + p.db - 1, p.w, len, xa, p.over);
+  return done(std::max(worst, d));
 }
 
 }  // namespace
@@ -191,7 +295,7 @@ bool transform_mul(limb* r, const limb* a, int an, const limb* b, int bn) {
   const long abits = 32L * an, bbits = 32L * bn;
   int narrower = 0;
   for (int tries = 0; tries < 3; ++tries) {
-    plan p = choose(abits, bbits, narrower);
+    const tuning::transform_plan p = tuning::choose_transform(abits, bbits, narrower);
     if (p.w == 0) return false;
     double d = attempt(r, a, an, b, bn, p);
     if (d < 0) return false;

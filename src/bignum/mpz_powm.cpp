@@ -1,6 +1,7 @@
-// Modular exponentiation: Montgomery products for odd moduli up to the tuned limb count, the
-// split of an even modulus into an odd part and a power of two joined by the Chinese remainder
-// rule, and a fixed 4-bit window at the integer layer above.
+// Modular exponentiation: Montgomery products on 64-bit words with a sliding window for odd
+// moduli up to the tuned limb count, the split of an even modulus into an odd part and a power of
+// two joined by the Chinese remainder rule, and a fixed 4-bit window at the integer layer above.
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -12,62 +13,176 @@ namespace zvx::bn {
 
 namespace {
 
-// -1/x mod 2^32 for odd x, by Newton's iteration on the word.
-limb negative_inverse(limb x) {
-  limb inv = x;  // correct to 3 bits
-  for (int i = 0; i < 4; ++i) inv *= 2 - x * inv;
-  return 0u - inv;
+using word = uint64_t;
+using wide = unsigned __int128;
+
+// -1/x mod 2^64 for odd x, by Newton's iteration on the word (each step doubles the correct bits).
+word negative_inverse(word x) {
+  word inv = x;  // correct to 3 bits
+  for (int i = 0; i < 5; ++i) inv *= 2 - x * inv;
+  return 0 - inv;
 }
 
-// Montgomery context over n limbs: r = a*b/R mod m, with R = 2^(32n); a, b below m.
+// Montgomery arithmetic on 64-bit words: limb pairs taken as one word halve the rows and columns
+// of both the product and the reduction, a quarter of the 32-bit products. Values are below m
+// (n words, odd); R = 2^(64n).
 struct montgomery {
-  const limb* m;
+  const word* m;
   int n;
-  limb n0;
-  limb* t;  // 2n+1 limbs of work
-  void mul(limb* r, const limb* a, const limb* b) {
-    zvx::bn::mul(t, a, n, b, n);
-    t[2 * n] = 0;
+  word n0;  // -1/m mod 2^64
+  word* t;  // 2n words of work
+  addmul_words_fn addmul_words;
+
+  // r = t / R mod m, t below m R.
+  void reduce(word* r) {
+    word hi = 0;
     for (int i = 0; i < n; ++i) {
-      limb u = t[i] * n0;
-      limb c = addmul_1(t + i, m, n, u);
-      add_1(t + i + n, t + i + n, 2 * n + 1 - i - n, c);
+      const word u = t[i] * n0;
+      const word c = addmul_words(t + i, m, n, u);
+      const wide s = static_cast<wide>(t[i + n]) + c + hi;
+      t[i + n] = static_cast<word>(s);
+      hi = static_cast<word>(s >> 64);
     }
-    if (t[2 * n] || cmp(t + n, m, n) >= 0) sub_n(t + n, t + n, m, n);
-    copy(r, t + n, n);
+    // t[n, 2n) + hi R is below 2m: one subtraction at most.
+    word* x = t + n;
+    bool ge = hi != 0;
+    if (!ge) {
+      int i = n - 1;
+      while (i > 0 && x[i] == m[i]) --i;
+      ge = x[i] >= m[i];
+    }
+    if (ge) {
+      word borrow = 0;
+      for (int i = 0; i < n; ++i) {
+        const wide d = static_cast<wide>(x[i]) - m[i] - borrow;
+        r[i] = static_cast<word>(d);
+        borrow = static_cast<word>(d >> 64) & 1;
+      }
+    } else {
+      for (int i = 0; i < n; ++i) r[i] = x[i];
+    }
+  }
+
+  void mul(word* r, const word* a, const word* b) {
+    word c = 0;
+    for (int j = 0; j < n; ++j) {
+      const wide p = static_cast<wide>(a[j]) * b[0] + c;
+      t[j] = static_cast<word>(p);
+      c = static_cast<word>(p >> 64);
+    }
+    t[n] = c;
+    for (int i = 1; i < n; ++i) t[i + n] = addmul_words(t + i, a, n, b[i]);
+    reduce(r);
+  }
+
+  // The square takes each product of two different words once, doubles the sum and adds the
+  // squares of the words: n(n+1)/2 products instead of n^2.
+  void sqr(word* r, const word* a) {
+    for (int i = 0; i < 2 * n; ++i) t[i] = 0;
+    for (int i = 0; i + 1 < n; ++i) t[i + n] = addmul_words(t + 2 * i + 1, a + i + 1, n - i - 1, a[i]);
+    word top = 0;  // the bit shifted out of t[2n-1]
+    for (int i = 0; i < 2 * n; ++i) {
+      const word v = t[i];
+      t[i] = (v << 1) | top;
+      top = v >> 63;
+    }
+    word c = 0;
+    for (int i = 0; i < n; ++i) {
+      const wide sq = static_cast<wide>(a[i]) * a[i];
+      wide s = static_cast<wide>(t[2 * i]) + static_cast<word>(sq) + c;
+      t[2 * i] = static_cast<word>(s);
+      s = static_cast<wide>(t[2 * i + 1]) + static_cast<word>(sq >> 64) + static_cast<word>(s >> 64);
+      t[2 * i + 1] = static_cast<word>(s);
+      c = static_cast<word>(s >> 64);
+    }
+    reduce(r);
   }
 };
 
-// r = b^e mod q for odd q of qn limbs, b below q, e above 0.
+void limbs_to_words(word* w, const limb* x, int xn, int n) {
+  for (int i = 0; i < n; ++i) {
+    const word lo = 2 * i < xn ? x[2 * i] : 0;
+    const word hi = 2 * i + 1 < xn ? x[2 * i + 1] : 0;
+    w[i] = lo | (hi << 32);
+  }
+}
+
+// Window width of the left-to-right sliding window for an exponent of `bits` bits: the width k
+// that minimises the expected products, bits/(k+1) on the way plus 2^(k-1) - 1 for the table of
+// odd powers.
+int window_bits(unsigned long bits) {
+  int best = 1;
+  double best_cost = static_cast<double>(bits) / 2;
+  for (int k = 2; k <= tuning::powm_window_max; ++k) {
+    const double cost = static_cast<double>(bits) / (k + 1) + static_cast<double>((1 << (k - 1)) - 1);
+    if (cost < best_cost) best = k, best_cost = cost;
+  }
+  return best;
+}
+
+inline unsigned bit_of(mpz_srcptr e, unsigned long i) { return (e->_mp_d[i / 32] >> (i % 32)) & 1; }
+
+// r = b^e mod q for odd q, 0 < b < q, e above 0.
 void montgomery_power(mpz_ptr r, mpz_srcptr b, mpz_srcptr e, mpz_srcptr q) {
-  int n = abs_size(q);
-  size_t work = static_cast<size_t>(n) * 6 + 2;
-  limb* w = alloc_limbs(work);
-  limb* base = w;
-  limb* acc = base + n;
-  limb* t = acc + n;  // 2n+1
-  montgomery mg{q->_mp_d, n, negative_inverse(q->_mp_d[0]), t};
-  // Into Montgomery form: b*R mod q by a long division.
+  const int qn = abs_size(q);
+  const int n = (qn + 1) / 2;
+  const unsigned long bits = z_bit_length(e);
+  const int k = window_bits(bits);
+  const int entries = 1 << (k - 1);  // b, b^3, ..., b^(2^k - 1)
+  const size_t words = static_cast<size_t>(n) * (entries + 5);
+  word* w = static_cast<word*>(allocate(words * sizeof(word)));
+  word* m = w;
+  word* acc = m + n;
+  word* sq = acc + n;
+  word* t = sq + n;  // 2n
+  word* table = t + 2 * n;
+  limbs_to_words(m, q->_mp_d, qn, n);
+  montgomery mg{m, n, negative_inverse(m[0]), t, addmul_words_kernel()};
+  // Into Montgomery form: b R mod q by one division.
   {
-    temp sh(abs_size(b) + n + 1), rem(n + 1);
-    z_mul_2exp(sh.p(), b, static_cast<unsigned long>(n) * 32);
+    temp sh(abs_size(b) + 2 * n + 1), rem(qn + 1);
+    z_mul_2exp(sh.p(), b, static_cast<unsigned long>(n) * 64);
     z_tdiv_qr(nullptr, rem.p(), sh.p(), q);
-    zero(base, n);
-    copy(base, rem.z._mp_d, abs_size(rem.p()));
+    limbs_to_words(table, rem.z._mp_d, abs_size(rem.p()), n);
   }
-  copy(acc, base, n);
-  // Left to right over the bits below the top one: a square, and a multiply for a set bit.
-  unsigned long bits = z_bit_length(e);
-  for (unsigned long i = bits - 1; i-- > 0;) {
-    mg.mul(acc, acc, acc);
-    if ((e->_mp_d[i / 32] >> (i % 32)) & 1) mg.mul(acc, acc, base);
+  if (entries > 1) {
+    mg.sqr(sq, table);
+    for (int i = 1; i < entries; ++i) mg.mul(table + i * n, table + (i - 1) * n, sq);
   }
-  // Out of Montgomery form: a product with 1.
-  zero(base, n);
-  base[0] = 1;
-  mg.mul(acc, acc, base);
-  set_limbs(r, acc, n, false);
-  free_limbs(w, work);
+  // Left to right: runs of zeros are squares; a window of at most k bits that starts and ends
+  // with a one is that many squares and one product by its odd power.
+  bool started = false;
+  long i = static_cast<long>(bits) - 1;
+  while (i >= 0) {
+    if (!bit_of(e, static_cast<unsigned long>(i))) {
+      mg.sqr(acc, acc);
+      --i;
+      continue;
+    }
+    long low = i - k + 1 < 0 ? 0 : i - k + 1;
+    while (!bit_of(e, static_cast<unsigned long>(low))) ++low;
+    unsigned value = 0;
+    for (long j = i; j >= low; --j) value = (value << 1) | bit_of(e, static_cast<unsigned long>(j));
+    const word* power = table + static_cast<size_t>(value >> 1) * n;
+    if (!started) {
+      for (int j = 0; j < n; ++j) acc[j] = power[j];
+      started = true;
+    } else {
+      for (long j = i; j >= low; --j) mg.sqr(acc, acc);
+      mg.mul(acc, acc, power);
+    }
+    i = low - 1;
+  }
+  // Out of Montgomery form: one reduction of acc alone.
+  for (int j = 0; j < n; ++j) t[j] = acc[j], t[j + n] = 0;
+  mg.reduce(acc);
+  limb* out = reinterpret_cast<limb*>(t);  // t is free again; limbs are written through limb
+  for (int j = 0; j < n; ++j) {
+    out[2 * j] = static_cast<limb>(acc[j]);
+    out[2 * j + 1] = static_cast<limb>(acc[j] >> 32);
+  }
+  set_limbs(r, out, 2 * n, false);
+  release(w, words * sizeof(word));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // from here.
 #pragma once
 #include <cmath>
+#include <cstdint>
 
 namespace zvx::bn::tuning {
 
@@ -33,11 +34,26 @@ constexpr int toom3_entry = 600;
 // transform loses to Karatsuba at 32 to 96 limbs (1.5 against 0.9 us at 64) and wins from 128
 // (2.8 against 3.0 us), 160 (4.4 against 4.9), 400 (9.9 against 22), 1,200 (41 against 129) and
 // 4,000 limbs (150 against 938). So Toom-3's range is empty on this machine: it stays as the path
-// a product takes when the transform cannot run (no memory for its arrays).
+// a product takes when the transform cannot run (no memory for its arrays). Measured again with
+// balanced digits and the shorter lengths: Karatsuba still ahead at 64 and 96 limbs (2.0 against
+// 2.7 us, 3.0 against 3.5), level at 128 (3.9) and 160, the transform ahead at 200 (5.7 against
+// 6.9), so the entry stays.
 constexpr int transform_entry = 128;
-// Engine contexts of lengths up to 2^this are kept for the process (their tables take about 16
-// bytes a point: 64 MiB at this length, reached from about 700,000-limb products).
+// Engine contexts of lengths up to 2^this points (of any of the three families) are kept for the
+// process: their tables take about 16 bytes a point, 64 MiB at this length, reached from about
+// 800,000-limb products.
 constexpr int transform_cached_log2 = 22;
+
+// Transform working arrays of at least this many bytes come from the transform's own mapped
+// blocks (huge pages, one kept for the next product) instead of the allocate hook: from about
+// 16 MiB malloc maps every block afresh, and the page faults of the first touch cost 80 of the
+// 100 ms of a 100,000-limb product here; smaller blocks stay in the hook's reused heap. 4 MiB is
+// a product of about 12,000 limbs, far above every size the tests drive through the hook.
+constexpr unsigned long transform_own_block_bytes = 4ul << 20;
+
+// Transform working arrays up to this many bytes live on the stack: a product of up to about 400
+// limbs, where the allocation's round trip through the hook is a measurable part of the 10 us.
+constexpr unsigned long transform_local_bytes = 24ul << 10;
 
 // Division: divisors from this many limbs take the divide-and-conquer division, whose recursion
 // also stops below it with the long division (which also takes quotients shorter than half of
@@ -105,15 +121,114 @@ constexpr int hgcd_gcd_entry = 100;
 // allocate hook.
 constexpr int karatsuba_local_scratch = 512;
 
-// Modular exponentiation takes the Montgomery path for odd parts of moduli up to this many limbs.
-constexpr int montgomery_max_limbs = 30;
+// Modular exponentiation takes the Montgomery path (64-bit word rows, sliding window) for odd
+// parts of moduli up to this many limbs; above, the fixed 4-bit window with reductions by the
+// division, which rides on the subquadratic products. Measured with full-size exponents, least
+// thread time on a loaded machine: Montgomery 0.06 against 0.32 ms at 512 bits, 2.1 against 13 at
+// 2,048, 15 against 68 at 4,096, 112 against 349 at 8,192 and 427 against 941 at 12,800 bits
+// (400 limbs), still ahead; larger sizes were not measured, so the limit stays at the last one.
+constexpr int montgomery_max_limbs = 400;
+// Widest window of the sliding-window exponentiation; the width for an exponent is the one that
+// minimises the expected count of products (bits/(k+1) + 2^(k-1) - 1): 6 from about 700 bits,
+// 7 from about 1,900. The table of 2^(k-1) odd powers at 7 bits is 64 values of the modulus's
+// size, 16 KiB at 2,048 bits, which stays in the first-level cache.
+constexpr int powm_window_max = 7;
 
 // The transform multiplication's bound on the rounding error of a coefficient (derived in
-// mpn_fft.cpp): w-bit digits, da and db of them, length 2^n. True when the error is at most 1/4.
-inline bool transform_digits_exact(int w, long da, long db, int n) {
-  const double bound = std::ldexp(std::sqrt(static_cast<double>(da) * static_cast<double>(db)), 2 * w) * 1.01 *
-                       (12.71 * (n + 1) + 2.24) * 0x1p-53;
+// mpn_fft.cpp): balanced w-bit digits (below 2^(w-1) in magnitude), da and db of them, `levels`
+// butterfly levels. True when the error is at most 1/4.
+inline bool transform_digits_exact(int w, long da, long db, int levels) {
+  // 2^(2w-2) as a product with an exact power of two (w <= 27 keeps it in the shift's range).
+  const double bound = std::sqrt(static_cast<double>(da) * static_cast<double>(db)) *
+                       static_cast<double>(uint64_t{1} << (2 * w - 2)) * 1.01 * (12.71 * (levels + 1) + 2.24) *
+                       0x1p-53;
   return bound <= 0.25;
+}
+
+// Transform lengths are 2^k, 3 2^k and 5 2^k (k >= 2): the odd factors let the length follow the
+// product's size instead of doubling. Measured forward real transforms (least thread time, loaded
+// machine), ns a point: 2^18 1.97, 3 2^16 2.17, 5 2^15 1.83; 2^21 4.28, 3 2^19 4.76, 5 2^18 3.19.
+// So a length with the factor 3 counts 1.15 times its points when lengths are compared, the
+// others their points. A radix-3 pass counts as 2 levels of the bound and a radix-5 pass as 3:
+// no path through their butterflies has more rounded operations than that many radix-2 levels.
+constexpr int transform_odd_factors[3] = {1, 3, 5};
+constexpr int transform_odd_levels[3] = {0, 2, 3};
+constexpr double transform_odd_cost[3] = {1.0, 1.15, 1.0};
+// Widest digits tried: 2^(2w-2) times the digit count must stay well inside a double's 53 bits.
+constexpr int transform_widest_digit = 20;
+
+// A length may be shorter than the product's coefficients by at most 1/this of itself: the
+// `over` top coefficients then wrap onto the lowest ones, and a second, short convolution of
+// the operands' top `over` digits gives them exactly, to be taken away after the rounding. At 8
+// million bits this turns the length 3 2^19 into 5 2^18 (three transforms 22.5 -> 12.5 ms) for
+// an extra product of 22,615 digits.
+constexpr long transform_wrap_fraction = 8;
+
+struct transform_plan {
+  int w;          // digit bits, 0 when no plan exists
+  int odd;        // index into transform_odd_factors
+  int k;          // length = transform_odd_factors[odd] << k
+  long da, db;    // digits of each operand, one more than the bits need for the balancing carry
+  long over;      // coefficients beyond the length (0: none wrap)
+  int aux_odd, aux_k;  // the length of the short convolution of the top digits, when over > 0
+  long length() const { return static_cast<long>(transform_odd_factors[odd]) << k; }
+  int levels() const { return k + transform_odd_levels[odd]; }
+  long aux_length() const { return static_cast<long>(transform_odd_factors[aux_odd]) << aux_k; }
+};
+
+// The shortest length of the three families that holds `terms` coefficients (k >= 2), as
+// family and exponent; the cost is the length weighted by the family's cost.
+inline double shortest_length(long terms, int w, long da, long db, int& odd, int& k) {
+  double best = 0;
+  for (int o = 0; o < 3; ++o) {
+    int kk = 2;
+    while ((static_cast<long>(transform_odd_factors[o]) << kk) < terms) ++kk;
+    if ((static_cast<long>(transform_odd_factors[o]) << kk) > (1L << 30)) continue;
+    if (!transform_digits_exact(w, da, db, kk + transform_odd_levels[o])) continue;
+    const double cost = static_cast<double>(static_cast<long>(transform_odd_factors[o]) << kk) * transform_odd_cost[o];
+    if (best == 0 || cost < best) best = cost, odd = o, k = kk;
+  }
+  return best;
+}
+
+// The cheapest length (with the short convolution of wrapped coefficients counted) that holds the
+// product's digits and, for it, the widest digits the bound allows; `below` forces digits
+// narrower than that width (the guard's second try).
+inline transform_plan choose_transform(long abits, long bbits, int below = 0) {
+  transform_plan best{};
+  double best_cost = 0;
+  for (int w = transform_widest_digit; w >= 4; --w) {
+    if (below && w >= below) continue;
+    const long da = (abits + w - 1) / w + 1, db = (bbits + w - 1) / w + 1;
+    const long terms = da + db - 1;
+    int passed = 0;
+    for (int o = 0; o < 3; ++o) {
+      int k = 2;
+      while ((static_cast<long>(transform_odd_factors[o]) << k) < terms) ++k;
+      if ((static_cast<long>(transform_odd_factors[o]) << k) > (1L << 30)) continue;
+      // The full length, and the next shorter one of the family when few coefficients wrap.
+      for (int shorter = 0; shorter < 2; ++shorter) {
+        const int kk = k - shorter;
+        const transform_plan p{w, o, kk, da, db, 0, 0, 0};
+        const long len = p.length();
+        if (kk < 2 || !transform_digits_exact(w, da, db, p.levels())) continue;
+        if (!shorter) ++passed;
+        double cost = static_cast<double>(len) * transform_odd_cost[o];
+        transform_plan q = p;
+        if (shorter) {
+          q.over = terms - len;
+          if (q.over * transform_wrap_fraction > len || q.over >= da || q.over >= db) continue;
+          const double aux = shortest_length(2 * q.over - 1, w, q.over, q.over, q.aux_odd, q.aux_k);
+          if (aux == 0) continue;
+          cost += aux;
+        }
+        if (best.w == 0 || cost < best_cost) best = q, best_cost = cost;
+      }
+    }
+    // Narrower digits only lengthen every candidate: once all three lengths pass, stop.
+    if (passed == 3) break;
+  }
+  return best;
 }
 
 }  // namespace zvx::bn::tuning

@@ -1,6 +1,9 @@
 // Modular exponentiation and number theory against the system GMP.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "bignum/gmp_peer.h"
 #include "bignum/tuning.h"
 
@@ -15,14 +18,17 @@ TEST(BignumPowm, MatchesGmpAroundTheMontgomeryLimit) {
   auto theirs = gmp().sym<peer_powm>("__gmpz_powm");
   std::mt19937_64 rng(53);
   const int lim = tn::montgomery_max_limbs;
-  for (int mn : {1, 2, 3, 8, lim - 1, lim, lim + 1, 40}) {
+  // Limb counts odd and even (the word arithmetic pads an odd count), word counts that leave 2
+  // and 3 words after the rows' four-word turns, the 2,048-bit size and both sides of the
+  // Montgomery limit.
+  for (int mn : {1, 2, 3, 8, 11, 13, 31, 64, lim - 1, lim, lim + 1}) {
     for (int k = 0; k < 6; ++k) {
       std::string m = random_hex(rng, mn, false);
       if (k == 1) m = m.size() > 1 ? m.substr(0, m.size() - 1) + "0" : "2";  // even: split and join
       if (k == 2) m = "1" + std::string(8 * mn - 1, '0');  // a power of two
       std::string a = random_hex(rng, 1 + static_cast<int>(rng() % (mn + 2)), k != 0);
       std::string e = random_hex(rng, 1 + static_cast<int>(rng() % 3), false);
-      if (k == 3) e = random_hex(rng, mn + 1, false);  // exponent above the modulus
+      if (k == 3) e = random_hex(rng, mn < lim - 1 ? mn + 1 : 4, false);  // exponent above the modulus
       G gm(m), ga(a), ge(e), gr;
       theirs(gr.p(), ga.p(), ge.p(), gm.p());
       Z zm(m), za(a), ze(e), zr, zq;
@@ -34,6 +40,15 @@ TEST(BignumPowm, MatchesGmpAroundTheMontgomeryLimit) {
       mpz_powm(alias.p(), alias.p(), ze.p(), zm.p());
       EXPECT_EQ(alias.str(), zr.str());
     }
+  }
+  // Negative bases reduce to the modulus's residue first.
+  for (int mn : {3, 64}) {
+    std::string m = random_hex(rng, mn, true), a = "-" + random_hex(rng, mn + 1, false), e = random_hex(rng, 2, false);
+    G gm(m), ga(a), ge(e), gr;
+    theirs(gr.p(), ga.p(), ge.p(), gm.p());
+    Z zm(m), za(a), ze(e), zr;
+    mpz_powm(zr.p(), za.p(), ze.p(), zm.p());
+    ASSERT_EQ(zr.str(), upper(gr.str())) << "negative base, " << mn << " limbs";
   }
   // Zero exponent, modulus 1, negative exponents with and without an inverse, the word form.
   Z a("7"), m("D"), one("1"), zero, r, e("-3");
@@ -52,6 +67,51 @@ TEST(BignumPowm, MatchesGmpAroundTheMontgomeryLimit) {
   auto pui = gmp().sym<void (*)(gz*, const gz*, unsigned long, const gz*)>("__gmpz_powm_ui");
   pui(gr.p(), ga.p(), 1000003, gm.p());
   EXPECT_EQ(r.str(), upper(gr.str()));
+}
+
+TEST(BignumPowm, WorstCaseOperandsAndEveryWindowShape) {
+  // All-ones words give the largest partial sums and carries of the word rows and the final
+  // subtraction; exponents with long runs of ones and of zeros, and every bit length up to the
+  // widest window, cover the window's edges (a window cut short by the exponent's end, a window
+  // that must skip trailing zeros, a first window shorter than the width).
+  auto theirs = gmp().sym<peer_powm>("__gmpz_powm");
+  std::mt19937_64 rng(59);
+  const int lim = tn::montgomery_max_limbs;
+  auto check = [&](const std::string& a, const std::string& e, const std::string& m) {
+    G gm(m), ga(a), ge(e), gr;
+    theirs(gr.p(), ga.p(), ge.p(), gm.p());
+    Z zm(m), za(a), ze(e), zr;
+    mpz_powm(zr.p(), za.p(), ze.p(), zm.p());
+    ASSERT_EQ(zr.str(), upper(gr.str())) << "m=" << m.substr(0, 16) << ".. (" << m.size() / 8 << " limbs), e=" << e;
+  };
+  for (int mn : {1, 7, 64, lim}) {
+    const std::string ones(8 * static_cast<size_t>(mn), 'F');
+    const std::string below = ones.substr(0, ones.size() - 1) + "D";  // m - 2: -2 modulo m
+    const std::string top = "8" + std::string(ones.size() - 2, '0') + "1";  // smallest odd with the top bit
+    const int ebits = mn >= lim ? 200 : 2048;
+    check(below, std::string(static_cast<size_t>(ebits) / 4, 'F'), ones);
+    check(ones.substr(1), std::string(static_cast<size_t>(ebits) / 4, 'F'), top);
+    check(random_hex(rng, mn, false), "1" + std::string(static_cast<size_t>(ebits) / 4, '0'), ones);
+    check(random_hex(rng, mn, false), std::string(static_cast<size_t>(ebits) / 8, '5'), below);
+  }
+  const std::string m = random_hex(rng, 64, true), a = random_hex(rng, 63, false);
+  for (int bits = 1; bits <= 2 * tn::powm_window_max + 3; ++bits) {
+    // b^(2^bits - 1), b^(2^(bits-1)) and b^(2^(bits-1) + 1): all ones, a lone top bit, both ends.
+    mpz_t x;
+    mpz_init(x);
+    for (int shape = 0; shape < 3; ++shape) {
+      mpz_set_ui(x, 0);
+      mpz_setbit(x, static_cast<unsigned long>(bits - 1));
+      if (shape == 0) for (int i = 0; i < bits; ++i) mpz_setbit(x, static_cast<unsigned long>(i));
+      if (shape == 2) mpz_setbit(x, 0);
+      char* text = mpz_get_str(nullptr, 16, x);
+      check(a, text, m);
+      void (*release)(void*, size_t);
+      mp_get_memory_functions(nullptr, nullptr, &release);
+      release(text, std::strlen(text) + 1);
+    }
+    mpz_clear(x);
+  }
 }
 
 TEST(BignumNumberTheory, GcdInverseAndLcmMatchGmp) {

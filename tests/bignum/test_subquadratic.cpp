@@ -146,18 +146,24 @@ TEST(BignumSubquadratic, GcdAcrossTheLehmerEntry) {
 
 namespace {
 
-// The transform's digit width for a square product of n limbs: the widest digits at the
-// shortest length that the error bound of tuning.h allows.
-int transform_width(int n) {
-  int best_w = 0, best_len = 0;
-  for (int w = 16; w >= 4; --w) {
-    const long d = (32L * n + w - 1) / w;
-    int len = 0;
-    while ((1L << len) < 2 * d - 1) ++len;
-    if (!tn::transform_digits_exact(w, d, d, len)) continue;
-    if (best_w == 0 || len < best_len) best_w = w, best_len = len;
-  }
-  return best_w * 100 + best_len;
+// Hex text of n limbs whose every w-bit digit is 2^(w-1) - 1: the balanced digits are then all
+// the largest positive value, and every coefficient of the convolution has its largest size.
+std::string largest_digits(int n, int w) {
+  std::string hex(8 * static_cast<size_t>(n), '0');
+  const long bits = 32L * n;
+  for (long i = 0; i < bits; ++i)
+    if (i % w != w - 1) {
+      const size_t pos = hex.size() - 1 - static_cast<size_t>(i / 4);
+      const int v = (hex[pos] <= '9' ? hex[pos] - '0' : hex[pos] - 'A' + 10) | (1 << (i % 4));
+      hex[pos] = "0123456789ABCDEF"[v];
+    }
+  return hex;
+}
+
+// The transform's plan for a square product of n limbs, as digit width and length.
+long transform_shape(int n) {
+  const tn::transform_plan p = tn::choose_transform(32L * n, 32L * n);
+  return p.w * (1L << 32) + p.length();
 }
 
 void check_product(const std::string& a, const std::string& b, const char* what) {
@@ -171,30 +177,77 @@ void check_product(const std::string& a, const std::string& b, const char* what)
 
 }  // namespace
 
+TEST(BignumSubquadratic, TransformProductsAtTheLargestBenchmarkedSizes) {
+  // 1 and 8 million bits (31,250 and 250,000 limbs): all ones, the largest balanced digits of the
+  // plan, and random operands; the working arrays come from the transform's own block there.
+  std::mt19937_64 rng(127);
+  for (int n : {31250, 250000}) {
+    const std::string ones(8 * static_cast<size_t>(n), 'F');
+    check_product(ones, ones, "all ones, square");
+    const std::string big = largest_digits(n, tn::choose_transform(32L * n, 32L * n).w);
+    check_product(big, big, "largest balanced digits, square");
+    if (n < 100000) check_product(random_hex(rng, n, false), big, "random by largest balanced digits");
+  }
+}
+
 TEST(BignumSubquadratic, TransformProductsAtItsEntryAndWhereTheDigitsNarrow) {
   std::mt19937_64 rng(109);
   std::vector<int> sizes = {tn::transform_entry - 1, tn::transform_entry, tn::transform_entry + 1};
-  // Above the entry: the first size where the length doubles, and the first two where the digits
-  // narrow; there the rounding error is closest to its bound. All-ones operands give the largest
-  // coefficients.
-  int lengths = 0, widths = 0;
-  for (int n = tn::transform_entry + 1, prev = transform_width(tn::transform_entry); widths < 2 && n < 40000; ++n) {
-    const int now = transform_width(n);
-    if (now / 100 != prev / 100 || (now != prev && lengths == 0)) {
+  // Above the entry: both sides of the first sizes where the length grows (to each of the three
+  // length families) and of the first two where the digits narrow; there the coefficients fill
+  // the length, and the rounding error is closest to its bound.
+  int widths = 0;
+  bool family_seen[3] = {false, false, false};
+  for (int n = tn::transform_entry + 1, prev = static_cast<int>(transform_shape(tn::transform_entry) >> 32);
+       widths < 2 && n < 20000; ++n) {
+    const long shape = transform_shape(n), before = transform_shape(n - 1);
+    const tn::transform_plan p = tn::choose_transform(32L * n, 32L * n);
+    if (shape != before && !family_seen[p.odd]) {
+      family_seen[p.odd] = true;
       sizes.push_back(n - 1);
       sizes.push_back(n);
-      if (now / 100 != prev / 100)
-        ++widths;
-      else
-        ++lengths;
     }
-    prev = now;
+    if (static_cast<int>(shape >> 32) != prev) {
+      sizes.push_back(n - 1);
+      sizes.push_back(n);
+      ++widths;
+    }
+    prev = static_cast<int>(shape >> 32);
   }
   ASSERT_EQ(widths, 2);
+  ASSERT_TRUE(family_seen[0] && family_seen[1] && family_seen[2]);
+  // Lengths shorter than the coefficients: the first size whose top coefficients wrap, and the
+  // size up to 20,000 limbs where the most of them wrap against the length.
+  int first_wrap = 0, most_wrap = 0;
+  double most = 0;
+  for (int n = tn::transform_entry; n < 20000; ++n) {
+    const tn::transform_plan p = tn::choose_transform(32L * n, 32L * n);
+    if (p.over == 0) continue;
+    if (first_wrap == 0) first_wrap = n;
+    const double share = static_cast<double>(p.over) / static_cast<double>(p.length());
+    if (share > most) most = share, most_wrap = n;
+  }
+  ASSERT_GT(first_wrap, 0);
+  ASSERT_GT(most * tn::transform_wrap_fraction, 0.9);  // the limit is reached, not just approached
+  for (int n : {first_wrap - 1, first_wrap, most_wrap - 1, most_wrap, most_wrap + 1}) sizes.push_back(n);
+  // Where the working arrays (two of the length, in doubles) leave the stack for the hook, and
+  // the hook for the transform's own block.
+  int to_hook = 0, to_block = 0;
+  for (int n = tn::transform_entry; n < 200000 && to_block == 0; ++n) {
+    const unsigned long bytes = 16ul * static_cast<unsigned long>(tn::choose_transform(32L * n, 32L * n).length());
+    if (to_hook == 0 && bytes > tn::transform_local_bytes) to_hook = n;
+    if (bytes >= tn::transform_own_block_bytes) to_block = n;
+  }
+  ASSERT_GT(to_hook, 0);
+  ASSERT_GT(to_block, 0);
+  for (int n : {to_hook - 1, to_hook, to_block - 1, to_block}) sizes.push_back(n);
   for (int n : sizes) {
     const std::string ones(8 * static_cast<size_t>(n), 'F');
     check_product(ones, ones, "all ones, square");
     check_product(ones, pattern(rng, n, 3), "all ones by ones-and-zeros");
+    const std::string big = largest_digits(n, tn::choose_transform(32L * n, 32L * n).w);
+    check_product(big, big, "largest balanced digits, square");
+    check_product(big, random_hex(rng, n, false), "largest balanced digits by random");
     check_product(random_hex(rng, n, false), random_hex(rng, n, false), "random");
     Z x(random_hex(rng, n, false)), sq, sq2;
     mpz_mul(sq.p(), x.p(), x.p());  // the one-transform square
