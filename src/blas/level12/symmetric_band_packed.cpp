@@ -100,7 +100,6 @@ void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T*
   }
 }
 
-// op(A) * x for triangular A in band or packed storage, and the solve; the published sweeps.
 // Transposed real band multiply, unit increment, over the columns that hold all k stored
 // elements off the diagonal: every new x(j) is a dot of x as it was before the call, so groups of
 // columns take their dots at once (the band's columns, a few vectors long, paid a call, set-up and
@@ -140,6 +139,7 @@ long band_transposed_groups(bool upper, bool nonunit, const band_store<T>& A, lo
   return j0;
 }
 
+// op(A) * x for triangular A in band or packed storage, and the solve; the published sweeps.
 template <class T, class S>
 void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T* x, long incx) {
   if (n <= 0) return;
