@@ -26,6 +26,9 @@ struct real_kernels {
                  bool prefetch);
   // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+  // Dots of columns whose x slides one element a column (band storage):
+  // out(c) = sum over i < len of a(c * lda + i) * x(c + i), for c < cols.
+  void (*band_dots)(long cols, long len, const T* a, long lda, const T* x, T* out);
   // Symmetric multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
   void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
 };

@@ -513,10 +513,48 @@ void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda
   cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
 }
 
+// Dots of `cols` columns of one length whose x slides down by one element a column, as the
+// columns of a band do: out(c) = sum over i < len of a(c * lda + i) * x(c + i). A band's columns
+// are too short (a few vectors) for a dot each to pay its call, loop set-up and lane reduction;
+// W of them at once keep W independent sums in flight and share one transposing reduction.
+template <class T, bool full>
+__attribute__((always_inline)) inline void band_dot_group(long cc, long len, const T* a, long lda, const T* x,
+                                                          T* out) {
+  constexpr int w = W<T>;
+  V<T> acc[w] = {};
+  const long body = len - len % w;
+#pragma GCC unroll 16
+  for (int c = 0; c < (full ? w : (int)cc); ++c) {
+    const T* col = a + c * lda;
+    const T* xc = x + c;
+    V<T> s0{}, s1{};
+    long i = 0;
+    for (; i + 2 * w <= body; i += 2 * w) {
+      s0 = vfma(ld(col + i), ld(xc + i), s0);
+      s1 = vfma(ld(col + i + w), ld(xc + i + w), s1);
+    }
+    if (i < body) s0 = vfma(ld(col + i), ld(xc + i), s0);
+    if (body < len) s1 = vfma(ld_part(col + body, len - body), ld_part(xc + body, len - body), s1);
+    acc[c] = s0 + s1;
+  }
+  const V<T> r = reduce_lanes<T>(acc);
+  if constexpr (full) st(out, r);
+  else st_part(out, r, cc);
+}
+
+template <class T> void band_dots(long cols, long len, const T* a, long lda, const T* x, T* out) {
+  constexpr int w = W<T>;
+  long c = 0;
+  for (; c + w <= cols; c += w) band_dot_group<T, true>(w, len, a + c * lda, lda, x + c, out + c);
+  if (c < cols) band_dot_group<T, false>(cols - c, len, a + c * lda, lda, x + c, out + c);
+}
+
 template void gemv_n<float>(long, long, long, float, const float*, long, const float*, float*, bool);
 template void gemv_n<double>(long, long, long, double, const double*, long, const double*, double*, bool);
 template void gemv_t<float>(long, long, float, const float*, long, const float*, float*, bool);
 template void gemv_t<double>(long, long, double, const double*, long, const double*, double*, bool);
+template void band_dots<float>(long, long, const float*, long, const float*, float*);
+template void band_dots<double>(long, long, const double*, long, const double*, double*);
 #define ZVX_CGEMV(R)                                                                               \
   template void cgemv_n<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
                            complex_t<R>*);                                                         \

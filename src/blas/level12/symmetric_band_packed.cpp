@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "blas/level12/level12.h"
+#include "blas/level12/tuning.h"
 #include "service/service.h"
 #include "zvx_blas12.h"
 
@@ -99,6 +100,45 @@ void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T*
   }
 }
 
+// Transposed real band multiply, unit increment, over the columns that hold all k stored
+// elements off the diagonal: every new x(j) is a dot of x as it was before the call, so groups of
+// columns take their dots at once (the band's columns, a few vectors long, paid a call, set-up and
+// reduction each). A group reads only elements no earlier group has written: upper bands run from
+// the last column down, lower ones from the first up. Returns the columns left for the sweep:
+// [0, done) upper, [done, n) lower, so the caller's loop goes on where this one stopped.
+template <class T>
+long band_transposed_groups(bool upper, bool nonunit, const band_store<T>& A, long n, T* x) {
+  const long k = A.k, full = n - k;
+  if (k <= 0 || full <= 0) return upper ? n : 0;
+  constexpr long group = band_dot_group_columns;
+  T dots[group];
+  const auto& kern = kernels_for<T>();
+  if (upper) {
+    long j1 = n;  // columns [j1, n) are done
+    while (j1 > k) {
+      const long j0 = std::max(k, j1 - group), g = j1 - j0;
+      kern.band_dots(g, k, A.a + j0 * A.lda, A.lda, x + j0 - k, dots);
+      for (long c = 0; c < g; ++c) {
+        const long j = j0 + c;
+        x[j] = (nonunit ? x[j] * A.a[k + j * A.lda] : x[j]) + dots[c];
+      }
+      j1 = j0;
+    }
+    return j1;
+  }
+  long j0 = 0;  // columns [0, j0) are done
+  while (j0 < full) {
+    const long g = std::min(group, full - j0);
+    kern.band_dots(g, k, A.a + 1 + j0 * A.lda, A.lda, x + j0 + 1, dots);
+    for (long c = 0; c < g; ++c) {
+      const long j = j0 + c;
+      x[j] = (nonunit ? x[j] * A.a[j * A.lda] : x[j]) + dots[c];
+    }
+    j0 += g;
+  }
+  return j0;
+}
+
 // op(A) * x for triangular A in band or packed storage, and the solve; the published sweeps.
 template <class T, class S>
 void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T* x, long incx) {
@@ -106,6 +146,21 @@ void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T
   T* x0 = x + start_of((int)n, (int)incx);
   auto X = [&](long i) -> T& { return x0[i * incx]; };
   auto M = [&](long i, long j) { return a_op(A.at(i, j), o); };
+  if constexpr (!is_complex<T> && std::is_same_v<S, band_store<T>>) {
+    if (incx == 1 && !solve && o != op::n) {
+      // Upper: the grouped columns are [done, n), the first `done` ones (shorter than k) follow
+      // from the last down; lower: [0, done) grouped, the last ones follow from the first up.
+      const long done = band_transposed_groups<T>(upper, nonunit, A, n, x0);
+      for (long s = 0; s < (upper ? done : n - done); ++s) {
+        const long j = upper ? done - 1 - s : done + s;
+        const long lo = A.lo(j), up = j - lo, down = A.hi(j) - j;
+        const T dot = upper ? column_dot(up, &A.at(lo, j), x0 + lo, false)
+                            : (down > 0 ? column_dot(down, &A.at(j + 1, j), x0 + j + 1, false) : T{});
+        x0[j] = (nonunit ? x0[j] * A.at(j, j) : x0[j]) + dot;
+      }
+      return;
+    }
+  }
   if (incx == 1) {
     // The stored rows of column j above the diagonal, [lo(j), j), and below it, (j, hi(j)].
     auto above = [&](long j) { return &A.at(A.lo(j), j); };

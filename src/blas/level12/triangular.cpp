@@ -94,16 +94,25 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
       }
     }
   } else {
+    // Each row's dot over the solved part, in four sums over every fourth term: one sum alone
+    // waits on each of its additions in turn (the transposed solves of order 2,000 took 1.29-1.35
+    // times the peer's time with one sum, 1.11-1.16 with four, on the loaded machine).
+    auto dot = [&](long i, long from, long to) {
+      T s[4] = {};
+      long k = from;
+      for (; k + 4 <= to; k += 4)
+        for (int r = 0; r < 4; ++r) s[r] += A(k + r, i) * X(k + r);
+      for (; k < to; ++k) s[0] += A(k, i) * X(k);
+      return (s[0] + s[1]) + (s[2] + s[3]);
+    };
     if (upper) {
       for (long i = 0; i < b; ++i) {
-        T s = X(i);
-        for (long k = 0; k < i; ++k) s -= A(k, i) * X(k);
+        const T s = X(i) - dot(i, 0, i);
         X(i) = nonunit ? s / A(i, i) : s;
       }
     } else {
       for (long i = b - 1; i >= 0; --i) {
-        T s = X(i);
-        for (long k = i + 1; k < b; ++k) s -= A(k, i) * X(k);
+        const T s = X(i) - dot(i, i + 1, b);
         X(i) = nonunit ? s / A(i, i) : s;
       }
     }

@@ -115,4 +115,8 @@ inline bool dgemv_t_small(long m, long n) {
 constexpr int trmv_block = 64;
 constexpr int trsv_block = 32;
 
+// Columns of a transposed band multiply whose dots one kernel call takes: the call's cost spread
+// over 64 columns of 33 elements is a few per cent; more columns only lengthen the stack buffer.
+constexpr long band_dot_group_columns = 64;
+
 }  // namespace zvx::blas12

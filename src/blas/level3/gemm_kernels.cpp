@@ -738,17 +738,23 @@ void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const
                       index_t lda, const R* b, index_t ldb, const R* beta, R* c, index_t ldc) {
   constexpr gemm_tuning t = engine_traits<R, E>::t;
   constexpr int rows_per_vec = simd<R>::lanes / E;
-  constexpr int TR = t.mv * rows_per_vec;
   scale_block<R, E>(m, n, beta, c, ldc);
   if (k <= 0) return;
   const index_t bls = tb == op_n ? E : ldb * E;
   const index_t bjs = tb == op_n ? ldb * E : E;
+  // The whole vectors of rows in as few tiles as the widest takes, shared out evenly: a tile of
+  // one vector does as many broadcasts of B as FMAs and waits on its loads (sgemm at 64 rows as
+  // 48 + 16 ran at 87 % of the speed of 32 + 32, dgemm at 32 rows as 24 + 8 at 94 % of 16 + 16).
+  // Each element's sum runs over the depth in the same order whatever tile holds it.
   int i0 = 0;
-  while (m - i0 >= rows_per_vec) {
-    const int rows = std::min(TR, (m - i0) / rows_per_vec * rows_per_vec);
-    direct_tiles<R, E>.fn[rows / rows_per_vec - 1](n, rows, k, a + i0 * E, lda, b, bls, bjs,
-                                                   c + i0 * E, ldc, alpha);
+  int vecs = m / rows_per_vec;
+  for (int tiles = (vecs + t.mv - 1) / t.mv; tiles > 0; --tiles) {
+    const int mv = (vecs + tiles - 1) / tiles;
+    const int rows = mv * rows_per_vec;
+    direct_tiles<R, E>.fn[mv - 1](n, rows, k, a + i0 * E, lda, b, bls, bjs, c + i0 * E, ldc,
+                                  alpha);
     i0 += rows;
+    vecs -= mv;
   }
   if (i0 < m)
     direct_tail_rows<R, E>(m - i0, n, k, alpha, a + i0 * E, lda, b, bls, bjs, c + i0 * E, ldc);

@@ -158,11 +158,14 @@ inline constexpr gemm_tuning gemm_tune_s{3, 8, 256, 4096, 1024};
 // double complex: 12x4 complex tile (3 vectors of 4 complex values, 4 columns, 24 sums);
 // A tile 12 x 128 x 16 B = 24 KiB fits L1; B block 128 x 1,024 x 16 B = 2 MiB.
 inline constexpr gemm_tuning gemm_tune_z{3, 4, 128, 4096, 1024};
-// single complex: 24x4 complex tile; A tile 24 x 128 x 8 B = 24 KiB; B block 256 KiB. The block
-// of C is staged: copied in, updated over the whole depth, copied back. Staged in 240 x 256
-// blocks (480 KiB, in L2) the copies cost a third less on a rank-64 update than in blocks of
-// 480 x 1,024 that spill to L3, for about 5 % more repacking on square products.
-inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 240, 256};
+// single complex: 24x4 complex tile; A tile 24 x 128 x 8 B = 24 KiB; B block 128 x 1,024 x 8 B
+// = 1 MiB. The block of C is staged: copied in, updated over the whole depth, copied back. The
+// blocks are as wide as double's: in blocks of 240 x 256 (staged C in L2) A was packed 8 times
+// and B 9 times for n = 2,000, and square products ran at 83-88 % of the peer's speed; in 960 x
+// 512 at 93-95 %, in 1,920 x 1,024 and 4,096 x 1,024 at 95-99 % (the rank-64 update of a 2,000
+// x 2,000 C, unstaged, from 1.00 to 1.04-1.13). The staging buffer of 2,048 x 1,024 (16 MiB)
+// stays within the scratch cache.
+inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 2048, 1024};
 #elif ZVX_ISA_LEVEL == 1
 // 16 ymm registers: 12 accumulators (3 vectors x 4 columns, or 2 x 3 x 2 for complex),
 // 3 (2) vectors of A, 1 (2) broadcasts.

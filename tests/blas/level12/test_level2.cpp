@@ -342,6 +342,34 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
+// Transposed band multiplies with unit increment take the dots of the full-length columns in
+// groups: band widths below, at and above the vector widths (4, 8, 16 lanes) and their doubles,
+// orders that leave a partial last group after whole ones, and columns shorter than the band at
+// the top (upper) or bottom (lower) of the matrix, which the grouped pass leaves to the sweep.
+template <class T> void check_band_transposed_groups() {
+  SCOPED_TRACE(info<T>::name);
+  constexpr int g = (int)zvx::blas12::band_dot_group_columns;
+  for (int n : {g + 1, 2 * g + 37})
+    for (int k : {1, 3, 4, 7, 8, 9, 16, 17, 31, 32, 33, 64, 65})
+      for (char uplo : {'U', 'L'})
+        for (char trans : {'T', 'N'})
+          for (char diag : {'N', 'U'}) {
+            SCOPED_TRACE(::testing::Message() << "n " << n << " k " << k << " " << uplo << trans << diag);
+            const int lda = k + 2, incx = 1;
+            dense M(n, n);
+            auto a = make_triangle<T>(storage_kind::band, uplo == 'U', diag == 'U', n, k, lda, M);
+            auto x = random_vector<T>(storage(n, incx));
+            auto x1 = x;
+            l2<T>::tbmv(&uplo, &trans, &diag, &n, &k, a.data(), &lda, x1.data(), &incx);
+            check_product(M, trans == 'N' ? 'n' : 't', 1, x, incx, x, 0, x1, incx, "band multiply");
+          }
+}
+
+TEST(Triangular, BandTransposedColumnGroups) {
+  check_band_transposed_groups<float>();
+  check_band_transposed_groups<double>();
+}
+
 // Operators scaled near the ends of the exponent range: a complex division by a diagonal element
 // must not square its parts in the working precision (1e300 squared overflows a double).
 TEST(Triangular, ScaledNearTheRangeEnds) {

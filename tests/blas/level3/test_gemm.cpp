@@ -37,13 +37,14 @@ TYPED_TEST(Gemm, EverySpellingOfTheOptions) {
 }
 
 // Rows across the row tiles of every instruction set (4, 8, 12, 16, 24, 48 reals or complex
-// values) and the padded last tile; columns across the register tiles (2, 3, 4, 8); both for
-// the packed path and for the direct tiles of problems with all sizes at most 64.
+// values), the padded last tile and the even split of up to 64 rows among the direct tiles;
+// columns across the register tiles (2, 3, 4, 8); both for the packed path and for the direct
+// tiles of problems with all sizes at most 64.
 TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   using T = TypeParam;
   unsigned seed = 100;
   for (int m : {1, 2, 3, 4, 5, 7, 8, 9, 11, 12, 13, 15, 16, 17, 20, 23, 24, 25, 31, 32, 33, 47,
-                48, 49, 50, 73}) {
+                48, 49, 50, 56, 63, 64, 73}) {
     // Small problems go straight from the operands; a depth above 64 takes the packed path.
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 21, alpha_value<T>(), beta_value<T>(), seed++));
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 70, alpha_value<T>(), beta_value<T>(), seed++));
@@ -65,14 +66,17 @@ TYPED_TEST(Gemm, DepthBoundaries) {
                             beta_value<T>(), seed++));
 }
 
-// Blocks of C: row blocks of 128, 240, 256 and 480 rows, column blocks of 255, 256 and 512.
+// Blocks of C: row blocks of 128, 240, 256, 480 and 2,048 rows, column blocks of 255, 256, 512
+// and 1,024.
 TYPED_TEST(Gemm, BlockBoundaries) {
   using T = TypeParam;
   unsigned seed = 300;
-  for (int m : {127, 128, 129, 239, 240, 241, 255, 256, 257, 479, 480, 481})
+  for (int m : {127, 128, 129, 239, 240, 241, 255, 256, 257, 479, 480, 481, 2047, 2048, 2049})
     EXPECT_TRUE(run_case<T>('N', 'T', m, 5, 9, alpha_value<T>(), beta_value<T>(), seed++));
-  for (int n : {254, 255, 256, 257, 511, 512, 513})
+  for (int n : {254, 255, 256, 257, 511, 512, 513, 1023, 1024, 1025})
     EXPECT_TRUE(run_case<T>('T', 'N', 9, n, 10, alpha_value<T>(), beta_value<T>(), seed++));
+  // Two row blocks of a staged C (single complex stages past a depth of 64).
+  EXPECT_TRUE(run_case<T>('N', 'N', 2049, 6, 70, alpha_value<T>(), beta_value<T>(), seed++));
   // Several blocks in both directions with a tail of depth: every piece of the driver at once.
   EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
 }
