@@ -353,6 +353,30 @@ int low_part(int n) {
   return n - p;
 }
 
+// One reduction of a pair of about equal lengths by the half-gcd of its top (see low_part): the
+// top's matrix carries over to the whole numbers; a top the recursion cannot reduce takes one
+// division step instead. With `m`, the matrix of the whole run takes the step too.
+void reduce_by_top(value& x, value& y, matrix* m, int cap, limb* scratch) {
+  const int n = x.n;
+  const int k = low_part(n);
+  const int top = n - k;
+  const int tcap = top + 1;
+  limb* tx = scratch;
+  limb* ty = tx + tcap;
+  limb* next = ty + tcap;
+  value hx{tx, x.n - k}, hy{ty, y.n - k};
+  copy(tx, x.d + k, hx.n);
+  copy(ty, y.d + k, hy.n);
+  matrix f(top - top / 2);
+  hgcd(hx, hy, f, tcap);
+  if (f.identity) {
+    division_step(x, y, -1, m, scratch);
+  } else {
+    apply_top(x, y, hx, hy, f, k, cap, next);
+    if (m) mul_matrix(*m, f, next);
+  }
+}
+
 }  // namespace
 
 int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn) {
@@ -368,24 +392,7 @@ int gcd_subquadratic(limb* g, limb* a, int an, limb* b, int bn) {
       division_step(x, y, -1, nullptr, scratch);
       continue;
     }
-    // The top of the pair (see low_part): its reduction carries over to the whole numbers
-    // through the matrix.
-    const int n = x.n;
-    const int k = low_part(n);
-    const int top = n - k;
-    const int tcap = top + 1;
-    limb* tx = scratch;
-    limb* ty = tx + tcap;
-    limb* next = ty + tcap;
-    value hx{tx, x.n - k}, hy{ty, y.n - k};
-    copy(tx, x.d + k, hx.n);
-    copy(ty, y.d + k, hy.n);
-    matrix f(top - top / 2);
-    hgcd(hx, hy, f, tcap);
-    if (f.identity)
-      division_step(x, y, -1, nullptr, scratch);
-    else
-      apply_top(x, y, hx, hy, f, k, cap, next);
+    reduce_by_top(x, y, nullptr, cap, scratch);
   }
   free_limbs(scratch, need);
   if (y.n == 0) {
@@ -417,24 +424,7 @@ int gcdext_cofactor(limb* g, limb* s, int* sn, limb* a, int an, limb* b, int bn)
       division_step(x, y, -1, &m, scratch);
       continue;
     }
-    const int n = x.n;
-    const int k = low_part(n);
-    const int top = n - k;
-    const int tcap = top + 1;
-    limb* tx = scratch;
-    limb* ty = tx + tcap;
-    limb* next = ty + tcap;
-    value hx{tx, x.n - k}, hy{ty, y.n - k};
-    copy(tx, x.d + k, hx.n);
-    copy(ty, y.d + k, hy.n);
-    matrix f(top - top / 2);
-    hgcd(hx, hy, f, tcap);
-    if (f.identity) {
-      division_step(x, y, -1, &m, scratch);
-    } else {
-      apply_top(x, y, hx, hy, f, k, cap, next);
-      mul_matrix(m, f, next);
-    }
+    reduce_by_top(x, y, &m, cap, scratch);
   }
   // x = det (m11 a - m01 b) and y = det (m00 b - m10 a): the cofactor of a is det m11 for the
   // gcd x, -det m10 for the gcd y.
