@@ -149,17 +149,12 @@ void mul_words(limb* r, const limb* a, int an, const limb* b, int bn, uint64_t* 
     }
     R[aw] = static_cast<uint64_t>(c);
   }
-  for (int j = 1; j < bw; ++j) {
-    unsigned __int128 c = 0;
-    const uint64_t bj = B[j];
-    uint64_t* Rj = R + j;
-    for (int i = 0; i < aw; ++i) {
-      c += static_cast<unsigned __int128>(A[i]) * bj + Rj[i];
-      Rj[i] = static_cast<uint64_t>(c);
-      c >>= 64;
-    }
-    Rj[aw] = static_cast<uint64_t>(c);
-  }
+  // The rows after the first go through the row kernel of the Montgomery products, which keeps
+  // two carry chains in flight where the processor has them: the gcd of two 100,000-bit numbers,
+  // whose half-gcd spends most of its time in products below the Karatsuba threshold, measured
+  // 5.1 ms with the plain loop here.
+  const addmul_words_fn addmul_words = addmul_words_kernel();
+  for (int j = 1; j < bw; ++j) R[j + aw] = addmul_words(R + j, A, aw, B[j]);
   const int rn = an + bn;  // the words past it are zero
   for (int k = 0; k < rn; ++k) r[k] = static_cast<limb>(R[k / 2] >> (32 * (k & 1)));
 }
