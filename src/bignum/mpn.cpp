@@ -152,7 +152,7 @@ void mul_words(limb* r, const limb* a, int an, const limb* b, int bn, uint64_t* 
   // The rows after the first go through the row kernel of the Montgomery products, which keeps
   // two carry chains in flight where the processor has them: the gcd of two 100,000-bit numbers,
   // whose half-gcd spends most of its time in products below the Karatsuba threshold, measured
-  // 5.1 ms with the plain loop here.
+  // 5.1 ms with the plain loop here, 4.6-4.9 through the row kernel (GMP 2.4-2.6).
   const addmul_words_fn addmul_words = addmul_words_kernel();
   for (int j = 1; j < bw; ++j) R[j + aw] = addmul_words(R + j, A, aw, B[j]);
   const int rn = an + bn;  // the words past it are zero
