@@ -19,6 +19,16 @@ void release(void* p, size_t n);
 inline limb* alloc_limbs(size_t n) { return static_cast<limb*>(allocate((n ? n : 1) * sizeof(limb))); }
 inline void free_limbs(limb* p, size_t n) { release(p, (n ? n : 1) * sizeof(limb)); }
 
+// Euclid on two words (the gcd of cofactors and of residues by small prime products).
+inline uint64_t word_gcd(uint64_t u, uint64_t v) {
+  while (v) {
+    const uint64_t t = u % v;
+    u = v;
+    v = t;
+  }
+  return u;
+}
+
 // Natural numbers on limb arrays; counts are limbs. Results may alias inputs where the routine
 // reads each limb before writing it (same-position aliasing).
 limb add_1(limb* r, const limb* a, int n, limb b);

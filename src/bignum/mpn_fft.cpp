@@ -40,12 +40,6 @@ namespace {
 
 namespace dft = zvx::dft;
 
-int log2_ceil(long v) {
-  int k = 0;
-  while ((1L << k) < v) ++k;
-  return k;
-}
-
 // One engine context per length up to 2^tuning::transform_cached_log2, built at the first product
 // of that length and kept for the process: building one computes its roots and plan, which costs
 // several transforms (at 4,096 limbs it took 7.4 ms of a 7.6 ms product), and the compute

@@ -3,6 +3,8 @@
 // settle them, and the steps collected in a 2x2 matrix of cofactors below 2^31 are applied to the
 // full operands in one linear pass. A pass removes about 30 bits for the cost of four products by
 // a limb, where Euclid's algorithm pays a long division per quotient.
+#include <utility>
+
 #include "bignum/bignum.h"
 #include "bignum/tuning.h"
 
@@ -32,15 +34,6 @@ void combine(limb* r, const limb* x, limb p, const limb* y, limb q, int n) {
   limb top = mul_1(r, x, n, p);
   top -= submul_1(r, y, n, q);
   (void)top;  // 0: the result fits n limbs
-}
-
-uint64_t word_gcd(uint64_t u, uint64_t v) {
-  while (v) {
-    uint64_t t = u % v;
-    u = v;
-    v = t;
-  }
-  return u;
 }
 
 }  // namespace
@@ -133,12 +126,8 @@ int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn) {
       const int tn = normalized_size(t, yn);
       copy(x, t, tn);
       xn = tn;
-      limb* s = x;
-      x = y;
-      y = s;
-      const int sn = xn;
-      xn = yn;
-      yn = sn;
+      std::swap(x, y);
+      std::swap(xn, yn);
       continue;
     }
     // (x, y) <- (A x - B y, D y - C x) after an even number of steps, the mirror after an odd one.
@@ -155,12 +144,8 @@ int gcd_lehmer(limb* g, limb* a, int an, limb* b, int bn) {
     xn = normalized_size(x, xn);
     yn = normalized_size(y, xn);
     if (yn > xn || (yn == xn && cmp(y, x, xn) > 0)) {
-      limb* s = x;
-      x = y;
-      y = s;
-      const int sn = xn;
-      xn = yn;
-      yn = sn;
+      std::swap(x, y);
+      std::swap(xn, yn);
     }
   }
   copy(g, x, xn);

@@ -286,6 +286,25 @@ void hgcd_base(value& x, value& y, int s, matrix& m, limb* scratch) {
 // division step and the base steps.
 size_t hgcd_scratch(int cap) { return 9 * static_cast<size_t>(cap) + 32; }
 
+void hgcd(value& x, value& y, matrix& m, int cap);
+
+// Reduces the pair by the half-gcd of its limbs above the k lowest: the top is copied into
+// scratch, reduced into f (which has room for half the top's length), and when that took a step,
+// carried over to the whole numbers (apply_top). Returns the scratch past the two top copies,
+// free for the caller's products with f.
+limb* reduce_above(value& x, value& y, int k, matrix& f, int cap, limb* scratch) {
+  const int tcap = (x.n > y.n ? x.n : y.n) - k + 1;
+  limb* tx = scratch;
+  limb* ty = tx + tcap;
+  limb* next = ty + tcap;
+  value hx{tx, x.n - k}, hy{ty, y.n - k};
+  copy(tx, x.d + k, hx.n);
+  copy(ty, y.d + k, hy.n);
+  hgcd(hx, hy, f, tcap);
+  if (!f.identity) apply_top(x, y, hx, hy, f, k, cap, next);
+  return next;
+}
+
 // Reduces (x, y), the longer of n limbs, while the smaller keeps more than n/2 + 1 limbs;
 // m (identity on entry, room for n - n/2 limbs) collects the steps. Buffers hold `cap` limbs.
 void hgcd(value& x, value& y, matrix& m, int cap) {
@@ -305,17 +324,9 @@ void hgcd(value& x, value& y, matrix& m, int cap) {
     if ((x.n < y.n ? x.n : y.n) <= s) break;
     const int k = half == 0 ? s : 2 * s - n2;
     const int top = n2 - k;
-    const int tcap = top + 1;
-    limb* tx = scratch;
-    limb* ty = tx + tcap;
-    limb* next = ty + tcap;
-    value hx{tx, x.n - k}, hy{ty, y.n - k};
-    copy(tx, x.d + k, hx.n);
-    copy(ty, y.d + k, hy.n);
     matrix f(top - top / 2);
-    hgcd(hx, hy, f, tcap);
+    limb* next = reduce_above(x, y, k, f, cap, scratch);
     if (!f.identity) {
-      apply_top(x, y, hx, hy, f, k, cap, next);
       if (m.identity) {
         for (int i = 0; i < 4; ++i) copy(m.e[i], f.e[i], f.n);
         m.n = f.n;
@@ -357,24 +368,14 @@ int low_part(int n) {
 // top's matrix carries over to the whole numbers; a top the recursion cannot reduce takes one
 // division step instead. With `m`, the matrix of the whole run takes the step too.
 void reduce_by_top(value& x, value& y, matrix* m, int cap, limb* scratch) {
-  const int n = x.n;
-  const int k = low_part(n);
-  const int top = n - k;
-  const int tcap = top + 1;
-  limb* tx = scratch;
-  limb* ty = tx + tcap;
-  limb* next = ty + tcap;
-  value hx{tx, x.n - k}, hy{ty, y.n - k};
-  copy(tx, x.d + k, hx.n);
-  copy(ty, y.d + k, hy.n);
+  const int k = low_part(x.n);
+  const int top = x.n - k;
   matrix f(top - top / 2);
-  hgcd(hx, hy, f, tcap);
-  if (f.identity) {
+  limb* next = reduce_above(x, y, k, f, cap, scratch);
+  if (f.identity)
     division_step(x, y, -1, m, scratch);
-  } else {
-    apply_top(x, y, hx, hy, f, k, cap, next);
-    if (m) mul_matrix(*m, f, next);
-  }
+  else if (m)
+    mul_matrix(*m, f, next);
 }
 
 }  // namespace

@@ -17,15 +17,6 @@ constexpr limb odd_primes[167] = {
     719, 727, 733, 739, 743, 751, 757, 761, 769, 773, 787, 797, 809, 811, 821, 823, 827, 829, 839, 853, 857,
     859, 863, 877, 881, 883, 887, 907, 911, 919, 929, 937, 941, 947, 953, 967, 971, 977, 983, 991, 997};
 
-limb word_gcd(limb a, limb b) {
-  while (b) {
-    limb t = a % b;
-    a = b;
-    b = t;
-  }
-  return a;
-}
-
 // Miller-Rabin with `reps` random bases on odd n above 3: 1 when every round passes.
 int miller_rabin(mpz_srcptr n, int reps) {
   const int nn = abs_size(n);
