@@ -6,6 +6,8 @@
 #include <signal.h>
 #include <strings.h>
 #include <sys/wait.h>
+#include <omp.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -97,6 +99,46 @@ double thread_seconds() {
   timespec t;
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
   return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+double wall_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+two_thread_figures two_threads(const std::function<void()>& one, const std::function<void()>& two,
+                               int samples, int calls, const std::function<void(int side)>& prepare) {
+  clockid_t team[2];
+#pragma omp parallel num_threads(2)
+  pthread_getcpuclockid(pthread_self(), &team[omp_get_thread_num()]);
+  auto cpu_of = [](clockid_t id) {
+    timespec t;
+    clock_gettime(id, &t);
+    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+  };
+  double w1 = 1e30, w2 = 1e30, c1 = 1e30, larger = 1e30, sum = 1e30;
+  for (int s = 0; s < samples; ++s) {
+    for (int side = 0; side < 2; ++side) {
+      for (int r = 0; r < calls; ++r) {
+        if (prepare) prepare(side);
+        const double a0 = cpu_of(team[0]), a1 = cpu_of(team[1]);
+        const double start = wall_seconds();
+        (side == 0 ? one : two)();
+        const double wall = wall_seconds() - start;
+        const double d0 = cpu_of(team[0]) - a0, d1 = cpu_of(team[1]) - a1;
+        if (side == 0) {
+          w1 = std::min(w1, wall);
+          c1 = std::min(c1, d0);
+        } else {
+          w2 = std::min(w2, wall);
+          larger = std::min(larger, std::max(d0, d1));
+          sum = std::min(sum, d0 + d1);
+        }
+      }
+    }
+  }
+  return {w1 / w2, c1 / larger, sum / c1, w1, w2, c1, larger};
 }
 
 double cpu_sample(const std::function<void()>& fn, double min_seconds) {

@@ -42,10 +42,34 @@ double time_one(const std::function<void()>& fn, const options& opt);
 // clock reads makes a wall-clock sample meaningless. What other processes do to the caches and
 // the memory bus still shows. One-thread rows only.
 double thread_seconds();
+// Seconds of the monotonic wall clock.
+double wall_seconds();
 // Seconds of thread CPU time per call of fn, over at least min_seconds.
 double cpu_sample(const std::function<void()>& fn, double min_seconds);
 pair_timing time_pair_cpu(const std::function<void()>& ours, const std::function<void()>& peer,
                           const options& opt);
+
+// One thread against two on the same work. On a shared machine the wall clock of a two-thread
+// call says more about the other processes than about the split, so each call also reads the CPU
+// clocks of the two threads of the runtime's team (it keeps the same threads for regions of two):
+// the one-thread call's CPU time T1, and per two-thread call the larger of its threads' times and
+// their sum. T1 over the least larger time is the speed-up on a quiet machine if nothing else
+// stalls a thread (time spent spinning at a barrier counts, time waiting for a core does not);
+// the least sum over T1 is what the second thread costs in all. `samples` rounds alternate the
+// sides, `calls` timed calls a side each; `prepare(side)` runs untimed before every call (side 0
+// one thread, 1 two), for work that must be reset or a thread count that must be set.
+struct two_thread_figures {
+  double wall = 0;       // least wall-clock time with one thread over least with two
+  double predicted = 0;  // T1 over the least larger per-thread CPU time with two
+  double overhead = 0;   // least sum of the two threads' CPU times over T1
+  double wall1 = 0;      // least wall-clock seconds with one thread
+  double wall2 = 0;      // least wall-clock seconds with two
+  double cpu1 = 0;       // T1, seconds
+  double larger2 = 0;    // least larger per-thread CPU seconds with two
+};
+two_thread_figures two_threads(const std::function<void()>& one, const std::function<void()>& two,
+                               int samples, int calls,
+                               const std::function<void(int side)>& prepare = nullptr);
 // This machine's streaming bandwidth for one thread, GB/s in thread CPU time like the rows it is
 // compared with: the best of a triad a = b + s c (four transfers per element with the
 // write-allocate of a) and an in-place scaling (two transfers), over 160 MB arrays, best of five.

@@ -95,16 +95,9 @@ struct row_result {
   double difference;
 };
 
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return t.tv_sec + 1e-9 * t.tv_nsec;
-}
-double wall_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  return t.tv_sec + 1e-9 * t.tv_nsec;
-}
+using zvx_bench::thread_seconds;
+using zvx_bench::two_thread_figures;
+using zvx_bench::wall_seconds;
 
 // The least time per call of each side over alternating samples, each sample a run of calls that
 // lasts about a millisecond. With `cpu`, the clock is this thread's CPU time, which other work on
@@ -196,86 +189,21 @@ speedups speedup(const shape& s, const zvx_bench::options& opt) {
   // Runs of consecutive calls, each call timed: the first call of a run may wait for the team's
   // threads to wake up, which a loaded machine stretches to milliseconds; the least call of all
   // runs is the transform itself.
-  // The CPU clocks of the two threads of a team (the runtime keeps the same threads for the
-  // library's regions of two).
-  clockid_t team[2];
-#pragma omp parallel num_threads(2)
-  pthread_getcpuclockid(pthread_self(), &team[omp_get_thread_num()]);
-  auto cpu_of = [](clockid_t id) {
-    timespec t;
-    clock_gettime(id, &t);
-    return t.tv_sec + 1e-9 * t.tv_nsec;
-  };
-  double t1 = 1e30, t2 = 1e30, c1 = 1e30, c2 = 1e30;
-  for (int s = 0; s < 21; ++s) {
-    for (int side = 0; side < 2; ++side) {
-      DFTI_DESCRIPTOR_HANDLE* h = side == 0 ? &one : &two;
-      double& best = side == 0 ? t1 : t2;
-      for (int r = 0; r < 8; ++r) {
-        const double a0 = cpu_of(team[0]), a1 = cpu_of(team[1]);
-        const double start = wall_seconds();
-        T::forward(h, x.data());
-        best = std::min(best, wall_seconds() - start);
-        const double d0 = cpu_of(team[0]) - a0, d1 = cpu_of(team[1]) - a1;
-        if (side == 0) c1 = std::min(c1, d0);
-        else c2 = std::min(c2, std::max(d0, d1));
-      }
-    }
-  }
+  const two_thread_figures f = zvx_bench::two_threads([&] { T::forward(&one, x.data()); },
+                                                      [&] { T::forward(&two, x.data()); }, 21, 8);
   dfti_free_descriptor_external(&one);
   dfti_free_descriptor_external(&two);
-  return {t1 / t2, c1 / c2};
+  return {f.wall, f.predicted};
 }
 
-// One thread against two on the same work: the least wall-clock time of a call of each; the least
-// CPU time of the calling thread with one (T1); and, with two, over the calls, the least of the
-// larger CPU time of the two threads of the team and the least of their sum. T1 over the larger
-// is the speed-up the team would give with a core each and nothing else stalling it (time a
-// thread waits for a core is not counted, time it spins at a barrier is); the sum over T1 is the
-// work the split adds. The team's clocks are those of the runtime's threads of a region of two,
-// which it keeps from region to region.
-struct two_thread_figures {
-  double wall;       // least wall-clock time with one thread over least with two
-  double predicted;  // T1 over the least larger per-thread CPU time with two
-  double overhead;   // the least sum of the two threads' CPU times over T1
-  double t2_ms;      // least wall-clock time with two threads
-};
+// One thread against two on the same work, about two seconds of one-thread calls and at least 15
+// rounds: on a loaded machine the least call is one where both threads ran at once, and short
+// calls need more tries to meet one.
 two_thread_figures two_threads(const std::function<void()>& one, const std::function<void()>& two) {
-  clockid_t team[2];
-#pragma omp parallel num_threads(2)
-  pthread_getcpuclockid(pthread_self(), &team[omp_get_thread_num()]);
-  auto cpu_of = [](clockid_t id) {
-    timespec t;
-    clock_gettime(id, &t);
-    return t.tv_sec + 1e-9 * t.tv_nsec;
-  };
-  double w1 = 1e30, w2 = 1e30, c1 = 1e30, larger = 1e30, sum = 1e30;
-  // About two seconds of calls a side, at least 60: on a loaded machine the least call is one
-  // where both threads ran at once, and short calls need more tries to meet one.
   const double start = wall_seconds();
   one();
   const double once = std::max(wall_seconds() - start, 1e-6);
-  const int samples = std::max(15, static_cast<int>(0.5 / once));
-  for (int s = 0; s < samples; ++s) {
-    for (int side = 0; side < 2; ++side) {
-      for (int r = 0; r < 4; ++r) {
-        const double a0 = cpu_of(team[0]), a1 = cpu_of(team[1]);
-        const double start = wall_seconds();
-        (side == 0 ? one : two)();
-        const double wall = wall_seconds() - start;
-        const double d0 = cpu_of(team[0]) - a0, d1 = cpu_of(team[1]) - a1;
-        if (side == 0) {
-          w1 = std::min(w1, wall);
-          c1 = std::min(c1, d0);
-        } else {
-          w2 = std::min(w2, wall);
-          larger = std::min(larger, std::max(d0, d1));
-          sum = std::min(sum, d0 + d1);
-        }
-      }
-    }
-  }
-  return {w1 / w2, c1 / larger, sum / c1, w2 * 1e3};
+  return zvx_bench::two_threads(one, two, std::max(15, static_cast<int>(0.5 / once)), 4);
 }
 
 double relative_difference(const zvx_complex16* ours, const fftw_complex* peer, long n,
@@ -373,7 +301,7 @@ void large_rows(const zvx_bench::options& opt) {
                     "%.3fx wall; %.3fx T1 / larger thread CPU; sum / T1 %.3f", f.wall,
                     f.predicted, f.overhead);
       t.add({"2^" + std::to_string(lg), std::string(what) + ", two threads against our one",
-             zvx_bench::fmt(f.t2_ms, 2), "", text, ""});
+             zvx_bench::fmt(f.wall2 * 1e3, 2), "", text, ""});
       std::printf("large 2^%d %s two threads: %s\n", lg, what, text);
       std::fflush(stdout);
     };

@@ -6,7 +6,6 @@
 // h^2), so the figure is the solve alone. Then our solve on two threads against one.
 #include <fftw3.h>
 #include <omp.h>
-#include <pthread.h>
 #include <time.h>
 
 #include <algorithm>
@@ -22,11 +21,6 @@
 
 namespace {
 
-double wall_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  return t.tv_sec + 1e-9 * t.tv_nsec;
-}
 
 // The textbook solver of -lap u = f with zero boundary values: grid of (n+1)^d nodes, the
 // unknowns inside. `work` holds f * h^2 on entry and u on return.
@@ -166,11 +160,7 @@ struct ours {
   }
 };
 
-struct scaling {
-  double wall;       // least wall time of one thread over that of two
-  double predicted;  // one thread's CPU time over the larger of the two threads' CPU times
-  double overhead;   // the two threads' CPU times together over one thread's
-};
+using scaling = zvx_bench::two_thread_figures;
 
 struct row {
   double ratio, ours_ms, peer_ms, diff;
@@ -208,46 +198,13 @@ row run(int n, int dims, const zvx_bench::options& opt) {
     diff = std::max(diff, std::fabs(mine[p] - peer_data[p]));
     norm = std::max(norm, std::fabs(peer_data[p]));
   }
-  // Two threads against one. On a shared machine the wall clock of the two-thread call says more
-  // about the other processes than about the solver, so each call also reads the CPU clocks of
-  // the two threads of the team (the runtime keeps the same threads for regions of two): the
-  // one-thread call's CPU time T1, and per two-thread call the larger of its threads' times and
-  // their sum. T1 over the larger is the speed-up on a quiet machine if nothing else stalls a
-  // thread; the sum over T1 is what the second thread costs in all.
+  // Two threads against one (see zvx_bench::two_threads), each call from the prepared
+  // right-hand side.
   scaling sc;
   {
     ours two(n, dims, f, mine, 2);
-    clockid_t team[2];
-#pragma omp parallel num_threads(2)
-    pthread_getcpuclockid(pthread_self(), &team[omp_get_thread_num()]);
-    const auto cpu_of = [](clockid_t id) {
-      timespec t;
-      clock_gettime(id, &t);
-      return t.tv_sec + 1e-9 * t.tv_nsec;
-    };
-    double t1 = 1e30, t2 = 1e30, c1 = 1e30, cmax = 1e30, csum = 1e30;
-    for (int s = 0; s < (opt.quick ? 3 : 15); ++s) {
-      for (int side = 0; side < 2; ++side) {
-        ours& o = side == 0 ? one : two;
-        for (int r = 0; r < 3; ++r) {
-          o.reset();
-          const double a0 = cpu_of(team[0]), a1 = cpu_of(team[1]);
-          const double start = wall_seconds();
-          o.run();
-          const double wall = wall_seconds() - start;
-          const double d0 = cpu_of(team[0]) - a0, d1 = cpu_of(team[1]) - a1;
-          if (side == 0) {
-            t1 = std::min(t1, wall);
-            c1 = std::min(c1, d0);
-          } else {
-            t2 = std::min(t2, wall);
-            cmax = std::min(cmax, std::max(d0, d1));
-            csum = std::min(csum, d0 + d1);
-          }
-        }
-      }
-    }
-    sc = {t1 / t2, c1 / cmax, csum / c1};
+    sc = zvx_bench::two_threads([&] { one.run(); }, [&] { two.run(); }, opt.quick ? 3 : 15, 3,
+                                [&](int side) { (side == 0 ? one : two).reset(); });
   }
   fftw_free(mine);
   fftw_free(peer_data);
