@@ -94,15 +94,63 @@ template <class T> void swap(long n, T* x, T* y) {
   }
 }
 
+// Sum of the lanes by folding halves: log2(W) dependent adds where a walk over the lanes takes W.
+// The exchange patterns are constants (a table copied into the index vector), so that each level
+// is one permute and one add.
+template <class T, int half> struct fold_pattern {
+  using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
+  static constexpr std::array<E, W<T>> make() {
+    std::array<E, W<T>> m{};
+    for (int k = 0; k < W<T>; ++k) m[k] = (E)((k + half) % W<T>);
+    return m;
+  }
+  static constexpr std::array<E, W<T>> lanes = make();
+};
+template <class T, int half = W<T> / 2> inline T fold_sum(V<T> v) {
+  VI<T> upper;
+  memcpy(&upper, fold_pattern<T, half>::lanes.data(), sizeof upper);
+  v += __builtin_shuffle(v, upper);
+  if constexpr (half > 1) return fold_sum<T, half / 2>(v);
+  else return v[0];
+}
+
+// Eight vectors a pass into four sums: the absolute value and the add of every vector share the
+// two vector ports, which bounds the loop at one vector a cycle, and four chains of adds cover
+// their latency at that rate. Data brought to a vector boundary first (see elements_to_boundary).
+// The sums are four named values rather than an array, which the compiler kept on the stack
+// between the loops.
 template <class T> T asum(long n, const T* x) {
   constexpr int w = W<T>;
-  V<T> acc[reduction_unroll] = {};
-  long i = 0;
-  for (; i + reduction_unroll * w <= n; i += reduction_unroll * w)
-    for (int k = 0; k < reduction_unroll; ++k) acc[k] += vabs<T>(ld(x + i + k * w));
-  for (; i + w <= n; i += w) acc[1] += vabs<T>(ld(x + i));
-  if (i < n) acc[2] += vabs<T>(ld_part(x + i, n - i));
-  return hsum<T>((acc[0] + acc[1]) + (acc[2] + acc[3]));
+  V<T> a0 = {}, a1 = {}, a2 = {}, a3 = {};
+  long i = elements_to_boundary(x, n);
+  if (i > 0) a3 = vabs<T>(ld_part(x, i));
+  auto at = [&](long k) { return vabs<T>(ld(x + i + k * w)); };
+  for (; i + 8 * w <= n; i += 8 * w) {
+    a0 += at(0) + at(4);
+    a1 += at(1) + at(5);
+    a2 += at(2) + at(6);
+    a3 += at(3) + at(7);
+  }
+  // Up to seven whole vectors left, each into a sum of its own as far as they go: one chain would
+  // take their latencies one after another, a visible share of a vector of a thousand elements.
+  if (i + 4 * w <= n) {
+    a0 += at(0);
+    a1 += at(1);
+    a2 += at(2);
+    a3 += at(3);
+    i += 4 * w;
+  }
+  if (i + 2 * w <= n) {
+    a0 += at(0);
+    a1 += at(1);
+    i += 2 * w;
+  }
+  if (i + w <= n) {
+    a2 += at(0);
+    i += w;
+  }
+  if (i < n) a3 += vabs<T>(ld_part(x + i, n - i));
+  return fold_sum<T>((a0 + a1) + (a2 + a3));
 }
 
 double sumsq_d(long n, const double* x) {

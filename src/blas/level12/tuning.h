@@ -89,10 +89,6 @@ constexpr long iamax_one_pass_bytes = 1L << 20;
 // allocations); in cache the wide vectors are as fast or faster (a quarter of the last-level
 // cache share of one core, so that both vectors are well beyond the second level).
 constexpr long caxpy_half_vector_bytes = 4L << 20;
-// Level-1 loops on vectors up to this many bytes first bring their data to a vector boundary
-// (measured: in the first and second level caches 10-30% faster with the AVX-512 stores aligned;
-// from memory slower). A quarter of the last-level cache share of one core.
-constexpr long align_within_bytes = 4L << 20;
 // Copies longer than this many bytes store around the cache: the target won't be read back
 // before it has been evicted (half of the last-level cache share of one core).
 constexpr long copy_stream_bytes = 4L << 20;
