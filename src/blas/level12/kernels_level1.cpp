@@ -205,10 +205,22 @@ template <class T> long iamax_one_pass(long n, const T* x) {
   for (int s = 0; s < sets; ++s) {
     m[s] = bc(T(-1));
     idx[s] = I{};
-    for (int k = 0; k < w; ++k) cur[s][k] = s * w + k;
   }
+  // The elements before the first vector boundary by the scalar rule; their indices are the
+  // smallest, so they win ties against the lanes.
+  T best_value = T(-1);
+  long best = 0;
+  long i = elements_to_boundary(x, n);
+  for (long k = 0; k < i; ++k) {
+    const T v = __builtin_fabs(x[k]);
+    if (v > best_value) {
+      best_value = v;
+      best = k;
+    }
+  }
+  for (int s = 0; s < sets; ++s)
+    for (int k = 0; k < w; ++k) cur[s][k] = i + s * w + k;
   const I step = I{} + sets * w;
-  long i = 0;
   for (; i + sets * w <= n; i += sets * w)
     for (int s = 0; s < sets; ++s) {
       const V<T> a = vabs<T>(ld(x + i + s * w));
@@ -217,8 +229,6 @@ template <class T> long iamax_one_pass(long n, const T* x) {
       idx[s] = gt ? cur[s] : idx[s];
       cur[s] += step;
     }
-  T best_value = T(-1);
-  long best = 0;
   for (int s = 0; s < sets; ++s)
     for (int k = 0; k < w; ++k) {
       const T v = m[s][k];
@@ -418,10 +428,21 @@ template <class R> long ciamax_one_pass(long n, const complex_t<R>* xc) {
   for (int s = 0; s < 2; ++s) {
     m[s] = bc(R(-1));
     idx[s] = I{};
-    for (int k = 0; k < w; ++k) cur[s][k] = s * w + k;
   }
+  R best_value = R(-1);
+  long best = 0;
+  long i = elements_to_boundary(x, len);
+  if (i % 2 != 0) i = 0;
+  for (long k = 0; k < i / 2; ++k) {
+    const R v = abs1(xc[k]);
+    if (v > best_value) {
+      best_value = v;
+      best = k;
+    }
+  }
+  for (int s = 0; s < 2; ++s)
+    for (int k = 0; k < w; ++k) cur[s][k] = i + s * w + k;
   const I step = I{} + 2 * w;
-  long i = 0;
   for (; i + 2 * w <= len; i += 2 * w)
     for (int s = 0; s < 2; ++s) {
       const V<R> a = vabs<R>(ld(x + i + s * w));
@@ -431,8 +452,6 @@ template <class R> long ciamax_one_pass(long n, const complex_t<R>* xc) {
       idx[s] = gt ? cur[s] : idx[s];
       cur[s] += step;
     }
-  R best_value = R(-1);
-  long best = 0;
   for (int s = 0; s < 2; ++s)
     for (int k = 0; k < w; ++k) {
       const R v = m[s][k];

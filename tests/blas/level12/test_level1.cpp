@@ -3,6 +3,7 @@
 // vector boundaries, and the special values the routines pin.
 #include <cstring>
 
+#include "blas/level12/tuning.h"
 #include "reference.h"
 
 using namespace ref;
@@ -388,6 +389,45 @@ TEST(Level1, PositionsWithTiesAndNaN) {
   EXPECT_EQ(izamax(&three, z, &zero), 0);
   int neg = -1;
   EXPECT_EQ(idamax(&three, &z[0].real, &neg), 0);
+}
+
+// Sums of magnitudes and positions of the largest from every start within a 64-byte vector: the
+// loops first take the elements up to a vector boundary, the positions by the scalar rule. Lengths
+// around the eight-vector pass of the sums (and its four-, two- and one-vector rests), and for
+// the positions the one-pass length, with the largest in the first elements, tied between them
+// and a later lane, and in the tail.
+template <class T> void check_sum_and_position_starts() {
+  SCOPED_TRACE(info<T>::name);
+  const int one = 1;
+  const int per_vector = 64 / (int)sizeof(T);
+  const int reals = info<T>::cx ? 2 : 1;
+  const int lanes = 64 / (int)sizeof(R_t<T>);  // a vector of the sum kernels, in reals
+  const int one_pass = (int)(zvx::blas12::iamax_one_pass_bytes / (long)sizeof(T)) + 3;
+  for (int n : {1003, (16 * lanes + 7 * lanes + 5) / reals, one_pass})
+    for (int ox = 0; ox < per_vector; ++ox) {
+      SCOPED_TRACE(::testing::Message() << "n " << n << " x at " << ox);
+      auto xb = random_vector<T>(n + per_vector);
+      const T* x = xb.data() + ox;
+      long double s1 = 0;
+      for (int k = 0; k < n; ++k) s1 += abs1<T>(L(x[k]));
+      ASSERT_TRUE(close<T>(api<T>::asum(&n, x, &one), s1, 0, 4 + n / 8));
+      const int head = per_vector - ox;  // at least: the elements before the first boundary
+      for (int where : {0, head - 1, n - 1}) {
+        auto v = xb;
+        T* y = v.data() + ox;
+        y[where] = make<T>(lc(3, 0));
+        ASSERT_EQ(api<T>::iamax(&n, y, &one), where + 1) << where;
+        y[head + 2 * per_vector + 1] = make<T>(lc(-3, 0));  // a tie in a later lane: the first stays
+        ASSERT_EQ(api<T>::iamax(&n, y, &one), std::min(where, head + 2 * per_vector + 1) + 1) << where;
+      }
+    }
+}
+
+TEST(Level1, SumsAndPositionsFromEveryStartWithinAVector) {
+  check_sum_and_position_starts<float>();
+  check_sum_and_position_starts<double>();
+  check_sum_and_position_starts<zvx_complex8>();
+  check_sum_and_position_starts<zvx_complex16>();
 }
 
 TEST(Level1, Nrm2KeepsTheRange) {
