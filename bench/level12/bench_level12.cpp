@@ -420,6 +420,88 @@ void level2_storages(context& c) {
     }
   }
 }
+// The level-2 families at the small orders of blocked factorizations and short solves (32 to
+// 700, the matrix in the first or second-level cache): symmetric and Hermitian multiply, rank-2
+// updates, triangular multiply and solve, real and double complex. `--only small` selects them all,
+// `--only dtrsv-small` and the like one family.
+template <class T> void level2_small_rows(context& c, const char* p) {
+  auto& ob = zvx_bench::openblas(1);
+  auto& rb = zvx_bench::reference_blas();
+  constexpr bool cx = std::is_same_v<T, zvx_complex16>;
+  const int one = 1;
+  const std::string sym = cx ? "hemv" : "symv", rank2 = cx ? "her2" : "syr2";
+  auto pick = [&](const std::string& family) { return wanted("small") || wanted(p + family + "-small"); };
+  using symv_t = void (*)(const char*, const int*, const T*, const T*, const int*, const T*, const int*, const T*, T*,
+                          const int*, fortran_len);
+  using our_symv_t = void (*)(const char*, const int*, const T*, const T*, const int*, const T*, const int*, const T*, T*,
+                              const int*);
+  using syr2_t = void (*)(const char*, const int*, const T*, const T*, const int*, const T*, const int*, T*, const int*,
+                          fortran_len);
+  using our_syr2_t = void (*)(const char*, const int*, const T*, const T*, const int*, const T*, const int*, T*, const int*);
+  using tr_t = void (*)(const char*, const char*, const char*, const int*, const T*, const int*, T*, const int*,
+                        fortran_len, fortran_len, fortran_len);
+  using our_tr_t = void (*)(const char*, const char*, const char*, const int*, const T*, const int*, T*, const int*);
+  our_symv_t our_symv;
+  our_syr2_t our_syr2;
+  our_tr_t our_trmv, our_trsv;
+  if constexpr (cx) { our_symv = zhemv; our_syr2 = zher2; our_trmv = ztrmv; our_trsv = ztrsv; }
+  else { our_symv = dsymv; our_syr2 = dsyr2; our_trmv = dtrmv; our_trsv = dtrsv; }
+  const double es = sizeof(T), fl = cx ? 4 : 1;
+  for (const int n : {32, 100, 250, 400, 700}) {
+    auto a = random_data<T>((size_t)n * n);
+    for (int i = 0; i < n; ++i) {  // a real, dominant diagonal: Hermitian and well conditioned
+      if constexpr (cx) a[i + (size_t)i * n] = {(double)n, 0};
+      else a[i + (size_t)i * n] = n;
+    }
+    auto x = random_data<T>(n), y = random_data<T>(n), b = x;
+    const std::string size = std::to_string(n);
+    T alpha, beta, tiny, check;
+    if constexpr (cx) { alpha = {0.5, 0.25}; beta = {1.0, 0.0}; tiny = {1e-12, 1e-12}; check = {0.5, -0.25}; }
+    else { alpha = 0.5; beta = 1.0; tiny = 1e-12; check = 0.5; }
+    const std::vector<zvx_bench::output> out_y = {{y.data(), (size_t)n * (cx ? 2 : 1), false}},
+                                         out_b = {{b.data(), (size_t)n * (cx ? 2 : 1), false}};
+    if (pick(sym)) {
+      auto peer = ob.get<symv_t>((p + sym + "_").c_str());
+      for (const char* uplo : {"U", "L"}) {
+        auto call = [&](symv_t f) { f(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one, 1); };
+        row(c, p + sym + " " + uplo, size, es * n * n / 2, es * n * n / 2, 2.0 * fl * n * n, false,
+            [&] { our_symv(uplo, &n, &alpha, a.data(), &n, x.data(), &one, &beta, y.data(), &one); },
+            [&] { call(peer); }, out_y, referee(rb.get<symv_t>((p + sym + "_").c_str()), call));
+      }
+    }
+    if (pick(rank2)) {
+      auto peer = ob.get<syr2_t>((p + rank2 + "_").c_str());
+      T factor = tiny;
+      auto saved = a;
+      for (const char* uplo : {"U", "L"}) {
+        auto call = [&](syr2_t f) { f(uplo, &n, &factor, x.data(), &one, y.data(), &one, a.data(), &n, 1); };
+        row(c, p + rank2 + " " + uplo, size, es * n * n / 2, 2 * es * n * n / 2, 2.0 * fl * n * n, false,
+            [&] { our_syr2(uplo, &n, &factor, x.data(), &one, y.data(), &one, a.data(), &n); }, [&] { call(peer); },
+            {{a.data(), (size_t)n * n * (cx ? 2 : 1), false}}, referee(rb.get<syr2_t>((p + rank2 + "_").c_str()), call), -1,
+            [&](bool on) { factor = on ? check : tiny; });
+      }
+      a = saved;
+    }
+    for (const bool solve : {false, true}) {
+      const std::string family = solve ? "trsv" : "trmv";
+      if (!pick(family)) continue;
+      auto peer = ob.get<tr_t>((p + family + "_").c_str());
+      const our_tr_t ours = solve ? our_trsv : our_trmv;
+      for (const char* form : {"UN", "LN", "UT", "LT"}) {
+        const char uplo[2] = {form[0], 0}, trans[2] = {form[1], 0};
+        auto call = [&](tr_t f) { b = x; f(uplo, trans, "N", &n, a.data(), &n, b.data(), &one, 1, 1, 1); };
+        row(c, p + family + " " + form, size, es * n * n / 2, es * n * n / 2, fl * n * n, false,
+            [&] { b = x; ours(uplo, trans, "N", &n, a.data(), &n, b.data(), &one); }, [&] { call(peer); }, out_b,
+            referee(rb.get<tr_t>((p + family + "_").c_str()), call));
+      }
+    }
+  }
+}
+
+void level2_small(context& c) {
+  level2_small_rows<double>(c, "d");
+  level2_small_rows<zvx_complex16>(c, "z");
+}
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -471,6 +553,7 @@ int main(int argc, char** argv) {
   gemv_rows<zvx_complex16>(c, "zgemv", 1000);
   level2_others(c);
   level2_storages(c);
+  level2_small(c);
   t.notes.push_back("\nMedians of alternating samples of per-thread CPU time (the machine has 2 cores shared with other "
                     "builds, so wall-clock samples include time spent waiting for a core); ratios still move by several "
                     "percent between runs, more for calls under a microsecond. Rows whose data exceed the last-level "

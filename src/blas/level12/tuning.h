@@ -110,6 +110,11 @@ inline bool dgemv_t_small(long m, long n) {
 // goes to the gemv kernels; 32 rows of a solve keep the block's triangle in the first-level cache.
 constexpr int trmv_block = 64;
 constexpr int trsv_block = 32;
+// Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
+// this many rows, which scalar loops take, the rectangles between halves going to the gemv
+// kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or
+// column) to 0.7-0.85. Eight rows keep a leaf to a few dozen products.
+constexpr long triangular_leaf = 8;
 
 // Columns of a transposed band multiply whose dots one kernel call takes: the call's cost spread
 // over 64 columns of 33 elements is a few per cent; more columns only lengthen the stack buffer.
