@@ -1,13 +1,14 @@
 // The serial GEMM engines for one instruction set (this file is compiled once per set): the
 // wrapper that takes scratch, the driver that owns the blocking, the packing routines, the
-// fixed-depth microkernels and the small kernels for ragged edges, written once for s, d, c, z.
+// microkernels and the small kernel (the fallback without scratch, and single complex's direct
+// kernel), written once for s, d, c, z.
 //
 // Shape of every engine, outermost loop first: column block of C, row block of C (beta applied
 // to the block once), depth step (pack the block of B), row tile (pack a tile of A), columns of
-// the block in register tiles of nr. The depth steps are the main depth kb as often as it fits,
-// then one tail step for each of the fixed depths kb/2, ..., 8 that the rest still holds (the
-// binary digits of the rest), and the last 0 to 7 steps of depth go to the small kernel. The
-// tail runs inside each block of C, right after its main depth steps.
+// the block in register tiles of nr. The depth is cut into as few steps as the main depth kb
+// allows, all of nearly the same length (they differ by at most one): every step passes over
+// the block of C once, so a short tail step would cost a pass over C for little work (k = 500
+// in steps of 256, 128, 64, 32, 16 and 4 passed over C six times; as 250 + 250, twice).
 //
 // Problems whose three sizes are all at most 64, with op(A) = A and op(B) not conjugated, skip
 // packing and scratch: the same register tiles read the caller's operands directly.
@@ -46,14 +47,14 @@ inline int fold_op(const char* t, bool complex) { return static_cast<int>(zvx::r
 enum alpha_mode : int { alpha_add = 0, alpha_sub = 1, alpha_mul = 2 };
 
 // ------------------------------------------------------------------------------------------
-// Microkernel: C tile(s) += packed A tile * packed B block, fixed depth D, for all columns of
-// the block in register tiles of NR columns. Packed A: depth after depth, MV vectors each
+// Microkernel: C tile(s) += packed A tile * packed B block of depth d, for all columns of the
+// block in register tiles of NR columns. Packed A: depth after depth, MV vectors each
 // (element (i, l) at (l * TR + i) * E). Packed B: panels of NR columns, depth after depth
 // within a panel (element (l, j) at panel * D * NR * E + (l * NR + j) * E). `rows` is the count
 // of valid rows of the tile (below TR only in the last tile of a block, whose padding rows of
 // packed A are zero); a panel with fewer than NR columns has zero columns in packed B.
-template <class R, int E, int MV, int NR, int D>
-void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
+template <class R, int E, int MV, int NR>
+void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
             index_t ldc, int amode, const R* alpha) {
   using S = simd<R>;
   using V = typename S::v;
@@ -401,11 +402,11 @@ void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst
 }
 
 // ------------------------------------------------------------------------------------------
-// Small kernel, for the ragged edges: C(rows, cols) += alpha * op(A)(rows, depth) *
+// Small kernel: C(rows, cols) += alpha * op(A)(rows, depth) *
 // op(B)(depth, cols) on the unpacked operands. The sums of a column run over the depth first,
 // alpha multiplies the finished sum (so results may differ in the last place from the packed
-// path, where alpha is folded into A). It is also the engine's path when no scratch could be
-// had, and cgemm's direct kernel.
+// path, where alpha is folded into A). It is the engine's path when no scratch could be had,
+// and cgemm's direct kernel.
 template <class R, int E, int TA, int TB>
 void small_kernel(int rows, int cols, int depth, const R* alpha, const R* a, index_t lda,
                   const R* b, index_t ldb, R* c, index_t ldc) {
@@ -520,34 +521,19 @@ void unstage_block(int rows, int cols, const R* s, index_t lds, R* c, index_t ld
 // The engine of one type: its tuning, its kernel table and its sections.
 
 template <class R>
-using kernel_fn = void (*)(int, int, const R*, const R*, R*, index_t, int, const R*);
+using kernel_fn = void (*)(int, int, int, const R*, const R*, R*, index_t, int, const R*);
 
-constexpr int depth_count(int kb) {
-  int n = 0;
-  for (int d = kb; d >= gemm_tail_min; d /= 2) ++n;
-  return n;
-}
-
-// kernels[mv - 1][s]: the tile of mv vectors at depth kb >> s.
+// kernels[mv - 1]: the tile of mv vectors.
 template <class R, int E>
 struct kernel_table {
   static constexpr gemm_tuning t = engine_traits<R, E>::t;
-  static constexpr int depths = depth_count(t.kb);
-  kernel_fn<R> fn[t.mv][depths];
+  kernel_fn<R> fn[t.mv];
 };
-
-template <class R, int E, int MV, std::size_t... S>
-constexpr void fill_row(kernel_table<R, E>& k, std::index_sequence<S...>) {
-  constexpr gemm_tuning t = engine_traits<R, E>::t;
-  ((k.fn[MV - 1][S] = &kernel<R, E, MV, t.nr, (t.kb >> S)>), ...);
-}
 
 template <class R, int E, std::size_t... M>
 constexpr kernel_table<R, E> make_kernel_table(std::index_sequence<M...>) {
-  kernel_table<R, E> k{};
-  (fill_row<R, E, static_cast<int>(M) + 1>(k, std::make_index_sequence<kernel_table<R, E>::depths>{}),
-   ...);
-  return k;
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  return kernel_table<R, E>{{&kernel<R, E, static_cast<int>(M) + 1, t.nr>...}};
 }
 
 template <class R, int E>
@@ -630,11 +616,8 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
   const R* pack_alpha = alpha_folded ? alpha : one;
   const bool pack_scale = alpha_folded && !(alpha[0] == R(1) && (E == 1 || alpha[E - 1] == R(0)));
 
-  // The depth steps: kb while it fits, then kb/2, ..., 8 as the rest holds them.
-  const int kmain = k - k % t.kb;
-  const int rest = k - kmain;
-  const int small_depth = rest % gemm_tail_min;
-  const int kfixed = k - small_depth;
+  // The depth steps: as few as kb allows, their lengths differing by at most one.
+  const int steps = k > 0 ? (k + t.kb - 1) / t.kb : 0;
 
   const index_t ldaE = lda * E;
   for (int jb = 0; jb < n; jb += t.nb) {
@@ -654,15 +637,8 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
         scale_block<R, E>(mbk, nbk, beta, cb, ldcb);
       }
       if (!alpha_zero) {
-        for (int l0 = 0; l0 < kfixed;) {
-          int step = 0;  // index of the depth kb >> step
-          int d = t.kb;
-          if (l0 >= kmain) {
-            while (d > kfixed - l0) {
-              d /= 2;
-              ++step;
-            }
-          }
+        for (int s = 0, l0 = 0; s < steps; ++s) {
+          const int d = k / steps + (s < k % steps ? 1 : 0);
           const R* bsrc = tb == op_n ? b + (l0 + static_cast<index_t>(jb) * ldb) * E
                                      : b + (jb + static_cast<index_t>(l0) * ldb) * E;
           sec.pack_b(d, nbk, t.nr, bsrc, ldb, pb);
@@ -672,15 +648,9 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
             const index_t gi = ib + i0;
             const R* asrc = ta == op_n ? a + gi * E + l0 * ldaE : a + l0 * E + gi * ldaE;
             sec.pack_a(rows, mv * rows_per_vec, d, asrc, lda, pack_alpha, pack_scale, pa);
-            kt.fn[mv - 1][step](nbk, rows, pa, pb, cb + i0 * E, ldcb, amode, alpha);
+            kt.fn[mv - 1](d, nbk, rows, pa, pb, cb + i0 * E, ldcb, amode, alpha);
           }
           l0 += d;
-        }
-        if (small_depth > 0) {
-          const R* asrc = ta == op_n ? a + ib * E + kfixed * ldaE : a + kfixed * E + ib * ldaE;
-          const R* bsrc = tb == op_n ? b + (kfixed + static_cast<index_t>(jb) * ldb) * E
-                                     : b + (jb + static_cast<index_t>(kfixed) * ldb) * E;
-          sec.small(mbk, nbk, small_depth, alpha, asrc, lda, bsrc, ldb, cb, ldcb);
         }
       }
       if (stage) unstage_block(mbk, nbk, stage, scratch_sizes<R, E>::stage_ld,

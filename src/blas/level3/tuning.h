@@ -122,9 +122,7 @@ constexpr int tri_kernel_max = 32;
 //   mv  vectors of packed A per register tile: the largest row tile is mv * lanes reals; the
 //       driver also runs tiles of mv-1 ... 1 vectors for the rows left behind the full tiles.
 //   nr  columns per register tile: each depth step broadcasts nr elements of B.
-//   kb  main depth per block (a power of two): the fixed depth of the main kernels. The tail
-//       kernels have the fixed depths kb/2, kb/4, ..., tail_min; what is left below tail_min goes
-//       to the small kernel.
+//   kb  longest depth step: a depth k is cut into ceil(k / kb) steps of nearly equal length.
 //   mb  rows of C per block; nb columns of C per block (a multiple of nr).
 //
 // Why the tiles: the accumulators are mv*nr vectors for a real type and 2*mv*nr for a complex
@@ -145,8 +143,6 @@ namespace ZVX_ISA_NS {
 struct gemm_tuning {
   int mv, nr, kb, mb, nb;
 };
-
-inline constexpr int gemm_tail_min = 8;  // the shortest fixed-depth kernel
 
 #if ZVX_ISA_LEVEL == 2
 // double: 24x8 tile; A tile 24 x 256 x 8 B = 48 KiB, in L2 and streaming through L1 (a depth
