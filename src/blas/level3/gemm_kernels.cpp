@@ -1,13 +1,14 @@
 // The serial GEMM engines for one instruction set (this file is compiled once per set): the
 // wrapper that takes scratch, the driver that owns the blocking, the packing routines, the
-// fixed-depth microkernels and the small kernels for ragged edges, written once for s, d, c, z.
+// microkernels and the small kernel (the fallback without scratch, and single complex's direct
+// kernel), written once for s, d, c, z.
 //
 // Shape of every engine, outermost loop first: column block of C, row block of C (beta applied
 // to the block once), depth step (pack the block of B), row tile (pack a tile of A), columns of
-// the block in register tiles of nr. The depth steps are the main depth kb as often as it fits,
-// then one tail step for each of the fixed depths kb/2, ..., 8 that the rest still holds (the
-// binary digits of the rest), and the last 0 to 7 steps of depth go to the small kernel. The
-// tail runs inside each block of C, right after its main depth steps.
+// the block in register tiles of nr. The depth is cut into as few steps as the main depth kb
+// allows, all of nearly the same length (they differ by at most one): every step passes over
+// the block of C once, so a short tail step would cost a pass over C for little work (k = 500
+// in steps of 256, 128, 64, 32, 16 and 4 passed over C six times; as 250 + 250, twice).
 //
 // Problems whose three sizes are all at most 64, with op(A) = A and op(B) not conjugated, skip
 // packing and scratch: the same register tiles read the caller's operands directly.
@@ -46,14 +47,14 @@ inline int fold_op(const char* t, bool complex) { return static_cast<int>(zvx::r
 enum alpha_mode : int { alpha_add = 0, alpha_sub = 1, alpha_mul = 2 };
 
 // ------------------------------------------------------------------------------------------
-// Microkernel: C tile(s) += packed A tile * packed B block, fixed depth D, for all columns of
-// the block in register tiles of NR columns. Packed A: depth after depth, MV vectors each
+// Microkernel: C tile(s) += packed A tile * packed B block of depth d, for all columns of the
+// block in register tiles of NR columns. Packed A: depth after depth, MV vectors each
 // (element (i, l) at (l * TR + i) * E). Packed B: panels of NR columns, depth after depth
 // within a panel (element (l, j) at panel * D * NR * E + (l * NR + j) * E). `rows` is the count
 // of valid rows of the tile (below TR only in the last tile of a block, whose padding rows of
 // packed A are zero); a panel with fewer than NR columns has zero columns in packed B.
-template <class R, int E, int MV, int NR, int D>
-void kernel(int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
+template <class R, int E, int MV, int NR>
+void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
             index_t ldc, int amode, const R* alpha) {
   using S = simd<R>;
   using V = typename S::v;
@@ -340,6 +341,38 @@ void pack_a(int rows, int tr, int d, const R* a, index_t lda, const R* alpha, bo
   }
 }
 
+// The tiles of a block of `rows` rows of op(A), depth d, one after the other (tile t at
+// t * TR * d * E; the last one as many vectors wide as its rows need, padded with zero rows).
+// As columns, op(A) = A is packed a column at a time across all the tiles: each column is then
+// read from start to end, a stream the processor fetches ahead by itself, where a tile at a
+// time read a few lines of each of d columns and waited on every one (packing A was 3-5 % of
+// sgemm at n = 1,000 and 2,000). As rows (transposed) each tile already reads whole rows.
+template <class R, int E, int OP>
+void pack_a_block(int rows, int TR, int d, const R* a, index_t lda, const R* alpha, bool scale,
+                  R* __restrict dst) {
+  constexpr int per_vec = simd<R>::lanes / E;
+  const index_t tile_size = static_cast<index_t>(TR) * d * E;
+  if constexpr (OP == op_n) {
+    const int last_rows = rows - (rows - 1) / TR * TR;
+    const int last_tr = (last_rows + per_vec - 1) / per_vec * per_vec;
+    for (int l = 0; l < d; ++l) {
+      const R* src = a + l * lda * E;
+      R* out = dst;
+      for (int i0 = 0; i0 < rows; i0 += TR, out += tile_size) {
+        const bool last = i0 + TR >= rows;
+        pack_a<R, E, OP>(last ? last_rows : TR, last ? last_tr : TR, 1, src + i0 * E, lda, alpha,
+                         scale, out + static_cast<index_t>(l) * (last ? last_tr : TR) * E);
+      }
+    }
+  } else {
+    for (int i0 = 0; i0 < rows; i0 += TR, dst += tile_size) {
+      const int r = std::min(TR, rows - i0);
+      pack_a<R, E, OP>(r, (r + per_vec - 1) / per_vec * per_vec, d, a + i0 * lda * E, lda, alpha,
+                       scale, dst);
+    }
+  }
+}
+
 // A block of op(B), depth d by ncols, into panels of nr columns; a last narrow panel is
 // completed with zero columns.
 template <class R, int E, int OP>
@@ -401,11 +434,11 @@ void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst
 }
 
 // ------------------------------------------------------------------------------------------
-// Small kernel, for the ragged edges: C(rows, cols) += alpha * op(A)(rows, depth) *
+// Small kernel: C(rows, cols) += alpha * op(A)(rows, depth) *
 // op(B)(depth, cols) on the unpacked operands. The sums of a column run over the depth first,
 // alpha multiplies the finished sum (so results may differ in the last place from the packed
-// path, where alpha is folded into A). It is also the engine's path when no scratch could be
-// had, and cgemm's direct kernel.
+// path, where alpha is folded into A). It is the engine's path when no scratch could be had,
+// and cgemm's direct kernel.
 template <class R, int E, int TA, int TB>
 void small_kernel(int rows, int cols, int depth, const R* alpha, const R* a, index_t lda,
                   const R* b, index_t ldb, R* c, index_t ldc) {
@@ -520,34 +553,19 @@ void unstage_block(int rows, int cols, const R* s, index_t lds, R* c, index_t ld
 // The engine of one type: its tuning, its kernel table and its sections.
 
 template <class R>
-using kernel_fn = void (*)(int, int, const R*, const R*, R*, index_t, int, const R*);
+using kernel_fn = void (*)(int, int, int, const R*, const R*, R*, index_t, int, const R*);
 
-constexpr int depth_count(int kb) {
-  int n = 0;
-  for (int d = kb; d >= gemm_tail_min; d /= 2) ++n;
-  return n;
-}
-
-// kernels[mv - 1][s]: the tile of mv vectors at depth kb >> s.
+// kernels[mv - 1]: the tile of mv vectors.
 template <class R, int E>
 struct kernel_table {
   static constexpr gemm_tuning t = engine_traits<R, E>::t;
-  static constexpr int depths = depth_count(t.kb);
-  kernel_fn<R> fn[t.mv][depths];
+  kernel_fn<R> fn[t.mv];
 };
-
-template <class R, int E, int MV, std::size_t... S>
-constexpr void fill_row(kernel_table<R, E>& k, std::index_sequence<S...>) {
-  constexpr gemm_tuning t = engine_traits<R, E>::t;
-  ((k.fn[MV - 1][S] = &kernel<R, E, MV, t.nr, (t.kb >> S)>), ...);
-}
 
 template <class R, int E, std::size_t... M>
 constexpr kernel_table<R, E> make_kernel_table(std::index_sequence<M...>) {
-  kernel_table<R, E> k{};
-  (fill_row<R, E, static_cast<int>(M) + 1>(k, std::make_index_sequence<kernel_table<R, E>::depths>{}),
-   ...);
-  return k;
+  constexpr gemm_tuning t = engine_traits<R, E>::t;
+  return kernel_table<R, E>{{&kernel<R, E, static_cast<int>(M) + 1, t.nr>...}};
 }
 
 template <class R, int E>
@@ -564,7 +582,7 @@ struct section {
 
 template <class R, int E, int TA, int TB>
 constexpr section<R> make_section() {
-  return {&pack_a<R, E, TA>, &pack_b<R, E, TB>, &small_kernel<R, E, TA, TB>};
+  return {&pack_a_block<R, E, TA>, &pack_b<R, E, TB>, &small_kernel<R, E, TA, TB>};
 }
 
 // Four sections for the real types, nine for the complex ones, indexed [op(A)][op(B)].
@@ -593,7 +611,9 @@ struct scratch_sizes {
   static constexpr gemm_tuning t = engine_traits<R, E>::t;
   static constexpr int lanes = simd<R>::lanes;
   static constexpr int tile_rows = t.mv * lanes / E;
-  static constexpr index_t a = static_cast<index_t>(tile_rows) * t.kb * E;
+  // Packed A: the tiles of a whole row block.
+  static constexpr index_t a = static_cast<index_t>((t.mb + tile_rows - 1) / tile_rows) *
+                               tile_rows * t.kb * E;
   static constexpr index_t b = static_cast<index_t>(t.kb) * t.nb * E;  // nb is a multiple of nr
   // Staged C: column stride rounded to a whole cache line.
   static constexpr index_t stage_ld = (t.mb + 64 / (E * static_cast<int>(sizeof(R))) - 1) /
@@ -630,11 +650,8 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
   const R* pack_alpha = alpha_folded ? alpha : one;
   const bool pack_scale = alpha_folded && !(alpha[0] == R(1) && (E == 1 || alpha[E - 1] == R(0)));
 
-  // The depth steps: kb while it fits, then kb/2, ..., 8 as the rest holds them.
-  const int kmain = k - k % t.kb;
-  const int rest = k - kmain;
-  const int small_depth = rest % gemm_tail_min;
-  const int kfixed = k - small_depth;
+  // The depth steps: as few as kb allows, their lengths differing by at most one.
+  const int steps = k > 0 ? (k + t.kb - 1) / t.kb : 0;
 
   const index_t ldaE = lda * E;
   for (int jb = 0; jb < n; jb += t.nb) {
@@ -654,33 +671,20 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
         scale_block<R, E>(mbk, nbk, beta, cb, ldcb);
       }
       if (!alpha_zero) {
-        for (int l0 = 0; l0 < kfixed;) {
-          int step = 0;  // index of the depth kb >> step
-          int d = t.kb;
-          if (l0 >= kmain) {
-            while (d > kfixed - l0) {
-              d /= 2;
-              ++step;
-            }
-          }
+        for (int s = 0, l0 = 0; s < steps; ++s) {
+          const int d = k / steps + (s < k % steps ? 1 : 0);
           const R* bsrc = tb == op_n ? b + (l0 + static_cast<index_t>(jb) * ldb) * E
                                      : b + (jb + static_cast<index_t>(l0) * ldb) * E;
           sec.pack_b(d, nbk, t.nr, bsrc, ldb, pb);
-          for (int i0 = 0; i0 < mbk; i0 += TR) {
+          const R* asrc = ta == op_n ? a + ib * E + l0 * ldaE : a + l0 * E + ib * ldaE;
+          sec.pack_a(mbk, TR, d, asrc, lda, pack_alpha, pack_scale, pa);
+          const R* pat = pa;
+          for (int i0 = 0; i0 < mbk; i0 += TR, pat += static_cast<index_t>(TR) * d * E) {
             const int rows = std::min(TR, mbk - i0);
             const int mv = (rows + rows_per_vec - 1) / rows_per_vec;
-            const index_t gi = ib + i0;
-            const R* asrc = ta == op_n ? a + gi * E + l0 * ldaE : a + l0 * E + gi * ldaE;
-            sec.pack_a(rows, mv * rows_per_vec, d, asrc, lda, pack_alpha, pack_scale, pa);
-            kt.fn[mv - 1][step](nbk, rows, pa, pb, cb + i0 * E, ldcb, amode, alpha);
+            kt.fn[mv - 1](d, nbk, rows, pat, pb, cb + i0 * E, ldcb, amode, alpha);
           }
           l0 += d;
-        }
-        if (small_depth > 0) {
-          const R* asrc = ta == op_n ? a + ib * E + kfixed * ldaE : a + kfixed * E + ib * ldaE;
-          const R* bsrc = tb == op_n ? b + (kfixed + static_cast<index_t>(jb) * ldb) * E
-                                     : b + (jb + static_cast<index_t>(kfixed) * ldb) * E;
-          sec.small(mbk, nbk, small_depth, alpha, asrc, lda, bsrc, ldb, cb, ldcb);
         }
       }
       if (stage) unstage_block(mbk, nbk, stage, scratch_sizes<R, E>::stage_ld,

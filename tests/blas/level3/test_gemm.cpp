@@ -55,13 +55,14 @@ TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   }
 }
 
-// Depths around the fixed depths of the kernels (8 ... 256), the main depth of each engine and
-// instruction set (64, 128, 256), and the depth left to the small kernel (1 to 7).
+// Depths around the longest depth step of each engine and instruction set (64, 128, 256) and
+// their multiples, where the count of steps changes and the steps become uneven (257 = 129 +
+// 128, 513 = 171 + 171 + 171, 769 = 193 + 192 + 192 + 192), and short depths (1 to 65).
 TYPED_TEST(Gemm, DepthBoundaries) {
   using T = TypeParam;
   unsigned seed = 200;
   for (int k : {1, 2, 7, 8, 9, 15, 16, 17, 23, 24, 31, 32, 33, 47, 48, 57, 58, 63, 64, 65, 71,
-                127, 128, 129, 135, 191, 255, 256, 257, 263, 383, 520})
+                127, 128, 129, 135, 191, 255, 256, 257, 263, 383, 511, 512, 513, 520, 769})
     EXPECT_TRUE(run_case<T>(k % 2 ? 'N' : 'T', k % 3 ? 'T' : 'N', 26, 10, k, alpha_value<T>(),
                             beta_value<T>(), seed++));
 }
