@@ -102,7 +102,7 @@ TEST(CsrShortRows, StencilBandsOfEveryWidthWithAndWithoutBreaks) {
       const auto e = brk ? broken(e0, m) : e0;
       for (int origin : {0, 1})
         for (bool gaps : {false, true})
-          for (long n : {1L, 2L, 8L, 9L})
+          for (long n : {1L, 2L, 7L, 8L, 9L, 12L})
             for (double beta : {0.0, 0.5}) {
               const std::string what = "width " + std::to_string(width) + (brk ? " broken" : "") + " origin " +
                                        std::to_string(origin) + (gaps ? " gaps" : "") + " n " + std::to_string(n) +
