@@ -208,6 +208,10 @@ TEST(CooShortRows, StencilBandsInOrderShuffledAndWithRowsThatGoOn) {
     std::mt19937 gen(60 + width);
     std::shuffle(on.begin(), on.end(), gen);
     check_coo(on, m, 'N', 0.0, w + " shuffled");
+    // the whole list twice: the second pass meets bands of rows that are written already
+    auto twice = e;
+    twice.insert(twice.end(), e.begin(), e.end());
+    for (double beta : {0.0, 0.5}) check_coo(twice, m, 'N', beta, w + " listed twice, beta " + std::to_string(beta));
   }
 }
 
