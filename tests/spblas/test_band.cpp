@@ -102,7 +102,7 @@ TEST(CsrShortRows, StencilBandsOfEveryWidthWithAndWithoutBreaks) {
       const auto e = brk ? broken(e0, m) : e0;
       for (int origin : {0, 1})
         for (bool gaps : {false, true})
-          for (long n : {1L, 2L, 8L, 9L})
+          for (long n : {1L, 2L, 7L, 8L, 9L, 12L})
             for (double beta : {0.0, 0.5}) {
               const std::string what = "width " + std::to_string(width) + (brk ? " broken" : "") + " origin " +
                                        std::to_string(origin) + (gaps ? " gaps" : "") + " n " + std::to_string(n) +
@@ -208,6 +208,10 @@ TEST(CooShortRows, StencilBandsInOrderShuffledAndWithRowsThatGoOn) {
     std::mt19937 gen(60 + width);
     std::shuffle(on.begin(), on.end(), gen);
     check_coo(on, m, 'N', 0.0, w + " shuffled");
+    // the whole list twice: the second pass meets bands of rows that are written already
+    auto twice = e;
+    twice.insert(twice.end(), e.begin(), e.end());
+    for (double beta : {0.0, 0.5}) check_coo(twice, m, 'N', beta, w + " listed twice, beta " + std::to_string(beta));
   }
 }
 
