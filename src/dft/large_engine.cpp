@@ -13,7 +13,6 @@
 
 #include "dft/dft_tuning.h"
 #include "service/cpu_features.h"
-#include "service/platform.h"
 #include "service/service.h"
 
 namespace zvx::dft {
@@ -278,10 +277,9 @@ struct team_counters {
 constexpr int kBlockPhase = 32, kReversePhase = 33;
 
 // The barrier between phases; a team of one (the serial entries, which may run inside someone
-// else's region) never meets one. A thread that arrives early polls briefly, then gives its core
-// away between polls: when its partner has been taken off the core by another process, spinning
-// on would burn the time slice the partner is waiting for, where the runtime's own barrier spins
-// for milliseconds. The last to arrive opens the next round; its release, paired with the
+// else's region) never meets one. A thread that arrives early polls briefly, then sleeps: when
+// its partner has been taken off its core by another process, spinning on (as the runtime's own
+// barrier does, for milliseconds) would burn the time the partner is waiting for. The last to arrive opens the next round; its release, paired with the
 // acquire of the waiters, publishes the phase's writes.
 inline void team_barrier(team_counters* c, int team) {
   if (team <= 1 || c == nullptr) return;

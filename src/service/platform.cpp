@@ -137,8 +137,6 @@ void sleep_ms(unsigned milliseconds) {
   }
 }
 
-void yield_processor() { sched_yield(); }
-
 // A wall clock in milliseconds, the resolution of the coarse clock the frequency check spins on.
 // Processor time would not do: on a busy machine the process is preempted while the time-stamp
 // counter runs on, and the estimate grows with the load.

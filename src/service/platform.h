@@ -41,8 +41,6 @@ void console_write(const char* text, size_t length);
 // Monotonic clock in nanoseconds; false if the clock cannot be read.
 bool monotonic_ns(uint64_t* ns);
 void sleep_ms(unsigned milliseconds);
-// Gives the rest of the calling thread's time slice to another runnable thread, if there is one.
-void yield_processor();
 // A coarse wall clock in ticks of clock_ticks_per_second().
 long clock_ticks();
 long clock_ticks_per_second();
