@@ -267,18 +267,34 @@ inline long piece_of(long count, int team) {
   return piece > 0 ? piece : 1;
 }
 
-// One counter for each phase of a line: the shared passes, the blocks, the ordering step.
+// One counter for each phase of a line (the shared passes, the blocks, the ordering step), and
+// the team's barrier between phases: threads that have arrived, and the round it is in.
 struct team_counters {
   std::atomic<long> next[34];
+  alignas(64) std::atomic<int> arrived;
+  std::atomic<int> round;
 };
 constexpr int kBlockPhase = 32, kReversePhase = 33;
 
-// A barrier of the team; a team of one (the serial entries, which may run inside someone else's
-// region) never meets one, which would otherwise bind to that region.
-inline void team_barrier(int team) {
-  if (team > 1) {
-#pragma omp barrier
+// The barrier between phases; a team of one (the serial entries, which may run inside someone
+// else's region) never meets one. A thread that arrives early polls briefly, then sleeps: when
+// its partner has been taken off its core by another process, spinning on (as the runtime's own
+// barrier does, for milliseconds) would burn the time the partner is waiting for. The last to arrive opens the next round; its release, paired with the
+// acquire of the waiters, publishes the phase's writes.
+inline void team_barrier(team_counters* c, int team) {
+  if (team <= 1 || c == nullptr) return;
+  const int round = c->round.load(std::memory_order_acquire);
+  if (c->arrived.fetch_add(1, std::memory_order_acq_rel) == team - 1) {
+    c->arrived.store(0, std::memory_order_relaxed);
+    c->round.store(round + 1, std::memory_order_release);
+    c->round.notify_all();
+    return;
   }
+  for (long polls = 0; polls < tuning::kLargeSpinPolls; ++polls) {
+    if (c->round.load(std::memory_order_acquire) != round) return;
+    __builtin_ia32_pause();
+  }
+  c->round.wait(round, std::memory_order_acquire);
 }
 
 // How a team shares a line: the first `shared` passes of the chain, on blocks of 2^log2_block[d]
@@ -439,21 +455,21 @@ void line_part(E* data, const large_table* t, bool ordered, real_t<E> scale, int
   if (Forward) {
     for (int d = 0; d < sp.shared; ++d) {
       shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 0, T(1), team, next(d), parts.column);
-      team_barrier(team);
+      team_barrier(counters, team);
     }
     blocks(forward_block<T>);
     if (ordered) {
-      team_barrier(team);
+      team_barrier(counters, team);
       bit_reverse(data, t, parts.tiles, scale, team, me, next(kReversePhase));
     }
   } else {
     if (ordered) {
       bit_reverse(data, t, parts.tiles, T(1), team, me, next(kReversePhase));
-      team_barrier(team);
+      team_barrier(counters, team);
     }
     blocks(backward_block<T>);
     for (int d = sp.shared - 1; d >= 0; --d) {
-      team_barrier(team);
+      team_barrier(counters, team);
       shared_pass(x, sp.log2_block[d], sp.blocks[d], t, k, 1, d == 0 ? scale : T(1), team, next(d),
                   parts.column);
     }
@@ -508,11 +524,16 @@ int large_parallel(E* data, int threads, const record* r) {
   const real_t<E> scale = scale_of<E>(r, Forward);
   team_counters counters;
   for (std::atomic<long>& c : counters.next) c.store(0, std::memory_order_relaxed);
+  counters.arrived.store(0, std::memory_order_relaxed);
+  counters.round.store(0, std::memory_order_relaxed);
 #pragma omp parallel num_threads(threads)
   {
     const int team = omp_get_num_threads(), me = omp_get_thread_num();
-    line_part<E, Forward>(data, t, ordered, scale, team, me, team > 1 ? &counters : nullptr,
+    team_counters* shared = team > 1 ? &counters : nullptr;
+    line_part<E, Forward>(data, t, ordered, scale, team, me, shared,
                           parts_of<E>(base + me * stride));
+    // The wait for the last piece happens here rather than at the end of the region.
+    team_barrier(shared, team);
   }
   if (own != nullptr) zvx::scratch_free(own);
   return DFTI_NO_ERROR;

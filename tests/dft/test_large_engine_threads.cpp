@@ -59,6 +59,29 @@ TYPED_TEST(LargeThreads, ThreadedEntriesEqualTheSerialOneToTheBit) {
   omp_set_num_threads(2);
 }
 
+// Many calls in a row on one record, alternating directions and team sizes: each call's barrier
+// rounds start afresh, so the tenth call of a team of three equals the serial chain of ten calls
+// to the bit (a round left open by one call would let a thread run ahead into the next phase).
+TYPED_TEST(LargeThreads, ConsecutiveCallsEqualTheSerialChain) {
+  using E = TypeParam;
+  omp_set_num_threads(3);
+  const long n = first_large_length<E>() * 2;
+  DFTI_DESCRIPTOR_HANDLE h = line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.5, 1.0 / n);
+  DftiDimensionRecord r = *h;
+  r.ordering = DFTI_ORDERED;
+  const std::vector<E> x0 = random_array<E>(n, 26);
+  std::vector<E> serial = x0, x = x0;
+  for (int call = 0; call < 10; ++call) {
+    SCOPED_TRACE(call);
+    const bool fw = call % 2 == 0;
+    ASSERT_EQ(line_slot<E>(&r, fw)(serial.data(), serial.data(), &r, nullptr), 0);
+    ASSERT_EQ(parallel_slot<E>(&r, fw)(x.data(), 2 + call % 2, &r), 0);
+    ASSERT_EQ(std::memcmp(x.data(), serial.data(), sizeof(E) * x.size()), 0);
+  }
+  EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
+  omp_set_num_threads(2);
+}
+
 // The threaded entries against FFTW in long double: a team of two and of three (whose blocks do
 // not divide evenly among it), ordered and scrambled, both directions.
 TYPED_TEST(LargeThreads, ThreadedEntriesAgainstFftw) {
