@@ -36,22 +36,69 @@ inline int solve_threads(const int* ipar, bool two_transforms) {
   return std::max(threads, 1);
 }
 
-// Runs body(first, end, thread) over [0, count) in parts handed out to `threads` threads as
-// they come free; returns the first non-zero status any part gave. Every index is done by exactly
-// one part and a part's result does not depend on the thread that does it, so the result is that
-// of one thread. The parts depend only on count and the thread count.
+// The parts of a stage, a run of consecutive ones per thread: the owner takes its parts from the
+// front, a thread whose run is done takes the last part of another's. Both ends of a run sit in one
+// word, so taking from either end is one compare-and-swap on it; each word has a cache line of its
+// own.
+struct alignas(kCacheLineBytes) part_run {
+  unsigned long long ends;  // first part in the low half, end in the high half
+};
+inline constexpr int kMaxRuns = 64;
+
+inline long take_front(part_run& r) {
+  unsigned long long v = __atomic_load_n(&r.ends, __ATOMIC_RELAXED);
+  for (;;) {
+    const unsigned long long lo = v & 0xffffffffu, hi = v >> 32;
+    if (lo >= hi) return -1;
+    if (__atomic_compare_exchange_n(&r.ends, &v, v + 1, false, __ATOMIC_RELAXED,
+                                    __ATOMIC_RELAXED))
+      return static_cast<long>(lo);
+  }
+}
+inline long take_back(part_run& r) {
+  unsigned long long v = __atomic_load_n(&r.ends, __ATOMIC_RELAXED);
+  for (;;) {
+    const unsigned long long lo = v & 0xffffffffu, hi = v >> 32;
+    if (lo >= hi) return -1;
+    if (__atomic_compare_exchange_n(&r.ends, &v, v - (1ull << 32), false, __ATOMIC_RELAXED,
+                                    __ATOMIC_RELAXED))
+      return static_cast<long>(hi - 1);
+  }
+}
+
+// Runs body(first, end, thread) over [0, count) in parts; returns the first non-zero status any
+// part gave. Every index is done by exactly one part and a part's result does not depend on the
+// thread that does it, so the result is that of one thread. The parts depend only on count and
+// the thread count.
+//
+// Each thread starts on a run of consecutive parts of its own, so that at any time the threads
+// work far apart in the grid: a row of the grid is no whole number of cache lines, and two
+// threads sweeping neighbouring column blocks at the same pace would pass the line at their
+// border back and forth on every row. A thread that the system takes off its core still holds up
+// nothing: the others take over the rest of its run from the far end.
 template <class Body> int split(int threads, long count, Body&& body) {
   if (threads <= 1) return body(0L, count, 0);
+  threads = std::min(threads, kMaxRuns);
   const long per = static_cast<long>(threads) * kPartsPerThread;
   const long parts = count < per ? count : per;
+  part_run runs[kMaxRuns];
+  for (int t = 0; t < threads; ++t) {
+    const unsigned long long lo = parts * t / threads, hi = parts * (t + 1) / threads;
+    runs[t].ends = lo | hi << 32;
+  }
   int status = 0;
 #pragma omp parallel num_threads(threads)
   {
     const int t = omp_get_thread_num();
     int mine = 0;
-#pragma omp for schedule(dynamic, 1) nowait
-    for (long p = 0; p < parts; ++p) {
+    const auto run = [&](long p) {
       if (mine == 0) mine = body(count * p / parts, count * (p + 1) / parts, t);
+    };
+    for (long p; (p = take_front(runs[t])) >= 0;) run(p);
+    // A team smaller than asked leaves runs without their owner: the others take them whole.
+    for (int k = 1; k < threads; ++k) {
+      part_run& other = runs[(t + k) % threads];
+      for (long p; (p = take_back(other)) >= 0;) run(p);
     }
     if (mine != 0) {
 #pragma omp critical(zvx_poisson_status)
