@@ -1,6 +1,7 @@
 // The sharing of a stage among threads: every index done exactly once whatever the count and
-// the team, the same parts on every run, a failing part's status returned, and no thread's
-// stall holding up the others. Run in an entry of its own with OMP_NUM_THREADS=2.
+// the team, the same parts on every run, a failing part's status returned, no thread's stall
+// holding up the others; stages one after another in one team, a failure ending the solve.
+// Run in an entry of its own with OMP_NUM_THREADS=2.
 #include <gtest/gtest.h>
 #include <omp.h>
 
@@ -118,6 +119,55 @@ TEST(SplitThreads, StalledThreadsRunTakenOver) {
   EXPECT_EQ(s, 0);
   EXPECT_EQ(done.load(), count);
   EXPECT_TRUE(others_first);
+}
+
+// Stages one after another: no part of a stage starts before every part of the one before it
+// has ended, whichever thread ran them, and each index of each stage is done once.
+TEST(SplitThreads, StagesInOrder) {
+  for (int threads : {1, 2, 3}) {
+    const long counts[3] = {1025, 65, 7};
+    std::atomic<long> done[3] = {0, 0, 0};
+    std::atomic<bool> early{false};
+    std::vector<std::atomic<int>> hits(3 * 1025);
+    const auto body = [&](int s) {
+      return [&, s](long first, long end, int) {
+        for (int r = 0; r < s; ++r)
+          if (done[r].load() != counts[r]) early = true;
+        for (long i = first; i < end; ++i) hits[static_cast<size_t>(s * 1025 + i)]++;
+        done[s] += end - first;
+        return 0;
+      };
+    };
+    int failed = 0;
+    EXPECT_EQ(pp::split_stages(threads, counts, failed, body(0), body(1), body(2)), 0);
+    EXPECT_EQ(failed, -1);
+    EXPECT_FALSE(early.load()) << threads << " threads";
+    for (int s = 0; s < 3; ++s)
+      for (long i = 0; i < counts[s]; ++i)
+        ASSERT_EQ(hits[static_cast<size_t>(s * 1025 + i)].load(), 1) << "stage " << s << " index " << i;
+  }
+}
+
+// A failing part ends the solve after its stage: its status and stage come back, no later stage
+// runs.
+TEST(SplitThreads, FailureStopsLaterStages) {
+  for (int threads : {1, 2, 3}) {
+    for (int bad_stage : {0, 1, 2}) {
+      const long counts[3] = {300, 40, 300};
+      std::atomic<int> ran[3] = {0, 0, 0};
+      const auto body = [&](int s) {
+        return [&, s](long first, long end, int) {
+          ran[s]++;
+          return s == bad_stage && first <= 5 && 5 < end ? 3 + s : 0;
+        };
+      };
+      int failed = 0;
+      const int st = pp::split_stages(threads, counts, failed, body(0), body(1), body(2));
+      EXPECT_EQ(st, 3 + bad_stage) << threads << " threads";
+      EXPECT_EQ(failed, bad_stage) << threads << " threads";
+      for (int s = bad_stage + 1; s < 3; ++s) EXPECT_EQ(ran[s].load(), 0) << "stage " << s;
+    }
+  }
 }
 
 }  // namespace
