@@ -142,12 +142,14 @@ auto planes_part(const work_area<T>& work, T* f, int nx, int ny, const axis<T>& 
   };
 }
 
-// The part body of the tridiagonal stage over blocks of kColumnBlock of `columns` adjacent
-// columns along rows 0..n at distance `stride`; lam_of(c) gives the diagonal of column c. Column
-// 0 takes the running sums when `singular0`.
+// Blocks of kColumnBlock adjacent columns, the last one possibly partial.
 inline long column_blocks(long columns) {
   return (columns + kColumnBlock - 1) / kColumnBlock;
 }
+
+// The part body of the tridiagonal stage over the blocks of `columns` adjacent columns along
+// rows 0..n at distance `stride`; lam_of(c) gives the diagonal of column c. Column 0 takes the
+// running sums when `singular0`.
 template <class T, class Lam>
 auto tridiag_part(const work_area<T>& work, T* f, long columns, std::ptrdiff_t stride, int n,
                   int pair, bool singular0, Lam lam_of) {
