@@ -26,13 +26,12 @@ template <class T> std::size_t line_buffer(int n) {
   return (static_cast<std::size_t>(n) + 2 + line - 1) / line * line;
 }
 
-// Transforms `lines` lines: line l starts at base(l) with element distance `stride`. Each thread
-// calls the transform with its own copy of the integer block `blk`.
+// The part body of a stage of line transforms: line l starts at base(l) with element distance
+// `stride`. Each thread calls the transform with its own copy of the integer block `blk`.
 template <class T, class Base>
-int transform_stage(int threads, const work_area<T>& work, long lines, Base base,
-                    std::ptrdiff_t stride, int n, int pair, bool forward,
-                    DFTI_DESCRIPTOR_HANDLE* h, int* blk, T* dblk) {
-  return split(threads, lines, [&](long first, long end, int t) {
+auto transform_part(const work_area<T>& work, Base base, std::ptrdiff_t stride, int n, int pair,
+                    bool forward, DFTI_DESCRIPTOR_HANDLE* h, int* blk, T* dblk) {
+  return [=, &work](long first, long end, int t) {
     T* b = work.of(t);
     trig_block own(blk);
     for (long l = first; l < end; ++l) {
@@ -43,7 +42,7 @@ int transform_stage(int threads, const work_area<T>& work, long lines, Base base
       }
     }
     return 0;
-  });
+  };
 }
 
 // Lines q < w of n+1 values at src + q (element distance `stride`) into contiguous lines of
@@ -107,15 +106,16 @@ int plane_y(T* plane, std::size_t w, int nx, const axis<T>& a, int* own, bool fo
   return 0;
 }
 
-// Both transforms of the 3-D solve, plane by plane: forward along x then y, backward along y
-// then x. A plane of the grid (some 130 KiB at 127^3) stays in L2 between its two axes, so the
-// grid travels through memory once for both instead of once per axis.
+// The part body of a stage of both transforms of the 3-D solve over planes: forward along x
+// then y, backward along y then x. A plane of the grid (some 130 KiB at 127^3) stays in L2
+// between its two axes, so the grid travels through memory once for both instead of once per
+// axis.
 template <class T>
-int planes_stage(int threads, const work_area<T>& work, T* f, int nx, int ny, int nz,
-                 const axis<T>& x, const axis<T>& y, bool forward) {
+auto planes_part(const work_area<T>& work, T* f, int nx, int ny, const axis<T>& x,
+                 const axis<T>& y, bool forward) {
   const std::size_t w = static_cast<std::size_t>(nx) + 1;
   const std::size_t plane = w * (ny + 1);
-  return split(threads, nz + 1, [&](long first, long end, int t) {
+  return [=, &work](long first, long end, int t) {
     T* b = work.of(t);
     trig_block own_x(x.blk), own_y(y.blk);
     const auto rows = [&](T* p) {
@@ -139,17 +139,22 @@ int planes_stage(int threads, const work_area<T>& work, T* f, int nx, int ny, in
       if (st != 0) return st;
     }
     return 0;
-  });
+  };
 }
 
-// Tridiagonal solves for `columns` adjacent columns along rows 0..n at distance `stride`;
-// lam_of(c) gives the diagonal of column c. Column 0 takes the running sums when `singular0`.
+// Blocks of kColumnBlock adjacent columns, the last one possibly partial.
+inline long column_blocks(long columns) {
+  return (columns + kColumnBlock - 1) / kColumnBlock;
+}
+
+// The part body of the tridiagonal stage over the blocks of `columns` adjacent columns along
+// rows 0..n at distance `stride`; lam_of(c) gives the diagonal of column c. Column 0 takes the
+// running sums when `singular0`.
 template <class T, class Lam>
-int tridiag_stage(int threads, const work_area<T>& work, T* f, long columns,
-                  std::ptrdiff_t stride, int n, int pair, bool singular0, Lam lam_of) {
-  constexpr int B = kColumnBlock;
-  const long blocks = (columns + B - 1) / B;
-  return split(threads, blocks, [&](long first, long end, int t) {
+auto tridiag_part(const work_area<T>& work, T* f, long columns, std::ptrdiff_t stride, int n,
+                  int pair, bool singular0, Lam lam_of) {
+  return [=, &work](long first, long end, int t) {
+    constexpr int B = kColumnBlock;
     T* alpha = work.of(t);
     T* beta = alpha + static_cast<std::size_t>(B) * (n + 1);
     T lam[B];
@@ -167,7 +172,7 @@ int tridiag_stage(int threads, const work_area<T>& work, T* f, long columns,
       if (s != 0) return s;
     }
     return 0;
-  });
+  };
 }
 
 // Common opening of a solve: state, sizes, position words. Returns false when the solve stops.
@@ -251,23 +256,17 @@ void solve_2d(T* f, const T* bd_ax, const T* bd_bx, const T* bd_ay, const T* bd_
   const bool degenerate = code == 15 && std::fabs(lam[0] - 2) <= dpar[4];
 
   *stat = kOk;
-  int s = transform_stage(threads, work, ny + 1, row, 1, nx, xpair, true, xh, ipar + 40, dblk);
-  if (s != 0) {
-    give_work(work);
-    stage_failed(s, true, 25, ipar, dpar, stat);
-    return;
-  }
-  s = tridiag_stage(threads, work, f, nx + 1, static_cast<std::ptrdiff_t>(w), ny, ypair,
-                    degenerate, [&](long c) { return lam[c]; });
-  if (s != 0) {
-    give_work(work);
-    stage_failed(s, false, 0, ipar, dpar, stat);
-    return;
-  }
-  s = transform_stage(threads, work, ny + 1, row, 1, nx, xpair, false, xh, ipar + 40, dblk);
+  const long counts[3] = {ny + 1, column_blocks(nx + 1), ny + 1};
+  int failed = 0;
+  const int s = split_stages(
+      threads, counts, failed,
+      transform_part(work, row, 1, nx, xpair, true, xh, ipar + 40, dblk),
+      tridiag_part(work, f, nx + 1, static_cast<std::ptrdiff_t>(w), ny, ypair, degenerate,
+                   [lam](long c) { return lam[c]; }),
+      transform_part(work, row, 1, nx, xpair, false, xh, ipar + 40, dblk));
   give_work(work);
   if (s != 0) {
-    stage_failed(s, true, 25, ipar, dpar, stat);
+    stage_failed(s, failed != 1, 25, ipar, dpar, stat);
     return;
   }
   if (degenerate) {
@@ -321,24 +320,17 @@ void solve_3d(T* f, const T* const* bd, DFTI_DESCRIPTOR_HANDLE* xh, DFTI_DESCRIP
 
   *stat = kOk;
   const axis<T> x{xh, ipar + 40, xblk, nx, xpair}, y{yh, ipar + 60, yblk, ny, ypair};
-  int s = planes_stage(threads, work, f, nx, ny, nz, x, y, true);
-  if (s != 0) {
-    give_work(work);
-    stage_failed(s, true, 31, ipar, dpar, stat);
-    return;
-  }
-  s = tridiag_stage(threads, work, f, static_cast<long>(plane),
-                    static_cast<std::ptrdiff_t>(plane), nz, zpair, degenerate,
-                    [&](long c) { return lx[c % (nx + 1)] + ly[c / (nx + 1)]; });
-  if (s != 0) {
-    give_work(work);
-    stage_failed(s, false, 0, ipar, dpar, stat);
-    return;
-  }
-  s = planes_stage(threads, work, f, nx, ny, nz, x, y, false);
+  const long counts[3] = {nz + 1, column_blocks(static_cast<long>(plane)), nz + 1};
+  int failed = 0;
+  const int s = split_stages(
+      threads, counts, failed, planes_part(work, f, nx, ny, x, y, true),
+      tridiag_part(work, f, static_cast<long>(plane), static_cast<std::ptrdiff_t>(plane), nz,
+                   zpair, degenerate,
+                   [lx, ly, nx](long c) { return lx[c % (nx + 1)] + ly[c / (nx + 1)]; }),
+      planes_part(work, f, nx, ny, x, y, false));
   give_work(work);
   if (s != 0) {
-    stage_failed(s, true, 31, ipar, dpar, stat);
+    stage_failed(s, failed != 1, 31, ipar, dpar, stat);
     return;
   }
   if (degenerate) {

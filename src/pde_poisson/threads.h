@@ -3,7 +3,11 @@
 // calls a stage, so a stage is only as fast as its threads are independent: nothing a thread
 // writes per line may share a cache line with what another thread reads or writes.
 #pragma once
+#include <linux/futex.h>
 #include <omp.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
@@ -36,29 +40,169 @@ inline int solve_threads(const int* ipar, bool two_transforms) {
   return std::max(threads, 1);
 }
 
-// Runs body(first, end, thread) over [0, count) in parts handed out to `threads` threads as
-// they come free; returns the first non-zero status any part gave. Every index is done by exactly
-// one part and a part's result does not depend on the thread that does it, so the result is that
-// of one thread. The parts depend only on count and the thread count.
-template <class Body> int split(int threads, long count, Body&& body) {
-  if (threads <= 1) return body(0L, count, 0);
+// The parts of a stage, a run of consecutive ones per thread: the owner takes its parts from the
+// front, a thread whose run is done takes the last part of another's. Both ends of a run sit in one
+// word, so taking from either end is one compare-and-swap on it; each word has a cache line of its
+// own.
+struct alignas(kCacheLineBytes) part_run {
+  unsigned long long ends;  // first part in the low half, end in the high half
+};
+inline constexpr int kMaxRuns = 64;
+
+inline long take_front(part_run& r) {
+  unsigned long long v = __atomic_load_n(&r.ends, __ATOMIC_RELAXED);
+  for (;;) {
+    const unsigned long long lo = v & 0xffffffffu, hi = v >> 32;
+    if (lo >= hi) return -1;
+    if (__atomic_compare_exchange_n(&r.ends, &v, v + 1, false, __ATOMIC_RELAXED,
+                                    __ATOMIC_RELAXED))
+      return static_cast<long>(lo);
+  }
+}
+inline long take_back(part_run& r) {
+  unsigned long long v = __atomic_load_n(&r.ends, __ATOMIC_RELAXED);
+  for (;;) {
+    const unsigned long long lo = v & 0xffffffffu, hi = v >> 32;
+    if (lo >= hi) return -1;
+    if (__atomic_compare_exchange_n(&r.ends, &v, v - (1ull << 32), false, __ATOMIC_RELAXED,
+                                    __ATOMIC_RELAXED))
+      return static_cast<long>(hi - 1);
+  }
+}
+
+// Parts of a stage of `count` indices on `threads` threads.
+inline long parts_of(long count, int threads) {
   const long per = static_cast<long>(threads) * kPartsPerThread;
-  const long parts = count < per ? count : per;
+  return count < per ? count : per;
+}
+
+// Deals `parts` parts to `threads` runs of consecutive ones.
+inline void deal(part_run* runs, int threads, long parts) {
+  for (int t = 0; t < threads; ++t) {
+    const unsigned long long lo = parts * t / threads, hi = parts * (t + 1) / threads;
+    runs[t].ends = lo | hi << 32;
+  }
+}
+
+// The next part for thread t: its own run from the front, then the others' from their far
+// ends. A team smaller than asked leaves runs without their owner: the others take them whole.
+inline long next_part(part_run* runs, int threads, int t) {
+  long p = take_front(runs[t]);
+  for (int k = 1; p < 0 && k < threads; ++k) p = take_back(runs[(t + k) % threads]);
+  return p;
+}
+
+// The wait between two stages of one parallel region. The threads of a stage end within about
+// one part of each other, so each first spins a while (kGateSpinMicros) and only then sleeps:
+// a thread that sleeps and is woken costs some 100 us of CPU time on a core that went idle,
+// which at three stages a solve was a tenth of the 1023^2 solve on two threads.
+struct alignas(kCacheLineBytes) stage_gate {
+  unsigned arrived = 0;
+  unsigned generation = 0;
+};
+
+inline void gate_sleep(unsigned* word, unsigned value) {
+  syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
+}
+inline void gate_wake(unsigned* word) {
+  syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+}
+inline double gate_clock() {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
+}
+
+// The last of `team` threads to arrive runs last() before it lets them all go on.
+template <class Last> void gate_pass(stage_gate& g, int team, Last&& last) {
+  const unsigned gen = __atomic_load_n(&g.generation, __ATOMIC_ACQUIRE);
+  if (__atomic_add_fetch(&g.arrived, 1, __ATOMIC_ACQ_REL) == static_cast<unsigned>(team)) {
+    last();
+    __atomic_store_n(&g.arrived, 0, __ATOMIC_RELAXED);
+    __atomic_store_n(&g.generation, gen + 1, __ATOMIC_RELEASE);
+    gate_wake(&g.generation);
+    return;
+  }
+  const double until = gate_clock() + kGateSpinMicros * 1e-6;
+  for (int k = 1;; ++k) {
+    if (__atomic_load_n(&g.generation, __ATOMIC_ACQUIRE) != gen) return;
+    __builtin_ia32_pause();
+    if (k % 64 == 0 && gate_clock() > until) break;
+  }
+  while (__atomic_load_n(&g.generation, __ATOMIC_ACQUIRE) == gen) gate_sleep(&g.generation, gen);
+}
+
+// Runs stage s's body(first, end, thread) over [0, counts[s]) in parts, stage after stage, all
+// in one parallel region; returns the first non-zero status a part gave, and its stage in
+// `failed`; later stages then do not run. Every index is done by exactly one part and a part's
+// result does not depend on the thread that does it, so the result is that of one thread.
+//
+// Each thread starts a stage on a run of consecutive parts of its own, so that at any time the
+// threads work far apart in the grid: a row of the grid is no whole number of cache lines, and
+// two threads sweeping neighbouring column blocks at the same pace would pass the line at their
+// border back and forth on every row. A thread that the system takes off its core still holds up
+// nothing: the others take over the rest of its run from the far end.
+template <class... Bodies>
+int split_stages(int threads, const long (&counts)[sizeof...(Bodies)], int& failed,
+                 Bodies&&... bodies) {
+  constexpr int S = sizeof...(Bodies);
+  const auto call = [&](int s, long first, long end, int t) {
+    int st = 0, k = 0;
+    ((k++ == s ? (st = bodies(first, end, t), true) : false) || ...);
+    return st;
+  };
+  failed = -1;
+  if (threads <= 1) {
+    for (int s = 0; s < S; ++s) {
+      const int st = call(s, 0L, counts[s], 0);
+      if (st != 0) {
+        failed = s;
+        return st;
+      }
+    }
+    return 0;
+  }
+  threads = std::min(threads, kMaxRuns);
+  part_run runs[kMaxRuns];
+  deal(runs, threads, parts_of(counts[0], threads));
+  stage_gate gate;
   int status = 0;
+  bool stop = false;
 #pragma omp parallel num_threads(threads)
   {
     const int t = omp_get_thread_num();
-    int mine = 0;
-#pragma omp for schedule(dynamic, 1) nowait
-    for (long p = 0; p < parts; ++p) {
-      if (mine == 0) mine = body(count * p / parts, count * (p + 1) / parts, t);
-    }
-    if (mine != 0) {
+    const int team = omp_get_num_threads();
+    for (int s = 0; s < S; ++s) {
+      const long count = counts[s], parts = parts_of(count, threads);
+      int mine = 0;
+      for (long p; (p = next_part(runs, threads, t)) >= 0;) {
+        if (mine == 0) mine = call(s, count * p / parts, count * (p + 1) / parts, t);
+      }
+      if (mine != 0) {
 #pragma omp critical(zvx_poisson_status)
-      if (status == 0) status = mine;
+        if (status == 0) {
+          status = mine;
+          failed = s;
+        }
+      }
+      if (s + 1 == S) break;
+      // The last to arrive deals the next stage and, on a failure, stops them all.
+      gate_pass(gate, team, [&] {
+        deal(runs, threads, parts_of(counts[s + 1], threads));
+#pragma omp critical(zvx_poisson_status)
+        stop = status != 0;
+      });
+      if (stop) break;
     }
   }
   return status;
+}
+
+// One stage: body(first, end, thread) over [0, count).
+template <class Body> int split(int threads, long count, Body&& body) {
+  const long counts[1] = {count};
+  int failed = 0;
+  return split_stages(threads, counts, failed, body);
 }
 
 // The work of a solve: one block per thread, each a whole number of cache lines from a

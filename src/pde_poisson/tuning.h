@@ -10,12 +10,18 @@ namespace zvx::poisson {
 // some thousands of rows.
 inline constexpr int kColumnBlock = 16;
 
-// Parts per thread of a threaded stage, handed out as threads come free. With static halves a
-// thread that the system takes off its core holds up the whole stage while its partner waits at
-// the end; with parts, the running thread takes over what is left. The parts cost nothing
-// measurable: the two threads' CPU time together stayed at 5.0 ms for the 1023^2 solve and 23 to
-// 25 ms for 127^3, as with halves (least of 15 to 30 calls, loaded machine).
+// Parts per thread of a threaded stage. Each thread starts on a run of this many consecutive
+// parts; one that the system takes off its core leaves the rest of its run to the others, which
+// take it part by part from the far end, so the stage waits for at most one part of it. The
+// parts cost nothing measurable: the two threads' CPU time together stayed at 5.0 ms for the
+// 1023^2 solve and 23 to 25 ms for 127^3, as with halves (least of 15 to 30 calls, loaded
+// machine).
 inline constexpr int kPartsPerThread = 16;
+
+// How long a thread that ended a stage spins for the others before it sleeps. With each thread
+// on a run of its own the threads end a stage within about one part of each other, some 60 us
+// in the rows of the 1023^2 solve.
+inline constexpr double kGateSpinMicros = 100;
 
 // The cache line: the unit in which the threads' work blocks are laid out and aligned.
 inline constexpr int kCacheLineBytes = 64;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "pde_poisson/poisson_support.h"
+#include "pde_poisson/tuning.h"
 #include "zvx_service.h"
 
 // Under AddressSanitizer an allocation that cannot be had returns null, as without it, so that
@@ -203,6 +204,28 @@ TEST(Solve2DThreads, TwoThreadsEqualOne) {
     auto fs = run2<float>(p, letters(code, 4), 1);
     auto ft = run2<float>(p, letters(code, 4), 2);
     for (size_t k = 0; k < p.u.size(); ++k) ASSERT_EQ(fs.u[k], ft.u[k]) << code;
+  }
+}
+
+// Run with threads allowed: several column blocks, the last one partial, and rows not a whole
+// number of cache lines, shared by 2 and 3 threads; every count gives the one-thread result,
+// which solves the problem.
+TEST(Solve2DThreads, ColumnBlocksSharedUnevenly) {
+  const int nx = 5 * zvx::poisson::kColumnBlock + 2, ny = 37;
+  for (int code : {0, 6, 9, 15}) {
+    pt::problem2 p = random_problem(code, nx, ny, 1.3L, 0.8L, 0.5L, 50 + code);
+    auto serial = run2<double>(p, letters(code, 4), 1);
+    EXPECT_LT(max_error(serial.u, p.u), 1e-9) << code;
+    auto fs = run2<float>(p, letters(code, 4), 1);
+    for (int threads : {2, 3}) {
+      auto many = run2<double>(p, letters(code, 4), threads);
+      EXPECT_EQ(many.solve_stat, 0) << code;
+      for (size_t k = 0; k < p.u.size(); ++k)
+        ASSERT_EQ(serial.u[k], many.u[k]) << code << " on " << threads << " threads";
+      auto fm = run2<float>(p, letters(code, 4), threads);
+      for (size_t k = 0; k < p.u.size(); ++k)
+        ASSERT_EQ(fs.u[k], fm.u[k]) << code << " on " << threads << " threads";
+    }
   }
 }
 
