@@ -114,9 +114,10 @@ constexpr int tri_kernel_max = 32;
 // ==== GEMM engines (per instruction set: only code compiled for one sees these) ======================
 #ifdef ZVX_ISA_NS
 //
-// The machine they were settled on: x86-64 with AVX-512 (32 vector registers), a 32 KiB L1 data
-// cache and 1 MiB L2 per core, 32 MiB L3 shared; its core runs a 512-bit FMA as two 256-bit
-// halves, one 512-bit FMA per cycle with a latency of 4 cycles.
+// The machines they were settled on: x86-64 with AVX-512 (32 vector registers), 1 MiB L2 per
+// core, a shared L3. The first had a 32 KiB L1 data cache and one 512-bit FMA a cycle (two
+// 256-bit halves); the later ones a 48 KiB L1 data cache and two 512-bit FMAs a cycle, latency 4
+// cycles on both; the sgemm depth step of 512 was measured on the later kind.
 //
 // Meaning of the fields:
 //   mv  vectors of packed A per register tile: the largest row tile is mv * lanes reals; the
