@@ -287,6 +287,17 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
         kernels_for<T>().axpy(to - from, t1, x0 + from, col);
         if constexpr (two) kernels_for<T>().axpy(to - from, t2, y0 + from, col);
       };
+      if constexpr (!is_complex<T>) {
+        // In the upper triangle a real diagonal goes with its column: updated on its own after
+        // the column's vector stores, its load met the masked store of the column's last vector
+        // (which spans it) and waited for that store to retire, a stall in every column. Below
+        // the diagonal the column's first rows go through scalar steps to a vector boundary, and
+        // the diagonal stays on its own.
+        if (A.hi(j) == j) {
+          axpy_rows(A.lo(j), j + 1);
+          continue;
+        }
+      }
       axpy_rows(A.lo(j), j);
       axpy_rows(j + 1, A.hi(j) + 1);
     } else {
