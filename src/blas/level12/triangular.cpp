@@ -224,22 +224,11 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
   for (long i = 0; i < b; ++i) x[i * inc] = s[i];
 }
 
-// 1 / d by the quotient of the smaller part by the larger, which neither overflows nor underflows
-// where |d|^2 would. The reciprocals of a block's diagonal don't depend on x, so they are formed
-// ahead of the sweep, off its chain of dependent steps: a division in extended precision at
-// every step put its latency on that chain (solves of order 32 took 1.3-1.5 times the peer's time).
-template <class T> inline T reciprocal(T d) {
-  using R = real_t<T>;
-  if (std::fabs(d.real) >= std::fabs(d.imag)) {
-    const R r = d.imag / d.real, den = d.real + d.imag * r;
-    return {R(1) / den, -r / den};
-  }
-  const R r = d.real / d.imag, den = d.real * r + d.imag;
-  return {r / den, R(-1) / den};
-}
-
 // Complex blocks: solve op(A(0:b, 0:b)) * x = x on a contiguous copy of x by halves, each step
-// multiplying by the reciprocal of its diagonal element.
+// multiplying by the reciprocal of its diagonal element. The reciprocals (the library's own, whose
+// square in extended precision neither overflows nor underflows) don't depend on x, so they are
+// formed ahead of the sweep, off its chain of dependent steps: a division at every step put its
+// latency on that chain (solves of order 32 took 1.3-1.5 times the peer's time).
 template <class T>
 void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   if constexpr (!is_complex<T>) {
