@@ -372,10 +372,30 @@ template <class T> inline V<T> vabs(V<T> a) {
   const I mask = I{} + (std::is_same_v<T, double> ? (long long)0x7fffffffffffffffLL : 0x7fffffff);
   return (V<T>)((I)a & mask);
 }
+// Sum of the lanes one after the other, lane 0 first.
 template <class T> inline T hsum(V<T> a) {
   T s = 0;
   for (int k = 0; k < W<T>; ++k) s += a[k];
   return s;
+}
+// Sum of the lanes by folding halves: log2(W) dependent adds where a walk over the lanes takes W.
+// The exchange patterns are constants (a table copied into the index vector), so that each level
+// is one permute and one add.
+template <class T, int half> struct fold_pattern {
+  using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
+  static constexpr std::array<E, W<T>> make() {
+    std::array<E, W<T>> m{};
+    for (int k = 0; k < W<T>; ++k) m[k] = (E)((k + half) % W<T>);
+    return m;
+  }
+  static constexpr std::array<E, W<T>> lanes = make();
+};
+template <class T, int half = W<T> / 2> inline T fold_sum(V<T> v) {
+  VI<T> upper;
+  memcpy(&upper, fold_pattern<T, half>::lanes.data(), sizeof upper);
+  v += __builtin_shuffle(v, upper);
+  if constexpr (half > 1) return fold_sum<T, half / 2>(v);
+  else return v[0];
 }
 // Exchange of the real and imaginary part in every pair of lanes.
 template <class T> inline V<T> swap_pairs(V<T> a) {

@@ -94,26 +94,6 @@ template <class T> void swap(long n, T* x, T* y) {
   }
 }
 
-// Sum of the lanes by folding halves: log2(W) dependent adds where a walk over the lanes takes W.
-// The exchange patterns are constants (a table copied into the index vector), so that each level
-// is one permute and one add.
-template <class T, int half> struct fold_pattern {
-  using E = std::remove_reference_t<decltype(VI<T>{}[0])>;
-  static constexpr std::array<E, W<T>> make() {
-    std::array<E, W<T>> m{};
-    for (int k = 0; k < W<T>; ++k) m[k] = (E)((k + half) % W<T>);
-    return m;
-  }
-  static constexpr std::array<E, W<T>> lanes = make();
-};
-template <class T, int half = W<T> / 2> inline T fold_sum(V<T> v) {
-  VI<T> upper;
-  memcpy(&upper, fold_pattern<T, half>::lanes.data(), sizeof upper);
-  v += __builtin_shuffle(v, upper);
-  if constexpr (half > 1) return fold_sum<T, half / 2>(v);
-  else return v[0];
-}
-
 // Eight vectors a pass into four sums: the absolute value and the add of every vector share the
 // two vector ports, which bounds the loop at one vector a cycle, and four chains of adds cover
 // their latency at that rate. Data brought to a vector boundary first (see elements_to_boundary).
