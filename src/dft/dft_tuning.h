@@ -61,13 +61,13 @@ inline constexpr int kLargeReverseBits = 5;
 // and 32 pieces a thread gave two-thread figures within the run-to-run spread of each other
 // (1.2x to 1.6x T1 over the larger thread's CPU time at 2^20 with 10 to 15 runnable tasks).
 inline constexpr long kLargePiecesPerThread = 8;
-// A thread waiting at the barrier between phases of a threaded line polls this many times with a
-// pause (about 48 ns each here, some 12 microseconds, a tenth of a piece) and then sleeps until
-// the last thread opens the next round. The runtime's barrier spins for milliseconds, which burns
+// A thread waiting at the barrier between phases of a threaded line spins this long (measured
+// as 256 polls with a pause, about 48 ns each here: a tenth of a piece) and then sleeps until the
+// last thread opens the next round. The runtime's barrier spins for milliseconds, which burns
 // the time the partner waits for a core when it has been taken off its own: at 2^20, ordered,
 // double, with 7 to 12 runnable tasks on the two cores, T1 over the larger thread's CPU time went
 // from 1.27x-1.48x (sum over T1 1.29-1.34) to 1.59x-1.96x (sum over T1 1.01-1.11), three runs each.
-inline constexpr long kLargeSpinPolls = 256;
+inline constexpr double kLargeSpinMicros = 12;
 
 // Column walks (the columns of a 2-D transform, the higher dimensions of rank 3 and up, and
 // transforms interleaved at distance 1) move 2^level neighbouring lines through a buffer, so that

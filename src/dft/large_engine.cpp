@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/team_gate.h"
 #include "dft/dft_tuning.h"
 #include "service/cpu_features.h"
 #include "service/service.h"
@@ -268,33 +269,17 @@ inline long piece_of(long count, int team) {
 }
 
 // One counter for each phase of a line (the shared passes, the blocks, the ordering step), and
-// the team's barrier between phases: threads that have arrived, and the round it is in.
+// the team's gate between phases.
 struct team_counters {
   std::atomic<long> next[34];
-  alignas(64) std::atomic<int> arrived;
-  std::atomic<int> round;
+  team_gate gate;
 };
 constexpr int kBlockPhase = 32, kReversePhase = 33;
 
 // The barrier between phases; a team of one (the serial entries, which may run inside someone
-// else's region) never meets one. A thread that arrives early polls briefly, then sleeps: when
-// its partner has been taken off its core by another process, spinning on (as the runtime's own
-// barrier does, for milliseconds) would burn the time the partner is waiting for. The last to arrive opens the next round; its release, paired with the
-// acquire of the waiters, publishes the phase's writes.
+// else's region) never meets one.
 inline void team_barrier(team_counters* c, int team) {
-  if (team <= 1 || c == nullptr) return;
-  const int round = c->round.load(std::memory_order_acquire);
-  if (c->arrived.fetch_add(1, std::memory_order_acq_rel) == team - 1) {
-    c->arrived.store(0, std::memory_order_relaxed);
-    c->round.store(round + 1, std::memory_order_release);
-    c->round.notify_all();
-    return;
-  }
-  for (long polls = 0; polls < tuning::kLargeSpinPolls; ++polls) {
-    if (c->round.load(std::memory_order_acquire) != round) return;
-    __builtin_ia32_pause();
-  }
-  c->round.wait(round, std::memory_order_acquire);
+  if (team > 1 && c != nullptr) gate_pass(c->gate, team, tuning::kLargeSpinMicros);
 }
 
 // How a team shares a line: the first `shared` passes of the chain, on blocks of 2^log2_block[d]
@@ -524,8 +509,6 @@ int large_parallel(E* data, int threads, const record* r) {
   const real_t<E> scale = scale_of<E>(r, Forward);
   team_counters counters;
   for (std::atomic<long>& c : counters.next) c.store(0, std::memory_order_relaxed);
-  counters.arrived.store(0, std::memory_order_relaxed);
-  counters.round.store(0, std::memory_order_relaxed);
 #pragma omp parallel num_threads(threads)
   {
     const int team = omp_get_num_threads(), me = omp_get_thread_num();

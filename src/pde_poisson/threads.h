@@ -3,17 +3,14 @@
 // calls a stage, so a stage is only as fast as its threads are independent: nothing a thread
 // writes per line may share a cache line with what another thread reads or writes.
 #pragma once
-#include <linux/futex.h>
 #include <omp.h>
-#include <sys/syscall.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstring>
 
+#include "common/team_gate.h"
 #include "pde_poisson/tuning.h"
 #include "service/service.h"
 
@@ -92,46 +89,6 @@ inline long next_part(part_run* runs, int threads, int t) {
   return p;
 }
 
-// The wait between two stages of one parallel region. The threads of a stage end within about
-// one part of each other, so each first spins a while (kGateSpinMicros) and only then sleeps:
-// a thread that sleeps and is woken costs some 100 us of CPU time on a core that went idle,
-// which at three stages a solve was a tenth of the 1023^2 solve on two threads.
-struct alignas(kCacheLineBytes) stage_gate {
-  unsigned arrived = 0;
-  unsigned generation = 0;
-};
-
-inline void gate_sleep(unsigned* word, unsigned value) {
-  syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
-}
-inline void gate_wake(unsigned* word) {
-  syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
-}
-inline double gate_clock() {
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
-
-// The last of `team` threads to arrive runs last() before it lets them all go on.
-template <class Last> void gate_pass(stage_gate& g, int team, Last&& last) {
-  const unsigned gen = __atomic_load_n(&g.generation, __ATOMIC_ACQUIRE);
-  if (__atomic_add_fetch(&g.arrived, 1, __ATOMIC_ACQ_REL) == static_cast<unsigned>(team)) {
-    last();
-    __atomic_store_n(&g.arrived, 0, __ATOMIC_RELAXED);
-    __atomic_store_n(&g.generation, gen + 1, __ATOMIC_RELEASE);
-    gate_wake(&g.generation);
-    return;
-  }
-  const double until = gate_clock() + kGateSpinMicros * 1e-6;
-  for (int k = 1;; ++k) {
-    if (__atomic_load_n(&g.generation, __ATOMIC_ACQUIRE) != gen) return;
-    __builtin_ia32_pause();
-    if (k % 64 == 0 && gate_clock() > until) break;
-  }
-  while (__atomic_load_n(&g.generation, __ATOMIC_ACQUIRE) == gen) gate_sleep(&g.generation, gen);
-}
-
 // Runs stage s's body(first, end, thread) over [0, counts[s]) in parts, stage after stage, all
 // in one parallel region; returns the first non-zero status a part gave, and its stage in
 // `failed`; later stages then do not run. Every index is done by exactly one part and a part's
@@ -165,7 +122,7 @@ int split_stages(int threads, const long (&counts)[sizeof...(Bodies)], int& fail
   threads = std::min(threads, kMaxRuns);
   part_run runs[kMaxRuns];
   deal(runs, threads, parts_of(counts[0], threads));
-  stage_gate gate;
+  team_gate gate;  // between stages: spins kGateSpinMicros, then sleeps
   int status = 0;
   bool stop = false;
 #pragma omp parallel num_threads(threads)
@@ -187,7 +144,7 @@ int split_stages(int threads, const long (&counts)[sizeof...(Bodies)], int& fail
       }
       if (s + 1 == S) break;
       // The last to arrive deals the next stage and, on a failure, stops them all.
-      gate_pass(gate, team, [&] {
+      gate_pass(gate, team, kGateSpinMicros, [&] {
         deal(runs, threads, parts_of(counts[s + 1], threads));
 #pragma omp critical(zvx_poisson_status)
         stop = status != 0;
