@@ -38,7 +38,7 @@ void by_column_shares(long n, bool threaded, F&& body) {
 
 void coommgen(long n, double alpha, const coo& a, cdense b, dense c) {
   if (n == 1 && b.rs == 1 && c.rs == 1) {
-    simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, alpha, b.p, c.p, 0, false);
+    simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, alpha, b.p, c.p, 0, simd::coo_output::add, 0.0);
     return;
   }
   by_column_shares(n, n >= 2 && may_thread(), [&](long j0, long j1) {
@@ -194,11 +194,14 @@ void coo_multiply(bool matrix_rhs, const char* transa, long m, long n, long k, d
                   const char* matdescra, const coo& a, cdense b, double beta, dense c) {
   if (m == 0 || k == 0 || n == 0) return;
   const bool nontrans = is_letter(transa, 'N');
-  // The general product of one column with beta 0 writes c directly instead of clearing it first.
-  if (beta == 0.0 && alpha != 0.0 && n == 1 && b.rs == 1 && c.rs == 1 &&
+  // The general product of one column clears or scales c as it writes it, not in a pass first.
+  if (alpha != 0.0 && n == 1 && b.rs == 1 && c.rs == 1 &&
       read_multiply(matdescra, false).type == matrix_type::general) {
     const coo op = nontrans ? a : a.exchanged();
-    simd::kernels().coo_mv(op.nnz, op.val, op.row, op.col, alpha, b.p, c.p, nontrans ? m : k, true);
+    const simd::coo_output out = beta == 0.0   ? simd::coo_output::overwrite
+                                 : beta == 1.0 ? simd::coo_output::add
+                                               : simd::coo_output::scale;
+    simd::kernels().coo_mv(op.nnz, op.val, op.row, op.col, alpha, b.p, c.p, nontrans ? m : k, out, beta);
     return;
   }
   scale_columns(nontrans ? m : k, n, beta, c, true);
@@ -302,11 +305,10 @@ ZVX_EXPORT void zvx_dcoogemv(const char* transa, const int* m, const double* val
                              const int* rowind, const int* colind, const int* nnz,
                              const double* x, double* y) {
   const long rows = *m;
-  for (long i = 0; i < rows; ++i) y[i] = 0.0;
-  if (*nnz == 0 || rows <= 0) return;
-  const coo a{val, rowind, colind, *nnz};
-  coommgen(1, 1.0, is_letter(transa, 'N') ? a : a.exchanged(), col_major(x, rows),
-           col_major(y, rows));
+  if (rows <= 0) return;
+  // written as it goes, without a clearing pass first
+  const coo a = is_letter(transa, 'N') ? coo{val, rowind, colind, *nnz} : coo{val, colind, rowind, *nnz};
+  simd::kernels().coo_mv(a.nnz, a.val, a.row, a.col, 1.0, x, y, rows, simd::coo_output::overwrite, 0.0);
 }
 
 ZVX_EXPORT void zvx_dcoosymv(const char* uplo, const int* m, const double* val, const int* rowind,

@@ -1,145 +1,35 @@
 // Inner loops of the sparse kernels, compiled once per instruction set: the row dots of CSR (the
-// product that carries most sparse work) and the unit-stride diagonal updates of DIA. Multiply-adds
+// product that carries most sparse work), the unit-stride diagonal updates of DIA, BSR blocks and
+// the lower triangular solve; the COO product is in kernels_coo.cpp. Multiply-adds
 // are explicit FMAs where the processor has them; the portable build multiplies and adds.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
-#include "common/simd.h"
-#include "spblas/spblas.h"
+#include "spblas/band_simd.h"
 
 namespace zvx::spblas::simd::ZVX_ISA_NS {
 namespace {
-
-// Multiply-adds are fused where the processor has them (the vector layer's scalar FMA).
-inline double madd(double a, double b, double c) { return ::ZVX_ISA_NS::sfma(a, b, c); }
-
-// Four independent sums hide the latency of the multiply-add; the loads of x are gathers that the
-// out-of-order core overlaps, so a scalar form is as fast as a vector gather on these rows.
-inline double dot(long len, const double* val, const int* idx, const double* x) {
-  if (len <= 8) {
-    // Short rows (stencils): straight-line code entered by the length, two sums, no branch per
-    // entry; consecutive rows overlap in the core. (A masked gather of the row measured more than
-    // twice slower on the AVX-512 machine of the benchmark.)
-    double s = 0, t = 0;
-    switch (len) {
-      case 8: t = madd(val[7], x[idx[7]], t); [[fallthrough]];
-      case 7: s = madd(val[6], x[idx[6]], s); [[fallthrough]];
-      case 6: t = madd(val[5], x[idx[5]], t); [[fallthrough]];
-      case 5: s = madd(val[4], x[idx[4]], s); [[fallthrough]];
-      case 4: t = madd(val[3], x[idx[3]], t); [[fallthrough]];
-      case 3: s = madd(val[2], x[idx[2]], s); [[fallthrough]];
-      case 2: t = madd(val[1], x[idx[1]], t); [[fallthrough]];
-      case 1: s = madd(val[0], x[idx[0]], s); [[fallthrough]];
-      default: break;
-    }
-    return s + t;
-  }
-  double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
-  long p = 0;
-  for (; p + 4 <= len; p += 4) {
-    s0 = madd(val[p], x[idx[p]], s0);
-    s1 = madd(val[p + 1], x[idx[p + 1]], s1);
-    s2 = madd(val[p + 2], x[idx[p + 2]], s2);
-    s3 = madd(val[p + 3], x[idx[p + 3]], s3);
-  }
-  for (; p < len; ++p) s0 = madd(val[p], x[idx[p]], s0);
-  return (s0 + s1) + (s2 + s3);
-}
 
 double row_dot(long len, const double* val, const int* indx, int base, const double* x) {
   return dot(len, val, indx, x - base);
 }
 
 
-// Where the eight row sums of a band go: stored into `sums` (`keep`), or straight into y(0 .. 7) as
-// alpha * sum added to y (`add`), as alpha * sum (`scale`), or as alpha * sum + 0 (`fresh`, which
-// are the bits of a sum added to a cleared y); each as the scalar rows round it.
-enum class band_put { keep, add, scale, fresh };
+// Where the eight row sums of a band go: added to y(0 .. 7) as alpha * sum (`add`), or stored as
+// alpha * sum (`scale`), each as the scalar rows round it.
+enum class band_put { add, scale };
 struct band_out {
   band_put how;
   double alpha;
   double* y;
-  double* sums;
 };
 
 #if ZVX_ISA_LEVEL == 2
 inline void put_block(__m512d s, const band_out& o) {
   const __m512d a = _mm512_set1_pd(o.alpha);
-  switch (o.how) {
-    case band_put::keep: _mm512_storeu_pd(o.sums, s); break;
-    case band_put::add: _mm512_storeu_pd(o.y, _mm512_fmadd_pd(a, s, _mm512_loadu_pd(o.y))); break;
-    case band_put::scale: _mm512_storeu_pd(o.y, _mm512_mul_pd(a, s)); break;
-    case band_put::fresh: _mm512_storeu_pd(o.y, _mm512_fmadd_pd(a, s, _mm512_setzero_pd())); break;
-  }
-}
-
-// Rows of a stencil: eight consecutive rows of L entries each, stored one after the other, whose
-// columns are those of the first row shifted by the row's distance from it. Such a block is a small
-// dense band: the element of x that entry k of each of the eight rows needs lies in one unaligned
-// vector at x[column k of the first row], so the block takes L vector loads of x instead of 8 L
-// scalar loads that depend on loads of indx, and the eight sums run in the lanes of one register.
-// (Gathers measured twice slower than the scalar rows here; this form has no gather.)
-//
-// val of the block is row after row; the eight entries k of the rows sit L apart and come together
-// through permutes of pairs of its registers. Entry k goes to the same one of two sums, in the
-// same order, as in the scalar row of up to eight entries, so both give the same bits.
-template <int L>
-struct band_tables {
-  static constexpr int index_regs = (8 * L + 15) / 16;  // registers of 16 column numbers
-  static constexpr int pairs = (L + 1) / 2;             // pairs of val registers
-  alignas(64) int pick[index_regs][16];   // position in the first row of the block
-  alignas(64) int shift[index_regs][16];  // row of the block, which shifts the column
-  unsigned short valid[index_regs];
-  alignas(64) long long lane[L][pairs][8];  // permute of entry k out of the pair p
-  unsigned char from_pair[L][pairs];        // lanes that entry k takes from pair p
-  constexpr band_tables() : pick{}, shift{}, valid{}, lane{}, from_pair{} {
-    for (int q = 0; q < index_regs; ++q)
-      for (int j = 0; j < 16; ++j) {
-        const int pos = 16 * q + j;
-        pick[q][j] = pos % L;
-        shift[q][j] = pos / L;
-        if (pos < 8 * L) valid[q] = static_cast<unsigned short>(valid[q] | (1u << j));
-      }
-    for (int k = 0; k < L; ++k)
-      for (int p = 0; p < pairs; ++p)
-        for (int r = 0; r < 8; ++r) {
-          const int pos = L * r + k;
-          lane[k][p][r] = pos & 15;
-          if (pos / 16 == p) from_pair[k][p] = static_cast<unsigned char>(from_pair[k][p] | (1u << r));
-        }
-  }
-};
-template <int L>
-inline constexpr band_tables<L> band{};
-
-// The 8 L entries at val and ip, row after row, when every row's columns are the first row's
-// plus the row: the entries k of the eight rows into w[k], true; false otherwise.
-template <int L>
-bool band_entries(const double* vp, const int* ip, __m512d* w) {
-  const auto& t = band<L>;
-  __m512i first = _mm512_setzero_si512();
-  for (int q = 0; q < t.index_regs; ++q) {
-    const __m512i got = _mm512_maskz_loadu_epi32(t.valid[q], ip + 16 * q);
-    if (q == 0) first = got;
-    const __m512i want = _mm512_add_epi32(
-        _mm512_permutex2var_epi32(first, _mm512_load_si512(t.pick[q]), first), _mm512_load_si512(t.shift[q]));
-    if (_mm512_mask_cmpneq_epi32_mask(t.valid[q], got, want)) return false;
-  }
-  __m512d rows[L];
-  for (int q = 0; q < L; ++q) rows[q] = _mm512_loadu_pd(vp + 8 * q);
-  for (int k = 0; k < L; ++k) {
-    __m512d v = _mm512_setzero_pd();
-    for (int p = 0; p < t.pairs; ++p) {
-      if (!t.from_pair[k][p]) continue;
-      const __m512i ix = _mm512_load_si512(t.lane[k][p]);
-      // An odd last register pairs with itself; its lanes are below 8.
-      const __m512d part = _mm512_permutex2var_pd(rows[2 * p], ix, rows[std::min(2 * p + 1, L - 1)]);
-      v = _mm512_mask_mov_pd(v, t.from_pair[k][p], part);
-    }
-    w[k] = v;
-  }
-  return true;
+  if (o.how == band_put::add) _mm512_storeu_pd(o.y, _mm512_fmadd_pd(a, s, _mm512_loadu_pd(o.y)));
+  else _mm512_storeu_pd(o.y, _mm512_mul_pd(a, s));
 }
 
 // When rows i .. i + 7 form a band of L entries a row: the eight entries k of the rows in w[k] and
@@ -248,53 +138,6 @@ bool band_block_mm(long len, const double* val, const int* indx, const int* pntr
     default: return false;
   }
 }
-// Triplets p .. p + 8 L - 1 when they are eight rows of L entries from row r on, in order, forming
-// a band, and row r + 7 ends there: the eight row sums into `sums` with the entries summed as in
-// coo_mv (entry k into one of two sums, from the first entry on), true; false otherwise.
-template <int L>
-bool coo_band(long nnz, const double* val, const int* row, const int* col, long p, const double* xs,
-              const band_out& out) {
-  if (p + 8 * L > nnz) return false;
-  const auto& t = band<L>;
-  const int r = row[p];
-  if (p + 8 * L < nnz && row[p + 8 * L] == r + 7) return false;
-  for (int q = 0; q < t.index_regs; ++q) {
-    const __m512i got = _mm512_maskz_loadu_epi32(t.valid[q], row + p + 16 * q);
-    const __m512i want = _mm512_add_epi32(_mm512_set1_epi32(r), _mm512_load_si512(t.shift[q]));
-    if (_mm512_mask_cmpneq_epi32_mask(t.valid[q], got, want)) return false;
-  }
-  __m512d w[L];
-  if (!band_entries<L>(val + p, col + p, w)) return false;
-  __m512d s0 = _mm512_setzero_pd(), s1 = _mm512_setzero_pd();
-  for (int k = 0; k < L; ++k) {
-    const __m512d xk = _mm512_loadu_pd(xs + col[p + k]);
-    if (k % 2 == 0) s0 = _mm512_fmadd_pd(w[k], xk, s0);
-    else s1 = _mm512_fmadd_pd(w[k], xk, s1);
-  }
-  put_block(_mm512_add_pd(s0, s1), out);
-  return true;
-}
-
-// Entries a row of the run of triplets at p, when it may start a band (2 to 8), else 0.
-inline int coo_run(long nnz, const int* row, long p) {
-  int len = 1;
-  while (len <= 8 && p + len < nnz && row[p + len] == row[p]) ++len;
-  return len >= 2 && len <= 8 ? len : 0;
-}
-
-bool coo_band_block(int len, long nnz, const double* val, const int* row, const int* col, long p,
-                    const double* xs, const band_out& out) {
-  switch (len) {
-    case 2: return coo_band<2>(nnz, val, row, col, p, xs, out);
-    case 3: return coo_band<3>(nnz, val, row, col, p, xs, out);
-    case 4: return coo_band<4>(nnz, val, row, col, p, xs, out);
-    case 5: return coo_band<5>(nnz, val, row, col, p, xs, out);
-    case 6: return coo_band<6>(nnz, val, row, col, p, xs, out);
-    case 7: return coo_band<7>(nnz, val, row, col, p, xs, out);
-    case 8: return coo_band<8>(nnz, val, row, col, p, xs, out);
-    default: return false;
-  }
-}
 #else
 bool band_block(long, const double*, const int*, const int*, const int*, long, const double*, long,
                 const band_out&) {
@@ -302,10 +145,6 @@ bool band_block(long, const double*, const int*, const int*, const int*, long, c
 }
 bool band_block_mm(long, const double*, const int*, const int*, const int*, long, const double*, long,
                    long, double, double*, long, long, bool, bool) {
-  return false;
-}
-inline int coo_run(long, const int*, long) { return 0; }
-bool coo_band_block(int, long, const double*, const int*, const int*, long, const double*, const band_out&) {
   return false;
 }
 #endif
@@ -329,7 +168,7 @@ void short_rows(long r0, long r1, const double* val, const int* indx, const int*
   for (; i + band_block_rows <= r1; i += band_block_rows) {
     const long s = pntrb[i] - origin, e = pntre[i + band_block_rows - 1] - origin;
     request_streams(val, indx, s, e, stop);
-    const band_out out{accumulate ? band_put::add : band_put::scale, alpha, y + i, nullptr};
+    const band_out out{accumulate ? band_put::add : band_put::scale, alpha, y + i};
     if (band_block(pntre[i] - pntrb[i], val, indx, pntrb, pntre, origin, xs, i, out)) continue;
     for (long r = 0; r < band_block_rows; ++r) {
       const long rs = pntrb[i + r] - origin, re = pntre[i + r] - origin;
@@ -450,75 +289,6 @@ void csr_rows_mm(long r0, long r1, const double* val, const int* indx, const int
   // The streamed lines are ordered before whatever the caller (or a thread after the region's
   // barrier) reads next.
   if (stream) _mm_sfence();
-}
-
-// y[row - 1] += alpha * val * x[col - 1] over one-based triplets. Consecutive triplets of one
-// row are summed in a register before y is touched, so rows stored in order cost what a CSR row
-// costs instead of a store-to-load chain through y per entry; eight stencil rows in order go as
-// one band. With `overwrite`, y(0 : len) is written instead of added to: a row reached in order
-// for the first time is stored (as alpha * sum + 0, the bits of the sum added to a cleared y) and
-// the rows skipped on the way are cleared, so y is not cleared in a pass of its own first; a row
-// met again adds to what it holds.
-void coo_mv(long nnz, const double* val, const int* row, const int* col, double alpha,
-            const double* x, double* y, long len, bool overwrite) {
-  const double* xs = x - 1;
-  double* ys = y - 1;
-  long next = 1;  // with overwrite: the first row (one-based) not yet written
-  int hint = 0, skip = 0;
-  auto put = [&](long r, double sum) {
-    if (overwrite && r >= next) {
-      for (long q = next; q < r; ++q) ys[q] = 0.0;
-      ys[r] = madd(alpha, sum, 0.0);
-      next = r + 1;
-    } else {
-      ys[r] = madd(alpha, sum, ys[r]);
-    }
-  };
-  long p = 0;
-  while (p < nnz) {
-    const int r = row[p];
-    // The run length of the last band is tried first.
-    // After a failed try, the next rows go one by one: a list of short rows that are no band
-    // pays for one check every eight rows, not for one a row.
-    const int run = skip > 0 ? 0
-                    : hint && p + hint <= nnz && row[p + hint - 1] == r && (p + hint == nnz || row[p + hint] != r)
-                        ? hint
-                        : coo_run(nnz, row, p);
-    if (skip > 0) --skip;
-    if (run) {
-      request_streams(val, col, p, p + 8 * run, nnz);
-      for (long q = p + csr_stream_ahead; q < p + 8 * run + csr_stream_ahead && q < nnz; q += 16)
-        __builtin_prefetch(row + q);
-      // A block of rows not yet written takes its place in y directly; a block that meets rows
-      // written before (rows out of order) goes through `put`.
-      double sums[8];
-      const band_put how = !overwrite ? band_put::add : r >= next ? band_put::fresh : band_put::keep;
-      if (coo_band_block(run, nnz, val, row, col, p, xs, {how, alpha, ys + r, sums})) {
-        if (how == band_put::fresh) {
-          for (long q = next; q < r; ++q) ys[q] = 0.0;
-          next = r + 8;
-        } else if (how == band_put::keep) {
-          for (int q = 0; q < 8; ++q) put(r + q, sums[q]);
-        }
-        hint = run;
-        p += 8 * run;
-        continue;
-      }
-      skip = 7;
-    }
-    double s0 = 0, s1 = 0;
-    for (; p + 1 < nnz && row[p] == r && row[p + 1] == r; p += 2) {
-      s0 = madd(val[p], xs[col[p]], s0);
-      s1 = madd(val[p + 1], xs[col[p + 1]], s1);
-    }
-    if (p < nnz && row[p] == r) {
-      s0 = madd(val[p], xs[col[p]], s0);
-      ++p;
-    }
-    put(r, s0 + s1);
-  }
-  if (overwrite)
-    for (long q = next; q <= len; ++q) ys[q] = 0.0;
 }
 
 // General BSR product, not transposed: y(block i) += alpha * sum of B * x(block q). Blocks are

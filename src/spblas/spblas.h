@@ -46,6 +46,10 @@ inline constexpr long x_prefetch_rows_min = 12;
 // product (3.6 to 1.8 ns a row, one thread); 256 entries gave 2.2 ns, 1024 no better than 512.
 inline constexpr long band_block_rows = 8;
 inline constexpr long csr_stream_ahead = 512;
+// The COO product requests its three streams (val, row, col) this many entries ahead. On the
+// Laplacian of a million rows in order, one thread: no requests 1.59 of the CSR product's time,
+// 256 entries 1.27, 512 1.19, 1024 and more slower again (1.24 to 1.30).
+inline constexpr long coo_stream_ahead = 512;
 // Outputs of the CSR product of several columns from this many bytes, written without adding to
 // them, are stored past the caches (four times the second-level cache: such an output can't stay
 // in the core's caches until the caller reads it, and a normal store reads each line first).
@@ -196,6 +200,9 @@ void bsrsymv_diag_first(bool lower, long m, const bsr& a, const double* x, doubl
 }  // namespace zvx::spblas
 
 namespace zvx::spblas::simd {
+// What the COO product does with the y it is given: adds to it, overwrites it (beta 0: a NaN in y
+// doesn't survive), or scales it by beta first.
+enum class coo_output { add, overwrite, scale };
 // Vector kernels, one table per instruction set.
 struct kernel_set {
   // y[i] = (accumulate ? y[i] : 0) + alpha * sum over row i of val * x[col], rows [r0, r1)
@@ -213,9 +220,9 @@ struct kernel_set {
   void (*csr_rows_mm)(long r0, long r1, const double* val, const int* indx, const int* pntrb,
                       const int* pntre, int base, const double* b, long ldb, long n, double alpha,
                       double* c, long ldc, bool accumulate);
-  // y += alpha * A * x over one-based triplets; with `overwrite`, y(0 : len) := alpha * A * x
+  // y(0 : len) := alpha * A * x + (y | 0 | beta * y) over one-based triplets, as `out` says
   void (*coo_mv)(long nnz, const double* val, const int* row, const int* col, double alpha,
-                 const double* x, double* y, long len, bool overwrite);
+                 const double* x, double* y, long len, coo_output out, double beta);
   // general BSR, not transposed: y += alpha * A * x over m block rows
   void (*bsr_rows)(long m, long lb, bool row_major, const double* val, const int* indx,
                    const int* pntrb, const int* pntre, int base, const double* x, double alpha,
