@@ -12,20 +12,6 @@ namespace {
 
 namespace tune = zvx::spblas;
 
-// Row i holds columns i + offset for the first `width` offsets that fall inside [0, k).
-std::vector<triplet> stencil(long m, long k, int width, unsigned seed) {
-  static const int offsets[] = {-9, -4, -1, 0, 1, 2, 5, 11, 13, 17};
-  std::mt19937 gen(seed);
-  std::uniform_real_distribution<double> val(-1.0, 1.0);
-  std::vector<triplet> e;
-  for (long i = 0; i < m; ++i)
-    for (int q = 0; q < width; ++q) {
-      const long c = i + offsets[q];
-      if (c >= 0 && c < k) e.push_back({static_cast<int>(i), static_cast<int>(c), val(gen)});
-    }
-  return e;
-}
-
 // Breaks of the band: row 17 empty, a column of row 42 moved by one, an extra entry in row 61.
 std::vector<triplet> broken(const std::vector<triplet>& e, long k) {
   std::vector<triplet> out;
@@ -41,31 +27,6 @@ std::vector<triplet> broken(const std::vector<triplet>& e, long k) {
     if (t.r == 61 && t.c == 61) out.push_back({61, static_cast<int>(k - 1), 0.75});
   }
   return out;
-}
-
-// y := alpha * A * b(:, j) + beta * y in long double over the triplets, with the scale of the
-// terms for the tolerance. Column-major, leading dimensions ldb and ldc.
-void reference(long m, const std::vector<triplet>& e, long n, double alpha, const std::vector<double>& b,
-               long ldb, double beta, const std::vector<double>& c, long ldc, std::vector<double>& want,
-               std::vector<double>& scale) {
-  want = c;
-  scale.assign(c.size(), 0.0);
-  std::vector<ld> sum(static_cast<size_t>(m)), mag(static_cast<size_t>(m));
-  for (long j = 0; j < n; ++j) {
-    std::fill(sum.begin(), sum.end(), 0.0L);
-    std::fill(mag.begin(), mag.end(), 0.0L);
-    for (const auto& t : e) {
-      const ld term = static_cast<ld>(alpha) * t.v * b[static_cast<size_t>(t.c + j * ldb)];
-      sum[static_cast<size_t>(t.r)] += term;
-      mag[static_cast<size_t>(t.r)] += std::fabs(term);
-    }
-    for (long i = 0; i < m; ++i) {
-      const size_t at = static_cast<size_t>(i + j * ldc);
-      const ld old = beta == 0.0 ? 0.0L : static_cast<ld>(beta) * c[at];
-      want[at] = static_cast<double>(sum[static_cast<size_t>(i)] + old);
-      scale[at] = static_cast<double>(mag[static_cast<size_t>(i)] + std::fabs(old)) + 1e-300;
-    }
-  }
 }
 
 void check_csr(const std::vector<triplet>& e, long m, int origin, int base, bool gaps, long n, double beta,
