@@ -46,9 +46,10 @@ inline constexpr long x_prefetch_rows_min = 12;
 // product (3.6 to 1.8 ns a row, one thread); 256 entries gave 2.2 ns, 1024 no better than 512.
 inline constexpr long band_block_rows = 8;
 inline constexpr long csr_stream_ahead = 512;
-// The COO product requests its three streams (val, row, col) this many entries ahead. On the
-// Laplacian of a million rows in order, one thread: no requests 1.59 of the CSR product's time,
-// 256 entries 1.27, 512 1.19, 1024 and more slower again (1.24 to 1.30).
+// The COO product requests its three streams (val, row, col) this many entries ahead (4 KiB of
+// val, as the CSR rows). On the Laplacian of a million rows in order, one thread, medians of the
+// time of the CSR product: no requests 1.49, 256 entries 1.17, 384 to 640 1.12 to 1.16 (alike
+// within the noise of a loaded machine), 1024 1.24, 2048 1.30.
 inline constexpr long coo_stream_ahead = 512;
 // Outputs of the CSR product of several columns from this many bytes, written without adding to
 // them, are stored past the caches (four times the second-level cache: such an output can't stay
