@@ -44,9 +44,11 @@ struct coo_target {
 // adds to them; one whose rows hold none yet is stored on it; one across `next` ends the run, as
 // does the first block that is no band. Returns the triplet after the last block taken.
 //
-// The three streams are requested coo_stream_ahead entries ahead, one request a line, in the code
-// of the block itself: the per-block work is light enough that the hardware's prefetching of the
-// streams falls behind, and a loop of its own around the requests cost more than the requests.
+// The three streams are requested coo_stream_ahead entries ahead, one request a line, unrolled in
+// the code of the block: the per-block work is light enough that the hardware's prefetching of the
+// streams falls behind (no requests: 1.5 times the time). In the caches the loop takes 0.9 to 1.07
+// of the CSR rows' time on the Laplacian (90,000 and 16,000 rows); from memory its extra stream of
+// rows shows.
 template <int L>
 long band_run(long nnz, const double* val, const int* row, const int* col, long p, const double* xs,
               coo_target& t) {
