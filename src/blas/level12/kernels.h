@@ -31,6 +31,8 @@ struct real_kernels {
   void (*band_dots)(long cols, long len, const T* a, long lda, const T* x, T* out);
   // Symmetric multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
   void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
+  // Solve op(A(0:b, 0:b)) * x = x for a diagonal block of b <= trsv_block rows, contiguous x.
+  void (*trsv_block)(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
 };
 
 template <class R>  // float or double: complex kernels on interleaved pairs

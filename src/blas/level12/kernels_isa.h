@@ -55,6 +55,10 @@ template <class R>
 void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
           complex_t<R>* y);
 
+// kernels_triangular.cpp
+template <class T>
+void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
+
 // Elements before the first vector boundary of p, for loops long enough to gain from loads and
 // stores that don't straddle two lines (allocations are commonly 16-byte aligned, so every 64-byte
 // access of the AVX-512 loops would); zero when p is aligned or not aligned to its element size.

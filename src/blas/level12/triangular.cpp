@@ -18,9 +18,8 @@ template <class T> T* part(T* x0, long start, long len, long inc) {
 template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
 
 // Real blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b) in loops the compiler vectorizes inline, which
-// measured as fast or faster than calls of the vector kernels for real types at orders 32 to 700
-// (the solve 10-40% faster: each call's short, masked tail is stored and then read back as a
-// scalar at the next step). Each element of x is a dot of its row: the diagonal product first,
+// measured as fast or faster than calls of the level-1 vector kernels for real types at orders 32
+// to 700. Each element of x is a dot of its row: the diagonal product first,
 // then the other columns from left to right.
 template <class T>
 void trmv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
@@ -73,52 +72,6 @@ void trmv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long 
     long i0 = 0;
     for (; i0 + group <= b; i0 += group) rows.template operator()<group>(i0);
     for (; i0 < b; ++i0) rows.template operator()<1>(i0);
-  }
-}
-
-// Solve op(A(0:b, 0:b)) * x = x for one diagonal block: a column sweep when not transposed, a
-// dot sweep when transposed; division by the diagonal element each time.
-template <class T>
-void trsv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
-  auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
-  auto X = [&](long i) -> T& { return x[i * inc]; };
-  if (o == op::n) {
-    if (upper) {
-      for (long j = b - 1; j >= 0; --j) {
-        if (nonunit) X(j) = X(j) / A(j, j);
-        const T t = X(j);
-        for (long i = 0; i < j; ++i) X(i) -= t * A(i, j);
-      }
-    } else {
-      for (long j = 0; j < b; ++j) {
-        if (nonunit) X(j) = X(j) / A(j, j);
-        const T t = X(j);
-        for (long i = j + 1; i < b; ++i) X(i) -= t * A(i, j);
-      }
-    }
-  } else {
-    // Each row's dot over the solved part, in four sums over every fourth term: one sum alone
-    // waits on each of its additions in turn (the transposed solves of order 2,000 took 1.29-1.35
-    // times the peer's time with one sum, 1.11-1.16 with four, on the loaded machine).
-    auto dot = [&](long i, long from, long to) {
-      T s[4] = {};
-      long k = from;
-      for (; k + 4 <= to; k += 4)
-        for (int r = 0; r < 4; ++r) s[r] += A(k + r, i) * X(k + r);
-      for (; k < to; ++k) s[0] += A(k, i) * X(k);
-      return (s[0] + s[1]) + (s[2] + s[3]);
-    };
-    if (upper) {
-      for (long i = 0; i < b; ++i) {
-        const T s = X(i) - dot(i, 0, i);
-        X(i) = nonunit ? s / A(i, i) : s;
-      }
-    } else {
-      for (long i = b - 1; i >= 0; --i) {
-        const T s = X(i) - dot(i, i + 1, b);
-        X(i) = nonunit ? s / A(i, i) : s;
-      }
-    }
   }
 }
 
@@ -232,7 +185,12 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 template <class T>
 void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   if constexpr (!is_complex<T>) {
-    return trsv_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+    // The vector kernel of the table, on a contiguous copy of x where x has a stride.
+    if (inc == 1) return kernels_for<T>().trsv_block(upper, o != op::n, nonunit, b, a, lda, x);
+    T xs[trsv_block];
+    for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
+    kernels_for<T>().trsv_block(upper, o != op::n, nonunit, b, a, lda, xs);
+    for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
   } else {
     T xs[trsv_block], inv[trsv_block];
     for (long i = 0; i < b; ++i) {
