@@ -343,6 +343,43 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
+// Real diagonal blocks multiply by the reciprocals of their diagonal only where that is as good
+// as dividing: a subnormal diagonal (whose reciprocal overflows) and a huge one (whose reciprocal
+// is subnormal) must still divide. Diagonal operators with power-of-two entries make every
+// quotient exact, so the solution is known to the bit; the extreme element sits in the first,
+// a middle and the last row, around one block (the off-diagonal zeros still go through the dots
+// and updates of the groups).
+template <class T> void check_extreme_diagonals() {
+  SCOPED_TRACE(info<T>::name);
+  using lim = std::numeric_limits<T>;
+  constexpr int sb = zvx::blas12::trsv_block;
+  const T tiny = std::ldexp(T(1), lim::min_exponent - 8), huge = std::ldexp(T(1.5), lim::max_exponent - 1);
+  for (int n : {sb - 1, sb, sb + 3})
+    for (int p : {0, n / 2, n - 1})
+      for (T extreme : {tiny, huge})
+        for (const char* form : {"UN", "LN", "UT", "LT"})
+          for (int incx : {1, -2}) {
+            SCOPED_TRACE(::testing::Message() << "n " << n << " p " << p << " d " << (double)extreme << " " << form << " incx " << incx);
+            const char uplo = form[0], trans = form[1], diag = 'N';
+            std::vector<T> a((size_t)n * n, T(0));
+            std::vector<T> b(storage(n, incx), T(0)), want(n);
+            for (int i = 0; i < n; ++i) {
+              const T d = i == p ? extreme : std::ldexp(T(1), i % 5 - 2);
+              a[i + (size_t)i * n] = d;
+              const T bi = i == p ? extreme * T(0.75) : T(uniform());
+              b[at(i, n, incx)] = bi;
+              want[i] = (T)((long double)bi / (long double)d);
+            }
+            l2<T>::trsv(&uplo, &trans, &diag, &n, a.data(), &n, b.data(), &incx);
+            for (int i = 0; i < n; ++i) ASSERT_EQ(b[at(i, n, incx)], want[i]) << "row " << i;
+          }
+}
+
+TEST(Triangular, RealBlocksDivideAtExtremeDiagonals) {
+  check_extreme_diagonals<float>();
+  check_extreme_diagonals<double>();
+}
+
 // Transposed band multiplies with unit increment take the dots of the full-length columns in
 // groups: band widths below, at and above the vector widths (4, 8, 16 lanes) and their doubles,
 // orders that leave a partial last group after whole ones, and columns shorter than the band at
