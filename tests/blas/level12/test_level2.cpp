@@ -80,6 +80,27 @@ const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
   constexpr int strip = zvx::blas12::strip_rows;
+  // Complex, not transposed: around the rows of one block of the widest vectors, and two blocks
+  // and a few rows, with a partial chunk of columns.
+  if constexpr (info<T>::cx) {
+    using R = R_t<T>;
+    constexpr int block = zvx::blas12::cgemv_n_register_vectors<R>(64) * (64 / (int)sizeof(R)) / 2;
+    constexpr int chunk = (int)zvx::blas12::cgemv_n_column_chunk<R>;
+    for (int m : {block - 1, block, block + 1, 2 * block + 3}) {
+      SCOPED_TRACE(::testing::Message() << "block rows, m " << m);
+      const int n = chunk + 3, lda = m + 1, one = 1;
+      auto a = random_vector<T>((size_t)lda * n);
+      dense M(m, n);
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+      auto x = random_vector<T>(n), y = random_vector<T>(m);
+      const T alpha = random_value<T>(), beta = random_value<T>();
+      auto y1 = y;
+      const char t = 'N';
+      l2<T>::gemv(&t, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+      check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "gemv blocks");
+    }
+  }
   for (int m : {0, 1, 5, strip - 1, strip, strip + 1, 2 * strip + 2, 4 * strip - 5})
     // Column counts whose remainders after the groups of vector width take every smaller group.
     for (int n : {0, 1, 2, 7, 13, 30, 64, 65})
