@@ -11,6 +11,7 @@ namespace zvx::blas12 {
 template <class T>  // float or double
 struct real_kernels {
   void (*axpy)(long n, T alpha, const T* x, T* y);  // y += alpha * x
+  void (*axpy2)(long n, T a1, const T* x1, T a2, const T* x2, T* y);  // y += a1 * x1, then += a2 * x2
   T (*dot)(long n, const T* x, const T* y);         // sum in T
   void (*scal)(long n, T alpha, T* x);              // x *= alpha, always multiplying
   void (*copy)(long n, const T* x, T* y);

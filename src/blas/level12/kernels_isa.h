@@ -19,6 +19,7 @@ using namespace ::ZVX_ISA_NS;
 
 // kernels_level1.cpp
 template <class T> void axpy(long n, T alpha, const T* x, T* y);
+template <class T> void axpy2(long n, T a1, const T* x1, T a2, const T* x2, T* y);
 template <class T> T dot(long n, const T* x, const T* y);
 template <class T> void scal(long n, T alpha, T* x);
 template <class T> void copy(long n, const T* x, T* y);

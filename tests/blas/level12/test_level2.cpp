@@ -718,9 +718,11 @@ RF_CX(zvx_complex16, double, z)
 template <class T> void check_rank_updates() {
   for (const auto& f : rank_forms<T>()) {
     SCOPED_TRACE(f.name);
-    // 37 and 70: unit increments run vector axpys on each side of the diagonal, with whole
-    // vectors and tails; {1, 2} keeps one unit increment on the strided path.
-    for (int n : {0, 1, 4, 13, 37, 70})
+    // 37 and 70: unit increments run vector axpys on each side of the diagonal (one pass for
+    // both operands of the real two-operand forms), with whole vectors and tails; 147: columns
+    // longer than eight vectors of 16 singles, whose odd leading dimension makes them start
+    // with an alignment head; {1, 2} keeps one unit increment on the strided path.
+    for (int n : {0, 1, 4, 13, 37, 70, 147})
       for (char uplo : {'U', 'l', 'W'})
         for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {3, -2}, {1, 2}}) {
           const bool upper = uplo == 'U';
