@@ -11,6 +11,7 @@ namespace zvx::blas12 {
 template <class T>  // float or double
 struct real_kernels {
   void (*axpy)(long n, T alpha, const T* x, T* y);  // y += alpha * x
+  void (*axpy2)(long n, T a1, const T* x1, T a2, const T* x2, T* y);  // y += a1 * x1, then += a2 * x2
   T (*dot)(long n, const T* x, const T* y);         // sum in T
   void (*scal)(long n, T alpha, T* x);              // x *= alpha, always multiplying
   void (*copy)(long n, const T* x, T* y);
@@ -26,11 +27,16 @@ struct real_kernels {
                  bool prefetch);
   // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+  // The same product with each column's dot taken over its whole length and added to y once (not
+  // strip by strip as gemv rounds it).
+  void (*column_dots)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
   // Dots of columns whose x slides one element a column (band storage):
   // out(c) = sum over i < len of a(c * lda + i) * x(c + i), for c < cols.
   void (*band_dots)(long cols, long len, const T* a, long lda, const T* x, T* out);
   // Symmetric multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
   void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
+  // Solve op(A(0:b, 0:b)) * x = x for a diagonal block of b <= trsv_block rows, contiguous x.
+  void (*trsv_block)(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
 };
 
 template <class R>  // float or double: complex kernels on interleaved pairs

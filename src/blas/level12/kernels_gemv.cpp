@@ -153,18 +153,20 @@ void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x
 // full strip unless `short_strip`), reduced together: lane k of the result is the dot of column k.
 // Column k is at base[k / 4] + (k % 4) * lda, four columns per base register, so that the addresses
 // of up to sixteen columns fit in the general registers; every x vector serves all C columns.
+// With fewer columns than lanes the spare accumulators take the odd vectors of the strip, so that
+// the additions of one column don't wait on each other.
+template <class T, int C> constexpr int gemv_t_chains = 2 * C <= W<T> ? 2 : 1;
+
+// The products of one strip added into the accumulators acc (W vectors, see gemv_t_chains).
 template <class T, int C, bool short_strip>
-__attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base_in, long ld1, long ld3, const T* x,
-                                                       long rows) {
+__attribute__((always_inline)) inline void gemv_t_strip_sums(const char* const* base_in, long ld1, long ld3, const T* x,
+                                                            long rows, V<T>* acc) {
   constexpr int w = W<T>;
   constexpr int nv = strip_rows / w;
   constexpr int bases = (C + 3) / 4;
-  // With fewer columns than lanes the spare accumulators take the odd vectors of the strip, so
-  // that the additions of one column don't wait on each other.
-  constexpr int chains = 2 * C <= w ? 2 : 1;
+  constexpr int chains = gemv_t_chains<T, C>;
   const char* base[bases];
   for (int b = 0; b < bases; ++b) base[b] = base_in[b];
-  V<T> acc[w] = {};
 #pragma GCC unroll 32
   for (int v = 0; v < nv; ++v) {
     if (short_strip && v * w >= rows) continue;
@@ -192,17 +194,31 @@ __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base_
       for (int k = 0; k < C; ++k) acc[set + k] = vfma(ld_part(column(k), count), xv, acc[set + k]);
     }
   }
-  if constexpr (chains == 2)
+}
+
+// The accumulators' sums, lane k the dot of column k.
+template <class T, int C> __attribute__((always_inline)) inline V<T> gemv_t_finish(V<T>* acc) {
+  if constexpr (gemv_t_chains<T, C> == 2)
 #pragma GCC unroll 16
     for (int k = 0; k < C; ++k) acc[k] += acc[C + k], acc[C + k] = V<T>{};
   return reduce_lanes<T>(acc);
+}
+
+template <class T, int C, bool short_strip>
+__attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base, long ld1, long ld3, const T* x,
+                                                       long rows) {
+  V<T> acc[W<T>] = {};
+  gemv_t_strip_sums<T, C, short_strip>(base, ld1, ld3, x, rows, acc);
+  return gemv_t_finish<T, C>(acc);
 }
 
 // y(j:j+C) += alpha * A(0:m, j:j+C)' * x for C <= W columns, walked down all strips (C
 // sequential streams). Each strip's C dots are added to y before the next strip, in the order of
 // the strips, the rows after the last full strip being a last, short strip; y stays in a register
 // across the strips.
-template <class T, int C>
+// With `whole`, the columns' dots run over all strips and are reduced and added to y once, for
+// callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
+template <class T, int C, bool whole = false>
 __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long lda, const T* x, T* y,
                                               bool prefetch) {
   constexpr int w = W<T>;
@@ -213,30 +229,37 @@ __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long 
   const char* base[bases];
   for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   long i0 = 0;
+  V<T> acc[w] = {};
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
     if (prefetch && m - i0 > gemv_prefetch_rows<T>)
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
         __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
-    yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
+    if constexpr (whole) gemv_t_strip_sums<T, C, false>(base, ld1, ld3, x + i0, strip_rows, acc);
+    else yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
     for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(T);
   }
-  if (i0 < m) yv = vfma(va, gemv_t_strip<T, C, true>(base, ld1, ld3, x + i0, m - i0), yv);
+  if constexpr (whole) {
+    if (i0 < m) gemv_t_strip_sums<T, C, true>(base, ld1, ld3, x + i0, m - i0, acc);
+    yv = vfma(va, gemv_t_finish<T, C>(acc), yv);
+  } else {
+    if (i0 < m) yv = vfma(va, gemv_t_strip<T, C, true>(base, ld1, ld3, x + i0, m - i0), yv);
+  }
   if constexpr (C == w) st(y, yv);
   else st_part(y, yv, C);
 }
 
 // Columns left after the groups of W: groups of W/2, W/4, ..., 1 as they fit.
-template <class T, int C>
+template <class T, int C, bool whole = false>
 inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   if constexpr (C >= 1) {
     if (n >= C) {
-      gemv_t_columns<T, C>(m, alpha, a, lda, x, y, prefetch);
+      gemv_t_columns<T, C, whole>(m, alpha, a, lda, x, y, prefetch);
       a += C * lda;
       y += C;
       n -= C;
     }
-    gemv_t_tail<T, C / 2>(m, n, alpha, a, lda, x, y, prefetch);
+    gemv_t_tail<T, C / 2, whole>(m, n, alpha, a, lda, x, y, prefetch);
   }
 }
 
@@ -246,6 +269,15 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
   long j = 0;
   for (; j + w <= n; j += w) gemv_t_columns<T, w>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
   gemv_t_tail<T, w / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
+}
+
+template <class T>
+void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  constexpr int w = W<T>;
+  const bool prefetch = m > gemv_prefetch_rows<T>;
+  long j = 0;
+  for (; j + w <= n; j += w) gemv_t_columns<T, w, true>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
+  gemv_t_tail<T, w / 2, true>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
 }
 
 // Rows left after the strips (fewer than 64): sums over the columns, kept in a buffer so that the
@@ -303,25 +335,29 @@ template <class T> void rest_finish(long m, T alpha, const T* sum, T* y) {
   for (long i = 0; i < m; ++i) y[i] = sfma(alpha, sum[i], y[i]);
 }
 
-// y(0:m) += A * (alpha * x), one column a pass, y in registers across a chunk of columns; each
-// column asks for its lines a page ahead once a block, as the real kernel does.
+// y(0:m) += A * (alpha * x), one column a pass across a chunk of columns; each column asks for its
+// lines a page ahead once a block, as the real kernel does. The products with the real and the
+// imaginary part of each multiplier go to sums of their own, combined with y once a chunk: the
+// loop takes two FMAs per vector and no shuffle, where forming each complex product in place
+// put an exchange of the pairs of every vector on the port the FMAs share.
 template <class R, int B>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
-  const V<R> sign = alternating_sign<R>();
-  V<R> acc[B];
-  for (int b = 0; b < B; ++b) acc[b] = ld(y + b * w);
+  V<R> p[B] = {}, q[B] = {};
   for (long j = 0; j < n; ++j) {
-    const V<R> tr = bc(t[j].real), ti = bc(t[j].imag) * sign;
+    const V<R> tr = bc(t[j].real), ti = bc(t[j].imag);
     const R* col = &a[j * lda].real;
     if constexpr (B > 1) __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
     for (int b = 0; b < B; ++b) {
       V<R> v = ld(col + b * w);
       in_register(v);
-      acc[b] = vfma(ti, swap_pairs<R>(v), vfma(tr, v, acc[b]));
+      p[b] = vfma(tr, v, p[b]);
+      q[b] = vfma(ti, v, q[b]);
     }
   }
-  for (int b = 0; b < B; ++b) st(y + b * w, acc[b]);
+  // p holds (ar tr, ai tr) and q (ar ti, ai ti) per element: re = ar tr - ai ti, im = ai tr + ar ti.
+  const V<R> sign = alternating_sign<R>();
+  for (int b = 0; b < B; ++b) st(y + b * w, vfma(swap_pairs<R>(q[b]), sign, ld(y + b * w) + p[b]));
 }
 
 template <class R>
@@ -553,6 +589,8 @@ template void gemv_n<float>(long, long, long, float, const float*, long, const f
 template void gemv_n<double>(long, long, long, double, const double*, long, const double*, double*, bool);
 template void gemv_t<float>(long, long, float, const float*, long, const float*, float*, bool);
 template void gemv_t<double>(long, long, double, const double*, long, const double*, double*, bool);
+template void column_dots<float>(long, long, float, const float*, long, const float*, float*);
+template void column_dots<double>(long, long, double, const double*, long, const double*, double*);
 template void band_dots<float>(long, long, const float*, long, const float*, float*);
 template void band_dots<double>(long, long, const double*, long, const double*, double*);
 #define ZVX_CGEMV(R)                                                                               \

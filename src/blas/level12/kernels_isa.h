@@ -19,6 +19,7 @@ using namespace ::ZVX_ISA_NS;
 
 // kernels_level1.cpp
 template <class T> void axpy(long n, T alpha, const T* x, T* y);
+template <class T> void axpy2(long n, T a1, const T* x1, T a2, const T* x2, T* y);
 template <class T> T dot(long n, const T* x, const T* y);
 template <class T> void scal(long n, T alpha, T* x);
 template <class T> void copy(long n, const T* x, T* y);
@@ -37,6 +38,7 @@ template <class T>
 void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
 template <class T>
 void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
+template <class T> void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
 template <class T> void band_dots(long cols, long len, const T* a, long lda, const T* x, T* out);
 template <class R>
 void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
@@ -54,6 +56,10 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
 template <class R>
 void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
           complex_t<R>* y);
+
+// kernels_triangular.cpp
+template <class T>
+void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
 
 // Elements before the first vector boundary of p, for loops long enough to gain from loads and
 // stores that don't straddle two lines (allocations are commonly 16-byte aligned, so every 64-byte

@@ -21,6 +21,24 @@ template <class T> void axpy(long n, T alpha, const T* x, T* y) {
   if (i < n) st_part(y + i, vfma(va, ld_part(x + i, n - i), ld_part(y + i, n - i)), n - i);
 }
 
+// y += a1 * x1, then y += a2 * x2, element by element in one pass: the arithmetic of two axpy
+// calls, without the second call reading back what the first one's masked tail just stored.
+template <class T> void axpy2(long n, T a1, const T* x1, T a2, const T* x2, T* y) {
+  constexpr int w = W<T>;
+  const V<T> v1 = bc(a1), v2 = bc(a2);
+  auto step = [&](V<T> yv, V<T> p, V<T> q) __attribute__((always_inline)) { return vfma(v2, q, vfma(v1, p, yv)); };
+  long i = elements_to_boundary(y, n);
+  if (i > 0) st_part(y, step(ld_part(y, i), ld_part(x1, i), ld_part(x2, i)), i);
+  for (; i + 2 * w <= n; i += 2 * w) {
+    const V<T> y0 = step(ld(y + i), ld(x1 + i), ld(x2 + i));
+    const V<T> y1 = step(ld(y + i + w), ld(x1 + i + w), ld(x2 + i + w));
+    st(y + i, y0);
+    st(y + i + w, y1);
+  }
+  for (; i + w <= n; i += w) st(y + i, step(ld(y + i), ld(x1 + i), ld(x2 + i)));
+  if (i < n) st_part(y + i, step(ld_part(y + i, n - i), ld_part(x1 + i, n - i), ld_part(x2 + i, n - i)), n - i);
+}
+
 template <class T> T dot(long n, const T* x, const T* y) {
   constexpr int w = W<T>;
   V<T> acc[reduction_unroll] = {};
@@ -483,6 +501,8 @@ template <class R> long ciamax(long n, const complex_t<R>* xc) {
 
 template void axpy<float>(long, float, const float*, float*);
 template void axpy<double>(long, double, const double*, double*);
+template void axpy2<float>(long, float, const float*, float, const float*, float*);
+template void axpy2<double>(long, double, const double*, double, const double*, double*);
 template float dot<float>(long, const float*, const float*);
 template double dot<double>(long, const double*, const double*);
 template void scal<float>(long, float, float*);

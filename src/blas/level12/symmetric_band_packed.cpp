@@ -280,12 +280,16 @@ void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y,
     const T t2 = two ? cj(alpha * X(j)) : T{};
     if (unit) {
       // The rows of the column off the diagonal are contiguous in full and packed storage: one
-      // vector axpy per operand on each side of the diagonal.
+      // vector axpy per operand on each side of the diagonal (real types: one pass for both).
       auto axpy_rows = [&](long from, long to) {
         if (to <= from) return;
         T* col = &A.at(from, j);
-        kernels_for<T>().axpy(to - from, t1, x0 + from, col);
-        if constexpr (two) kernels_for<T>().axpy(to - from, t2, y0 + from, col);
+        if constexpr (two && !is_complex<T>) {
+          kernels_for<T>().axpy2(to - from, t1, x0 + from, t2, y0 + from, col);
+        } else {
+          kernels_for<T>().axpy(to - from, t1, x0 + from, col);
+          if constexpr (two) kernels_for<T>().axpy(to - from, t2, y0 + from, col);
+        }
       };
       if constexpr (!is_complex<T>) {
         // In the upper triangle a real diagonal goes with its column: updated on its own after

@@ -18,9 +18,8 @@ template <class T> T* part(T* x0, long start, long len, long inc) {
 template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
 
 // Real blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b) in loops the compiler vectorizes inline, which
-// measured as fast or faster than calls of the vector kernels for real types at orders 32 to 700
-// (the solve 10-40% faster: each call's short, masked tail is stored and then read back as a
-// scalar at the next step). Each element of x is a dot of its row: the diagonal product first,
+// measured as fast or faster than calls of the level-1 vector kernels for real types at orders 32
+// to 700. Each element of x is a dot of its row: the diagonal product first,
 // then the other columns from left to right.
 template <class T>
 void trmv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
@@ -73,52 +72,6 @@ void trmv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long 
     long i0 = 0;
     for (; i0 + group <= b; i0 += group) rows.template operator()<group>(i0);
     for (; i0 < b; ++i0) rows.template operator()<1>(i0);
-  }
-}
-
-// Solve op(A(0:b, 0:b)) * x = x for one diagonal block: a column sweep when not transposed, a
-// dot sweep when transposed; division by the diagonal element each time.
-template <class T>
-void trsv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
-  auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
-  auto X = [&](long i) -> T& { return x[i * inc]; };
-  if (o == op::n) {
-    if (upper) {
-      for (long j = b - 1; j >= 0; --j) {
-        if (nonunit) X(j) = X(j) / A(j, j);
-        const T t = X(j);
-        for (long i = 0; i < j; ++i) X(i) -= t * A(i, j);
-      }
-    } else {
-      for (long j = 0; j < b; ++j) {
-        if (nonunit) X(j) = X(j) / A(j, j);
-        const T t = X(j);
-        for (long i = j + 1; i < b; ++i) X(i) -= t * A(i, j);
-      }
-    }
-  } else {
-    // Each row's dot over the solved part, in four sums over every fourth term: one sum alone
-    // waits on each of its additions in turn (the transposed solves of order 2,000 took 1.29-1.35
-    // times the peer's time with one sum, 1.11-1.16 with four, on the loaded machine).
-    auto dot = [&](long i, long from, long to) {
-      T s[4] = {};
-      long k = from;
-      for (; k + 4 <= to; k += 4)
-        for (int r = 0; r < 4; ++r) s[r] += A(k + r, i) * X(k + r);
-      for (; k < to; ++k) s[0] += A(k, i) * X(k);
-      return (s[0] + s[1]) + (s[2] + s[3]);
-    };
-    if (upper) {
-      for (long i = 0; i < b; ++i) {
-        const T s = X(i) - dot(i, 0, i);
-        X(i) = nonunit ? s / A(i, i) : s;
-      }
-    } else {
-      for (long i = b - 1; i >= 0; --i) {
-        const T s = X(i) - dot(i, i + 1, b);
-        X(i) = nonunit ? s / A(i, i) : s;
-      }
-    }
   }
 }
 
@@ -232,7 +185,12 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 template <class T>
 void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   if constexpr (!is_complex<T>) {
-    return trsv_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+    // The vector kernel of the table, on a contiguous copy of x where x has a stride.
+    if (inc == 1) return kernels_for<T>().trsv_block(upper, o != op::n, nonunit, b, a, lda, x);
+    T xs[trsv_block];
+    for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
+    kernels_for<T>().trsv_block(upper, o != op::n, nonunit, b, a, lda, xs);
+    for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
   } else {
     T xs[trsv_block], inv[trsv_block];
     for (long i = 0; i < b; ++i) {
@@ -247,6 +205,19 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 
 template <class T> const char* panel_trans(op o) { return o == op::n ? "N" : o == op::c ? "C" : "T"; }
 
+// x(to:to+b) += alpha * op(A(0:len, 0:b))' * x(from:from+len), the transposed panel beside a
+// diagonal block. Real types with unit increments take the table's whole-column dots: the panels
+// need no strip-by-strip rounding, and one lane reduction per group of columns instead of one per
+// strip of 64 rows is a tenth of the reductions at order 700.
+template <class T>
+void transposed_panel(op o, long len, long b, T alpha, const T* a, int lda, T* x0, long from, long to, int incx) {
+  if constexpr (!is_complex<T>) {
+    if (incx == 1) return kernels_for<T>().column_dots(len, b, alpha, a, lda, x0 + from, x0 + to);
+  }
+  gemv<T>(panel_trans<T>(o), (int)len, (int)b, alpha, a, lda, part(x0, from, len, incx), incx, from_real<T>(1),
+          part(x0, to, b, incx), incx);
+}
+
 template <class T>
 void trmv(const char* uplo, const char* trans, const char* diag, int n, const T* a, int lda, T* x, int incx) {
   if (n <= 0) return;
@@ -256,7 +227,6 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1);
-  const char* tr = panel_trans<T>(o);
   auto blk = [&](long j) { return a + j + j * ld; };
   const bool forward = (o == op::n) == upper;  // blocks from the top down
   if (forward) {
@@ -268,7 +238,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
       } else {  // lower transposed: the block, then the panel under it
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
         const long below = n - j - b;
-        if (below > 0) gemv<T>(tr, (int)below, (int)b, one, a + (j + b) + j * ld, lda, part(x0, j + b, below, incx), incx, one, part(x0, j, b, incx), incx);
+        if (below > 0) transposed_panel<T>(o, below, b, one, a + (j + b) + j * ld, lda, x0, j + b, j, incx);
       }
     }
   } else {
@@ -279,7 +249,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
       } else {  // upper transposed: the block, then the panel above it
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
-        if (j > 0) gemv<T>(tr, (int)j, (int)b, one, a + j * ld, lda, part(x0, 0, j, incx), incx, one, part(x0, j, b, incx), incx);
+        if (j > 0) transposed_panel<T>(o, j, b, one, a + j * ld, lda, x0, 0, j, incx);
       }
     }
   }
@@ -294,7 +264,6 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1), minus_one = from_real<T>(-1);
-  const char* tr = panel_trans<T>(o);
   auto blk = [&](long j) { return a + j + j * ld; };
   const long nb = n / trsv_block, r = n - nb * trsv_block;
   // Top-down order: full blocks first, the remainder block at the bottom; bottom-up order: full
@@ -320,10 +289,10 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
       }
     } else {
       if (upper) {
-        if (j > 0) gemv<T>(tr, (int)j, (int)b, minus_one, a + j * ld, lda, part(x0, 0, j, incx), incx, one, part(x0, j, b, incx), incx);
+        if (j > 0) transposed_panel<T>(o, j, b, minus_one, a + j * ld, lda, x0, 0, j, incx);
       } else {
         const long below = n - j - b;
-        if (below > 0) gemv<T>(tr, (int)below, (int)b, minus_one, a + (j + b) + j * ld, lda, part(x0, j + b, below, incx), incx, one, part(x0, j, b, incx), incx);
+        if (below > 0) transposed_panel<T>(o, below, b, minus_one, a + (j + b) + j * ld, lda, x0, j + b, j, incx);
       }
       trsv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
     }

@@ -80,6 +80,27 @@ const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
   constexpr int strip = zvx::blas12::strip_rows;
+  // Complex, not transposed: around the rows of one block of the widest vectors, and two blocks
+  // and a few rows, with a partial chunk of columns.
+  if constexpr (info<T>::cx) {
+    using R = R_t<T>;
+    constexpr int block = zvx::blas12::cgemv_n_register_vectors<R>(64) * (64 / (int)sizeof(R)) / 2;
+    constexpr int chunk = (int)zvx::blas12::cgemv_n_column_chunk<R>;
+    for (int m : {block - 1, block, block + 1, 2 * block + 3}) {
+      SCOPED_TRACE(::testing::Message() << "block rows, m " << m);
+      const int n = chunk + 3, lda = m + 1, one = 1;
+      auto a = random_vector<T>((size_t)lda * n);
+      dense M(m, n);
+      for (int j = 0; j < n; ++j)
+        for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+      auto x = random_vector<T>(n), y = random_vector<T>(m);
+      const T alpha = random_value<T>(), beta = random_value<T>();
+      auto y1 = y;
+      const char t = 'N';
+      l2<T>::gemv(&t, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+      check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "gemv blocks");
+    }
+  }
   for (int m : {0, 1, 5, strip - 1, strip, strip + 1, 2 * strip + 2, 4 * strip - 5})
     // Column counts whose remainders after the groups of vector width take every smaller group.
     for (int n : {0, 1, 2, 7, 13, 30, 64, 65})
@@ -291,9 +312,11 @@ std::vector<T> make_triangle(storage_kind kind, bool upper, bool unit, int n, in
 template <class T> void check_triangular(storage_kind kind, long double scale = 1) {
   SCOPED_TRACE(info<T>::name);
   // Around the row blocks of the unit-increment solve and multiply, and the triangles that end the
-  // halving of complex blocks (a leaf, one row more, two leaves and one).
+  // halving of complex blocks (a leaf, one row more, two leaves and one); the last order makes the
+  // transposed panels beside the blocks span several strips and a short one.
   constexpr int sb = zvx::blas12::trsv_block, mb = zvx::blas12::trmv_block, leaf = (int)zvx::blas12::triangular_leaf;
-  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2}
+  constexpr int strip = (int)zvx::blas12::strip_rows;
+  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2, 4 * strip + 3}
                                                              : std::vector<int>{0, 1, 4, 17, 40};
   for (int n : sizes)
     for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 3, n + 2} : std::vector<int>{0})
@@ -341,6 +364,43 @@ TEST(Triangular, FullBandPackedAllTypes) {
     check_triangular<zvx_complex8>(kind);
     check_triangular<zvx_complex16>(kind);
   }
+}
+
+// Real diagonal blocks multiply by the reciprocals of their diagonal only where that is as good
+// as dividing: a subnormal diagonal (whose reciprocal overflows) and a huge one (whose reciprocal
+// is subnormal) must still divide. Diagonal operators with power-of-two entries make every
+// quotient exact, so the solution is known to the bit; the extreme element sits in the first,
+// a middle and the last row, around one block (the off-diagonal zeros still go through the dots
+// and updates of the groups).
+template <class T> void check_extreme_diagonals() {
+  SCOPED_TRACE(info<T>::name);
+  using lim = std::numeric_limits<T>;
+  constexpr int sb = zvx::blas12::trsv_block;
+  const T tiny = std::ldexp(T(1), lim::min_exponent - 8), huge = std::ldexp(T(1.5), lim::max_exponent - 1);
+  for (int n : {sb - 1, sb, sb + 3})
+    for (int p : {0, n / 2, n - 1})
+      for (T extreme : {tiny, huge})
+        for (const char* form : {"UN", "LN", "UT", "LT"})
+          for (int incx : {1, -2}) {
+            SCOPED_TRACE(::testing::Message() << "n " << n << " p " << p << " d " << (double)extreme << " " << form << " incx " << incx);
+            const char uplo = form[0], trans = form[1], diag = 'N';
+            std::vector<T> a((size_t)n * n, T(0));
+            std::vector<T> b(storage(n, incx), T(0)), want(n);
+            for (int i = 0; i < n; ++i) {
+              const T d = i == p ? extreme : std::ldexp(T(1), i % 5 - 2);
+              a[i + (size_t)i * n] = d;
+              const T bi = i == p ? extreme * T(0.75) : T(uniform());
+              b[at(i, n, incx)] = bi;
+              want[i] = (T)((long double)bi / (long double)d);
+            }
+            l2<T>::trsv(&uplo, &trans, &diag, &n, a.data(), &n, b.data(), &incx);
+            for (int i = 0; i < n; ++i) ASSERT_EQ(b[at(i, n, incx)], want[i]) << "row " << i;
+          }
+}
+
+TEST(Triangular, RealBlocksDivideAtExtremeDiagonals) {
+  check_extreme_diagonals<float>();
+  check_extreme_diagonals<double>();
 }
 
 // Transposed band multiplies with unit increment take the dots of the full-length columns in
@@ -658,9 +718,11 @@ RF_CX(zvx_complex16, double, z)
 template <class T> void check_rank_updates() {
   for (const auto& f : rank_forms<T>()) {
     SCOPED_TRACE(f.name);
-    // 37 and 70: unit increments run vector axpys on each side of the diagonal, with whole
-    // vectors and tails; {1, 2} keeps one unit increment on the strided path.
-    for (int n : {0, 1, 4, 13, 37, 70})
+    // 37 and 70: unit increments run vector axpys on each side of the diagonal (one pass for
+    // both operands of the real two-operand forms), with whole vectors and tails; 147: columns
+    // longer than eight vectors of 16 singles, whose odd leading dimension makes them start
+    // with an alignment head; {1, 2} keeps one unit increment on the strided path.
+    for (int n : {0, 1, 4, 13, 37, 70, 147})
       for (char uplo : {'U', 'l', 'W'})
         for (auto [incx, incy] : {std::pair{1, 1}, {-1, 2}, {3, -2}, {1, 2}}) {
           const bool upper = uplo == 'U';

@@ -1,0 +1,163 @@
+// Real triangular solve of one diagonal block (at most trsv_block rows) on a contiguous x, all
+// four forms, in groups of W rows.
+//
+// A row-by-row solve puts every step's whole dot (its last product, the additions joining the
+// partial sums, the subtraction and the division) on the chain from one unknown to the next, and
+// its wide loads of x span the scalar stores of the unknowns just found, which the store buffer
+// cannot forward. Here the unknowns of a group are found one after another in scalar registers,
+// each costing the chain one fused multiply-add and one product with the diagonal's reciprocal;
+// what the rest of the block owes to a group (the dots of the next group's columns, transposed, or
+// the update of the rows still to solve, not transposed) is taken with vectors, and x goes to
+// memory as whole vectors only, read back as whole vectors or single elements of them.
+#include <cmath>
+#include <limits>
+
+#include "blas/level12/kernels_isa.h"
+
+namespace zvx::blas12::ZVX_ISA_NS {
+namespace {
+
+// Whether x * (1 / d) is as good as x / d within an ulp: the reciprocal is finite and normal.
+// Zero, infinite, NaN and extreme diagonals keep the division, which gives them its own results.
+template <class T> inline bool reciprocal_is_safe(T d) {
+  const T m = std::fabs(d);
+  return m >= 4 * std::numeric_limits<T>::min() && m <= std::numeric_limits<T>::max() / 4;
+}
+
+template <class T> inline V<T> with_lane(V<T> v, int lane, T value) {
+  v[lane] = value;
+  return v;
+}
+
+}  // namespace
+
+template <class T>
+void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x) {
+  constexpr int w = W<T>;
+  constexpr long cap = (trsv_block + w - 1) / w * w;
+  alignas(64) T xs[cap];
+  alignas(64) T inv[cap];
+  auto A = [&](long i, long j) { return a[i + j * lda]; };
+  const long groups = (b + w - 1) / w;
+  for (long i = 0; i < b; ++i) xs[i] = x[i];
+  for (long i = b; i < cap; ++i) xs[i] = T(0);
+  bool by_reciprocal = true;
+  if (nonunit)
+    for (long i = 0; i < b; ++i) {
+      inv[i] = T(1) / A(i, i);
+      by_reciprocal = by_reciprocal && reciprocal_is_safe(A(i, i));
+    }
+  auto solved = [&](T t, long i) __attribute__((always_inline)) {
+    return !nonunit ? t : by_reciprocal ? t * inv[i] : t / A(i, i);
+  };
+  // Rows of the last vector of the block: the elements of A beyond them are not the block's.
+  auto col_vector = [&](const T* col, long v) __attribute__((always_inline)) {
+    return (v + 1) * w <= b ? ld(col + v * w) : ld_part(col + v * w, b - v * w);
+  };
+
+  for (long step = 0; step < groups; ++step) {
+    // Upper transposed and lower not transposed go from the top down.
+    const long g0 = (upper == transposed) ? step : groups - 1 - step;
+    const long i0 = g0 * w, g = std::min<long>(w, b - i0);
+    T c[w] = {}, xg[w] = {};
+    if (transposed) {
+      // What the solved rows owe to the group's unknowns: the dots of its columns over them, the
+      // vector of x found last taken last, so that only one product waits on it.
+      V<T> acc[w];
+#pragma GCC unroll 16
+      for (int r = 0; r < w; ++r) {
+        V<T> s{};
+        if (r < g) {
+          const T* col = a + (i0 + r) * lda;
+          if (upper)
+            for (long v = 0; v < g0; ++v) s = vfma(ld(col + v * w), ld(xs + v * w), s);
+          else
+            for (long v = groups - 1; v > g0; --v) s = vfma(col_vector(col, v), ld(xs + v * w), s);
+        }
+        acc[r] = s;
+      }
+      alignas(64) T cs[w];
+      st(cs, ld(xs + i0) - reduce_lanes<T>(acc));
+#pragma GCC unroll 16
+      for (int r = 0; r < w; ++r) c[r] = cs[r];
+      if (upper) {
+#pragma GCC unroll 16
+        for (int r = 0; r < w; ++r) {
+          if (r >= g) break;
+          T t = c[r];
+#pragma GCC unroll 16
+          for (int q = 0; q < r; ++q) t = sfma(-A(i0 + q, i0 + r), xg[q], t);
+          xg[r] = solved(t, i0 + r);
+        }
+      } else {
+#pragma GCC unroll 16
+        for (int r = w - 1; r >= 0; --r) {
+          if (r >= g) continue;
+          T t = c[r];
+#pragma GCC unroll 16
+          for (int q = w - 1; q > r; --q)
+            if (q < g) t = sfma(-A(i0 + q, i0 + r), xg[q], t);
+          xg[r] = solved(t, i0 + r);
+        }
+      }
+    } else {
+      // Column sweep within the group: each unknown found updates the group's rows still to be
+      // solved at once, in the order of the columns of a plain sweep.
+#pragma GCC unroll 16
+      for (int r = 0; r < w; ++r) c[r] = xs[i0 + r];
+      if (upper) {
+#pragma GCC unroll 16
+        for (int r = w - 1; r >= 0; --r) {
+          if (r >= g) continue;
+          xg[r] = solved(c[r], i0 + r);
+#pragma GCC unroll 16
+          for (int q = 0; q < r; ++q) c[q] = sfma(-A(i0 + q, i0 + r), xg[r], c[q]);
+        }
+      } else {
+#pragma GCC unroll 16
+        for (int r = 0; r < w; ++r) {
+          if (r >= g) break;
+          xg[r] = solved(c[r], i0 + r);
+#pragma GCC unroll 16
+          for (int q = r + 1; q < w; ++q)
+            if (q < g) c[q] = sfma(-A(i0 + q, i0 + r), xg[r], c[q]);
+        }
+      }
+    }
+    V<T> xv{};
+#pragma GCC unroll 16
+    for (int r = 0; r < w; ++r)
+      if (r < g) xv = with_lane<T>(xv, r, xg[r]);
+    st(xs + i0, xv);
+    if (!transposed) {
+      // The rows still to be solved take the group's columns, one vector of rows at a time.
+      V<T> nx[w];
+#pragma GCC unroll 16
+      for (int r = 0; r < w; ++r) nx[r] = bc(r < g ? -xg[r] : T(0));
+      auto update = [&](long v) __attribute__((always_inline)) {
+        V<T> s = ld(xs + v * w);
+        if (upper) {
+#pragma GCC unroll 16
+          for (int r = w - 1; r >= 0; --r)
+            if (r < g) s = vfma(col_vector(a + (i0 + r) * lda, v), nx[r], s);
+        } else {
+#pragma GCC unroll 16
+          for (int r = 0; r < w; ++r)
+            if (r < g) s = vfma(col_vector(a + (i0 + r) * lda, v), nx[r], s);
+        }
+        st(xs + v * w, s);
+      };
+      // The vector next to the group first: the next group's unknowns wait on it.
+      if (upper)
+        for (long v = g0 - 1; v >= 0; --v) update(v);
+      else
+        for (long v = g0 + 1; v < groups; ++v) update(v);
+    }
+  }
+  for (long i = 0; i < b; ++i) x[i] = xs[i];
+}
+
+template void trsv_diagonal_block<float>(bool, bool, bool, long, const float*, long, float*);
+template void trsv_diagonal_block<double>(bool, bool, bool, long, const double*, long, double*);
+
+}  // namespace zvx::blas12::ZVX_ISA_NS
