@@ -76,8 +76,11 @@ TYPED_TEST(Gemm, BlockBoundaries) {
     EXPECT_TRUE(run_case<T>('N', 'T', m, 5, 9, alpha_value<T>(), beta_value<T>(), seed++));
   for (int n : {254, 255, 256, 257, 511, 512, 513, 1023, 1024, 1025})
     EXPECT_TRUE(run_case<T>('T', 'N', 9, n, 10, alpha_value<T>(), beta_value<T>(), seed++));
-  // Two row blocks of a staged C (single complex stages past a depth of 64).
-  EXPECT_TRUE(run_case<T>('N', 'N', 2049, 6, 70, alpha_value<T>(), beta_value<T>(), seed++));
+  // Two row blocks of a staged C (single complex stages a C whose columns do not start on cache
+  // lines once the depth takes more than one step of 128; here ldc = 2,054), and a C of the same
+  // depth updated in place (ldc = 256 values, whole lines for every type).
+  EXPECT_TRUE(run_case<T>('N', 'N', 2049, 6, 130, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'N', 251, 9, 300, alpha_value<T>(), beta_value<T>(), seed++));
   // Several blocks in both directions with a tail of depth: every piece of the driver at once.
   EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
 }
