@@ -37,14 +37,16 @@ TYPED_TEST(Gemm, EverySpellingOfTheOptions) {
 }
 
 // Rows across the row tiles of every instruction set (4, 8, 12, 16, 24, 48 reals or complex
-// values), the padded last tile and the even split of up to 64 rows among the direct tiles;
+// values), the padded last tile, a block that ends one vector past whole tiles (cut as two
+// smaller tiles: 4 and 7 vectors of every type and set are among the sizes) and the even split
+// of up to 64 rows among the direct tiles;
 // columns across the register tiles (2, 3, 4, 8); both for the packed path and for the direct
 // tiles of problems with all sizes at most 64.
 TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   using T = TypeParam;
   unsigned seed = 100;
   for (int m : {1, 2, 3, 4, 5, 7, 8, 9, 11, 12, 13, 15, 16, 17, 20, 23, 24, 25, 31, 32, 33, 47,
-                48, 49, 50, 56, 63, 64, 73}) {
+                48, 49, 50, 56, 63, 64, 73, 97, 112}) {
     // Small problems go straight from the operands; a depth above 64 takes the packed path.
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 21, alpha_value<T>(), beta_value<T>(), seed++));
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 70, alpha_value<T>(), beta_value<T>(), seed++));
