@@ -341,8 +341,25 @@ void pack_a(int rows, int tr, int d, const R* a, index_t lda, const R* alpha, bo
   }
 }
 
-// The tiles of a block of `rows` rows of op(A), depth d, one after the other (tile t at
-// t * TR * d * E; the last one as many vectors wide as its rows need, padded with zero rows).
+// Rows of the row tile that starts `left` rows before the end of a block, for tiles of TR rows
+// (per_vec rows a vector). Whole tiles but at the end: a tail of one vector more than a tile
+// would leave a last tile of one vector, which loads as often as it multiplies (one vector of A
+// and nr broadcasts for nr FMAs) and runs at about half the speed of the others; it is cut into
+// two tiles of about half a tile each instead (for three-vector tiles, 2 + 2 in place of 3 + 1:
+// cgemm at n = 128 spent 6 % of its time in the one-vector tile that held 1/16 of the rows).
+inline int row_tile_rows(int left, int TR, int per_vec) {
+  if (left <= TR) return left;
+  const int mv = TR / per_vec;
+  if ((left + per_vec - 1) / per_vec == mv + 1) return (mv + 2) / 2 * per_vec;
+  return TR;
+}
+
+// Rows a packed tile of `rows` valid rows holds: whole vectors, the rest zero.
+inline int padded_rows(int rows, int per_vec) { return (rows + per_vec - 1) / per_vec * per_vec; }
+
+// The tiles of a block of `rows` rows of op(A), depth d, one after the other, as
+// row_tile_rows cuts them (each as many vectors wide as its rows need, padded with zero rows,
+// taking padded_rows * d * E reals).
 // As columns, op(A) = A is packed a column at a time across all the tiles: each column is then
 // read from start to end, a stream the processor fetches ahead by itself, where a tile at a
 // time read a few lines of each of d columns and waited on every one (packing A was 3-5 % of
@@ -351,24 +368,26 @@ template <class R, int E, int OP>
 void pack_a_block(int rows, int TR, int d, const R* a, index_t lda, const R* alpha, bool scale,
                   R* __restrict dst) {
   constexpr int per_vec = simd<R>::lanes / E;
-  const index_t tile_size = static_cast<index_t>(TR) * d * E;
   if constexpr (OP == op_n) {
-    const int last_rows = rows - (rows - 1) / TR * TR;
-    const int last_tr = (last_rows + per_vec - 1) / per_vec * per_vec;
     for (int l = 0; l < d; ++l) {
       const R* src = a + l * lda * E;
       R* out = dst;
-      for (int i0 = 0; i0 < rows; i0 += TR, out += tile_size) {
-        const bool last = i0 + TR >= rows;
-        pack_a<R, E, OP>(last ? last_rows : TR, last ? last_tr : TR, 1, src + i0 * E, lda, alpha,
-                         scale, out + static_cast<index_t>(l) * (last ? last_tr : TR) * E);
+      for (int i0 = 0; i0 < rows;) {
+        const int r = row_tile_rows(rows - i0, TR, per_vec);
+        const int tr = padded_rows(r, per_vec);
+        pack_a<R, E, OP>(r, tr, 1, src + i0 * E, lda, alpha, scale,
+                         out + static_cast<index_t>(l) * tr * E);
+        out += static_cast<index_t>(tr) * d * E;
+        i0 += r;
       }
     }
   } else {
-    for (int i0 = 0; i0 < rows; i0 += TR, dst += tile_size) {
-      const int r = std::min(TR, rows - i0);
-      pack_a<R, E, OP>(r, (r + per_vec - 1) / per_vec * per_vec, d, a + i0 * lda * E, lda, alpha,
-                       scale, dst);
+    for (int i0 = 0; i0 < rows;) {
+      const int r = row_tile_rows(rows - i0, TR, per_vec);
+      const int tr = padded_rows(r, per_vec);
+      pack_a<R, E, OP>(r, tr, d, a + i0 * lda * E, lda, alpha, scale, dst);
+      dst += static_cast<index_t>(tr) * d * E;
+      i0 += r;
     }
   }
 }
@@ -394,6 +413,15 @@ void pack_b(int d, int ncols, int nr, const R* b, index_t ldb, R* __restrict dst
             if (nr == NR)
               for (; l + NR <= d; l += NR)
                 square_transpose<R, NR>::run(src + l, ldb, dst + l * nrE, nrE, nullptr);
+          }
+        } else {
+          // Complex panels likewise, a complex value moved as one unit (element by element
+          // the copy of B was 4-8 % of cgemm at n = 128 and 500).
+          constexpr int NR = engine_traits<R, 2>::t.nr;
+          if constexpr (complex_square_transpose<R, NR>::available) {
+            if (nr == NR)
+              for (; l + NR <= d; l += NR)
+                complex_square_transpose<R, NR>::run(src + l * E, ldbE, dst + l * nrE, nrE);
           }
         }
         for (; l < d; ++l) {
@@ -679,10 +707,12 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
           const R* asrc = ta == op_n ? a + ib * E + l0 * ldaE : a + l0 * E + ib * ldaE;
           sec.pack_a(mbk, TR, d, asrc, lda, pack_alpha, pack_scale, pa);
           const R* pat = pa;
-          for (int i0 = 0; i0 < mbk; i0 += TR, pat += static_cast<index_t>(TR) * d * E) {
-            const int rows = std::min(TR, mbk - i0);
+          for (int i0 = 0; i0 < mbk;) {
+            const int rows = row_tile_rows(mbk - i0, TR, rows_per_vec);
             const int mv = (rows + rows_per_vec - 1) / rows_per_vec;
             kt.fn[mv - 1](d, nbk, rows, pat, pb, cb + i0 * E, ldcb, amode, alpha);
+            pat += static_cast<index_t>(mv) * rows_per_vec * d * E;
+            i0 += rows;
           }
           l0 += d;
         }
@@ -937,10 +967,13 @@ void wrapper_c(const char* transa, const char* transb, int m, int n, int k, cons
   constexpr index_t piece_b = (Z::b + 63) / 64 * 64;
   constexpr index_t total = piece_a + piece_b + Z::stage;
   float* block = static_cast<float*>(zvx::scratch_allocate(static_cast<unsigned>(total * sizeof(float)), 128));
-  // Staging pays for itself over several depth steps; a rank-k update whose whole depth is one
-  // step would only copy C twice, outside the kernels that can overlap its memory traffic with
-  // their products, and updates C in place.
-  const bool staged = k > gemm_tune_c.kb / 2;
+  // Staging gives the kernels columns that start on cache lines; it costs two copies of C outside
+  // the kernels, which overlap C's memory traffic with their products. A C whose columns already
+  // start on lines is updated in place, and so is any C whose whole depth is one step (measured
+  // one thread, median CPU time, unstaged against staged: n = 100 and 128 (one step) 5-9 %
+  // faster, 200 and 256 4-10 %, 1,000 4-7 %; 1,500 and 2,000 alike within the noise).
+  const bool lines = (static_cast<index_t>(ldc) * 2 * sizeof(float)) % 64 == 0;
+  const bool staged = k > gemm_tune_c.kb && !lines;
   if (block)
     driver<float, 2>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, block,
                      block + piece_a, staged ? block + piece_a + piece_b : nullptr, true);

@@ -206,6 +206,32 @@ struct square_transpose<double, 2> {
   }
 };
 
+// complex_square_transpose<R, N>: an N x N block of complex values (interleaved pairs of R)
+// transposed, for the packing of complex B. A single complex value is moved as one 64-bit unit,
+// so the 4 x 4 block is the double one above on reinterpreted registers. Strides count reals.
+template <class R, int N>
+struct complex_square_transpose {
+  static constexpr bool available = false;
+};
+#if ZVX_ISA_LEVEL >= 1
+template <>
+struct complex_square_transpose<float, 4> {
+  static constexpr bool available = true;
+  static void run(const float* src, std::ptrdiff_t lds, float* dst, std::ptrdiff_t ldd) {
+    const __m256d r0 = _mm256_castps_pd(_mm256_loadu_ps(src));
+    const __m256d r1 = _mm256_castps_pd(_mm256_loadu_ps(src + lds));
+    const __m256d r2 = _mm256_castps_pd(_mm256_loadu_ps(src + 2 * lds));
+    const __m256d r3 = _mm256_castps_pd(_mm256_loadu_ps(src + 3 * lds));
+    const __m256d t0 = _mm256_unpacklo_pd(r0, r1), t1 = _mm256_unpackhi_pd(r0, r1);
+    const __m256d t2 = _mm256_unpacklo_pd(r2, r3), t3 = _mm256_unpackhi_pd(r2, r3);
+    _mm256_storeu_ps(dst, _mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x20)));
+    _mm256_storeu_ps(dst + ldd, _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x20)));
+    _mm256_storeu_ps(dst + 2 * ldd, _mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x31)));
+    _mm256_storeu_ps(dst + 3 * ldd, _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x31)));
+  }
+};
+#endif
+
 // Blocks of the vector width of this instruction set.
 #if ZVX_ISA_LEVEL == 2
 inline constexpr int transpose_lanes_double = 8;

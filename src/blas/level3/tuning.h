@@ -159,7 +159,8 @@ inline constexpr gemm_tuning gemm_tune_s{3, 8, 512, 4096, 1024};
 // A tile 12 x 128 x 16 B = 24 KiB fits L1; B block 128 x 1,024 x 16 B = 2 MiB.
 inline constexpr gemm_tuning gemm_tune_z{3, 4, 128, 4096, 1024};
 // single complex: 24x4 complex tile; A tile 24 x 128 x 8 B = 24 KiB; B block 128 x 1,024 x 8 B
-// = 1 MiB. The block of C is staged: copied in, updated over the whole depth, copied back. The
+// = 1 MiB. A C whose columns do not start on cache lines is staged past one depth step: copied
+// in, updated over the whole depth, copied back (the measurements in wrapper_c). The
 // blocks are as wide as double's: in blocks of 240 x 256 (staged C in L2) A was packed 8 times
 // and B 9 times for n = 2,000, and square products ran at 83-88 % of the peer's speed; in 960 x
 // 512 at 93-95 %, in 1,920 x 1,024 and 4,096 x 1,024 at 95-99 % (the rank-64 update of a 2,000

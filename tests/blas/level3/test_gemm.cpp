@@ -37,14 +37,16 @@ TYPED_TEST(Gemm, EverySpellingOfTheOptions) {
 }
 
 // Rows across the row tiles of every instruction set (4, 8, 12, 16, 24, 48 reals or complex
-// values), the padded last tile and the even split of up to 64 rows among the direct tiles;
+// values), the padded last tile, a block that ends one vector past whole tiles (cut as two
+// smaller tiles: 4 and 7 vectors of every type and set are among the sizes) and the even split
+// of up to 64 rows among the direct tiles;
 // columns across the register tiles (2, 3, 4, 8); both for the packed path and for the direct
 // tiles of problems with all sizes at most 64.
 TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   using T = TypeParam;
   unsigned seed = 100;
   for (int m : {1, 2, 3, 4, 5, 7, 8, 9, 11, 12, 13, 15, 16, 17, 20, 23, 24, 25, 31, 32, 33, 47,
-                48, 49, 50, 56, 63, 64, 73}) {
+                48, 49, 50, 56, 63, 64, 73, 97, 112}) {
     // Small problems go straight from the operands; a depth above 64 takes the packed path.
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 21, alpha_value<T>(), beta_value<T>(), seed++));
     EXPECT_TRUE(run_case<T>('N', 'N', m, 7, 70, alpha_value<T>(), beta_value<T>(), seed++));
@@ -76,8 +78,11 @@ TYPED_TEST(Gemm, BlockBoundaries) {
     EXPECT_TRUE(run_case<T>('N', 'T', m, 5, 9, alpha_value<T>(), beta_value<T>(), seed++));
   for (int n : {254, 255, 256, 257, 511, 512, 513, 1023, 1024, 1025})
     EXPECT_TRUE(run_case<T>('T', 'N', 9, n, 10, alpha_value<T>(), beta_value<T>(), seed++));
-  // Two row blocks of a staged C (single complex stages past a depth of 64).
-  EXPECT_TRUE(run_case<T>('N', 'N', 2049, 6, 70, alpha_value<T>(), beta_value<T>(), seed++));
+  // Two row blocks of a staged C (single complex stages a C whose columns do not start on cache
+  // lines once the depth takes more than one step of 128; here ldc = 2,054), and a C of the same
+  // depth updated in place (ldc = 256 values, whole lines for every type).
+  EXPECT_TRUE(run_case<T>('N', 'N', 2049, 6, 130, alpha_value<T>(), beta_value<T>(), seed++));
+  EXPECT_TRUE(run_case<T>('N', 'N', 251, 9, 300, alpha_value<T>(), beta_value<T>(), seed++));
   // Several blocks in both directions with a tail of depth: every piece of the driver at once.
   EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
 }
