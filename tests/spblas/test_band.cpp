@@ -1,8 +1,9 @@
 // Products of rows of a few entries, which go eight rows at a time: stencil bands of every width
 // up to and past the vector of eight doubles, the breaks that send a block back to single rows
 // (an empty row, a moved column, a longer row, gaps between rows, a row that goes on after a
-// block of triplets), the large overwritten output stored past the caches, and the split of rows
-// by entries among threads. References are long double sums over the triplets.
+// block of triplets), one to seventeen columns with beta 0, 1 and other, the large overwritten
+// output stored past the caches, and the split of rows by entries among threads. References are
+// long double sums over the triplets.
 #include "spblas/reference.h"
 #include "spblas/spblas.h"
 
@@ -63,8 +64,8 @@ TEST(CsrShortRows, StencilBandsOfEveryWidthWithAndWithoutBreaks) {
       const auto e = brk ? broken(e0, m) : e0;
       for (int origin : {0, 1})
         for (bool gaps : {false, true})
-          for (long n : {1L, 2L, 7L, 8L, 9L, 12L})
-            for (double beta : {0.0, 0.5}) {
+          for (long n : {1L, 2L, 7L, 8L, 9L, 12L, 16L, 17L})
+            for (double beta : {0.0, 0.5, 1.0}) {
               const std::string what = "width " + std::to_string(width) + (brk ? " broken" : "") + " origin " +
                                        std::to_string(origin) + (gaps ? " gaps" : "") + " n " + std::to_string(n) +
                                        " beta " + std::to_string(beta);
