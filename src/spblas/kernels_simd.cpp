@@ -83,15 +83,16 @@ bool band_rows(const double* val, const int* indx, const int* pntrb, const int* 
 // overlaps consecutive steps by itself. Written as eight columns a step, the compiler formed all
 // 8 L addresses up front and spilled them, every block: on the Laplacian of ten thousand rows,
 // in cache, 7.5 ns a row against 6.0 for this. The far row of b (the last entry of the band) is
-// requested eight blocks ahead in each column; without the request the product of a million rows
-// took 10.6 ms instead of 8.4 (one thread, same run; 256 entries ahead or into the second-level
-// cache alone measured no better).
+// requested four blocks ahead in each column; without the request the product of a million rows
+// took 10.6 ms instead of 8.4 eight blocks ahead, and medians of 40 alternating calls gave 8.0 ms
+// four blocks ahead, 8.3 three or six, 8.5 eight (one thread, same run; one or two blocks ahead,
+// 256 entries ahead or into the second-level cache alone were slower).
 template <int L>
 inline void band_columns(const __m512d* w, const long* at, const double* bs, long ldb, long n, double alpha,
                          double* c, long ldc, bool accumulate, bool stream) {
   const __m512d a = _mm512_set1_pd(alpha);
   auto sum = [&](const double* bj) {
-    __builtin_prefetch(bj + at[L - 1] + 64);
+    __builtin_prefetch(bj + at[L - 1] + 32);
     __m512d s = _mm512_setzero_pd();
 #pragma GCC unroll 8
     for (int k = 0; k < L; ++k) s = _mm512_fmadd_pd(w[k], _mm512_loadu_pd(bj + at[k]), s);
