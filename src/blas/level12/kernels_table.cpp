@@ -14,6 +14,13 @@ namespace {
 //
 // Single transposed: the reductions of the 64-row strips, 16 columns of 16 lanes, cost as much
 // as the four FMAs of each column; the 32-byte kernel measured 10-15% faster at order 1,000.
+// Measured again at orders 1,000 and 1,024 (the matrix in the last-level cache, A 16 bytes off
+// a line as allocations come, both builds in one process, least CPU time of 400 alternating
+// samples): whole-column dots without the strips' reductions are only 1-4% faster, so the
+// reductions are not what is left against the peer; the wide kernel on eight columns 27-28%
+// slower (every 64-byte load straddles two lines), on sixteen 10-46%; four columns a pass up to
+// 19% slower; requests for the next group's columns 18-24% slower, 512 bytes or 1 KiB down the
+// column 15-18%; loads taken from vector boundaries, so that none straddles two lines, -4..+4%.
 void sgemv_t_narrow(long m, long n, float alpha, const float* a, long lda, const float* x, float* y, bool prefetch) {
   isa_avx2::kernel_table()->s.gemv_t(m, n, alpha, a, lda, x, y, prefetch);
 }

@@ -44,6 +44,8 @@ constexpr int symv_groups_per_walk = 4;
 // registers, which streaming from the last-level cache hides and the first and second levels
 // don't (order 100 to 600, lower and upper: two groups 0.67-0.81 of the time of four; at 1,000
 // and 2,000 within the noise of each other, at 1,500 four 0.92 of two). The bound is 1,500 doubles.
+// Measured again for the lower triangle, both builds in one process: four groups 1.11-1.32 times
+// the time of two at orders 700 and 1,000, one group 1.09-1.29 times at 100 to 700.
 constexpr int symv_groups_per_short_walk = 2;
 constexpr long symv_wide_walk_bytes = 12000;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
