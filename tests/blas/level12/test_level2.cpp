@@ -77,6 +77,20 @@ void check_product(dense& M, char op, lc alpha, const std::vector<T>& x, int inc
 
 const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 
+// y := alpha A x + beta y, not transposed, on an m x n matrix with one spare row, unit increments.
+template <class T> void check_gemv_n_dense(int m, int n, const char* what) {
+  const int one = 1, lda = m + 1;
+  auto a = random_vector<T>((size_t)lda * n);
+  dense M(m, n);
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+  auto x = random_vector<T>(n), y = random_vector<T>(m);
+  const T alpha = random_value<T>(), beta = random_value<T>();
+  auto y1 = y;
+  l2<T>::gemv("N", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+  check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, what);
+}
+
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
   constexpr int strip = zvx::blas12::strip_rows;
@@ -88,17 +102,7 @@ template <class T> void check_gemv() {
     constexpr int chunk = (int)zvx::blas12::cgemv_n_column_chunk<R>;
     for (int m : {block - 1, block, block + 1, 2 * block + 3}) {
       SCOPED_TRACE(::testing::Message() << "block rows, m " << m);
-      const int n = chunk + 3, lda = m + 1, one = 1;
-      auto a = random_vector<T>((size_t)lda * n);
-      dense M(m, n);
-      for (int j = 0; j < n; ++j)
-        for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
-      auto x = random_vector<T>(n), y = random_vector<T>(m);
-      const T alpha = random_value<T>(), beta = random_value<T>();
-      auto y1 = y;
-      const char t = 'N';
-      l2<T>::gemv(&t, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
-      check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "gemv blocks");
+      check_gemv_n_dense<T>(m, chunk + 3, "gemv blocks");
     }
   }
   for (int m : {0, 1, 5, strip - 1, strip, strip + 1, 2 * strip + 2, 4 * strip - 5})
@@ -175,16 +179,7 @@ template <class T> void check_gemv_long_columns() {
   SCOPED_TRACE(info<T>::name);
   for (int m : {1000, 1100, 2090}) {
     SCOPED_TRACE(m);
-    const int n = 19, one = 1, lda = m + 1;
-    auto a = random_vector<T>((size_t)lda * n);
-    dense M(m, n);
-    for (int j = 0; j < n; ++j)
-      for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
-    auto x = random_vector<T>(n), y = random_vector<T>(m);
-    const T alpha = random_value<T>(), beta = random_value<T>();
-    auto y1 = y;
-    l2<T>::gemv("N", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
-    check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, "gemv long columns");
+    check_gemv_n_dense<T>(m, 19, "gemv long columns");
   }
 }
 
