@@ -308,7 +308,8 @@ void large_rows(const zvx_bench::options& opt) {
                     f.predicted, f.overhead);
       t.add({"2^" + std::to_string(lg), std::string(what) + ", two threads against our one",
              zvx_bench::fmt(f.wall2 * 1e3, 2), "", text, ""});
-      std::printf("large 2^%d %s two threads: %s\n", lg, what, text);
+      std::printf("large 2^%d %s two threads: %s (T1 %.3f ms, larger thread %.3f ms)\n", lg,
+                  what, text, f.cpu1 * 1e3, f.larger2 * 1e3);
       std::fflush(stdout);
     };
     add("scrambled", two_threads([&] { dfti_compute_forward_z(&h, x.data()); },

@@ -349,20 +349,17 @@ scratch_parts<E> parts_of(void* scratch) {
   return {column, reinterpret_cast<E*>(column + 2 * tuning::kLargeColumnBuffer)};
 }
 
-template <class E>
-inline E scaled(E v, real_t<E> scale) {
-  return {v.real * scale, v.imag * scale};
-}
-
 // The ordering step, times `scale` on the way (each element is written once, so the product
 // costs no pass of its own): element (a, b, c), with a and c of q bits each and b the middle
 // bits, goes to (rev c, rev b, rev a). The tiles of middle indices b and rev b are read whole and
-// written to each other's place, every row of a tile being 2^q neighbouring elements. The pairs
-// of tiles are independent; the team takes them in pieces. Lines too short for tiles go element
-// by element on the team's first thread.
+// written to each other's place, every row of a tile being 2^q neighbouring elements: row a is
+// read into tile row rev a, and the tile goes back transposed, column c to row rev c, by the
+// vector kernel. The pairs of tiles are independent; the team takes them in pieces. Lines too
+// short for tiles go element by element on the team's first thread.
 template <class E>
 void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team, int me,
                  std::atomic<long>* next) {
+  using T = real_t<E>;
   const int L = t->log2_length, q = t->reverse_bits;
   const long n = 1L << L;
   if (q == 0) {
@@ -375,40 +372,34 @@ void bit_reverse(E* x, const large_table* t, E* tiles, real_t<E> scale, int team
         x[j] = tmp;
       }
     }
-    scale_block(reinterpret_cast<real_t<E>*>(x), n, scale);
+    scale_block(reinterpret_cast<T*>(x), n, scale);
     return;
   }
   const long Q = 1L << q, high = 1L << (L - q);
   const int32_t* pairs = reinterpret_cast<const int32_t*>(reinterpret_cast<const char*>(t) +
                                                           t->reverse_table);
   const int32_t* rev = pairs + 2L * t->reverse_pairs;
+  const auto store = kernels_of<E>().order_store;
   E* a = tiles;
   E* b = tiles + kTileElements;
   auto load = [&](E* tile, long mid) {
     for (long r = 0; r < Q; ++r)
-      std::memcpy(tile + r * Q, x + r * high + (mid << q), Q * sizeof(E));
+      std::memcpy(tile + rev[r] * Q, x + r * high + (mid << q), Q * sizeof(E));
   };
-  auto store = [&](const E* tile, long mid) {
-    for (long r = 0; r < Q; ++r) {
-      E* dst = x + r * high + (mid << q);
-      const long column = rev[r];
-      if (scale == real_t<E>(1)) {
-        for (long c = 0; c < Q; ++c) dst[c] = tile[rev[c] * Q + column];
-      } else {
-        for (long c = 0; c < Q; ++c) dst[c] = scaled(tile[rev[c] * Q + column], scale);
-      }
-    }
+  auto put = [&](const E* tile, long mid) {
+    store(reinterpret_cast<T*>(x + (mid << q)), high, reinterpret_cast<const T*>(tile), rev, q,
+          scale);
   };
   for_pieces(next, t->reverse_pairs, piece_of(t->reverse_pairs, team), [&](long lo, long hi) {
     for (long p = lo; p < hi; ++p) {
       const long m0 = pairs[2 * p], m1 = pairs[2 * p + 1];
       load(a, m0);
       if (m0 == m1) {
-        store(a, m0);
+        put(a, m0);
       } else {
         load(b, m1);
-        store(a, m1);
-        store(b, m0);
+        put(a, m1);
+        put(b, m0);
       }
     }
   });

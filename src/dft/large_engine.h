@@ -50,7 +50,7 @@ struct large_table {
   int64_t bytes;
 };
 
-// Vector kernels of one instruction set for one precision: the leaf routine, and one column pass
+// Vector kernels of one instruction set for one precision: the leaf routine, one column pass
 // with its buffer of kLargeColumnBuffer complex values, over the chunks [first, last) of the
 // block's 2^(log2_block - levels) / chunk (the chunks of a pass are independent, which is what
 // lets threads share one).
@@ -59,6 +59,10 @@ struct large_kernels_of {
   void (*leaf)(T* x, int log2_n, const large_table* t, int inverse);
   void (*column)(T* x, const large_column_plan* plan, const large_table* t, int inverse,
                  T* buffer, long first, long last);
+  // The store of the ordering step: a tile of 2^q x 2^q elements (rows of 2^q, neighbours) goes
+  // transposed to rows `high` elements apart, tile column c to row rev[c], each value times
+  // `scale` (no product when it is 1).
+  void (*order_store)(T* x, long high, const T* tile, const int32_t* rev, int q, T scale);
 };
 struct large_kernels {
   large_kernels_of<float> single_precision;

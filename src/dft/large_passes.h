@@ -319,6 +319,28 @@ void leaf(typename V::real* x, int lg, const large_table* t, int inverse) {
   }
 }
 
+// W x W blocks of the tile move through registers: W rows are loaded, transposed, and each
+// becomes the piece of one destination row, so the whole tile is written with full vectors.
+template <class V>
+void order_store(typename V::real* x, long high, const typename V::real* tile,
+                 const int32_t* rev, int q, typename V::real scale) {
+  using T = typename V::real;
+  using R = typename V::R;
+  constexpr int W = V::W;
+  const long Q = 1L << q;
+  const bool plain = scale == T(1);
+  for (long j = 0; j < Q; j += W) {
+    T* dst[W];
+    for (int k = 0; k < W; ++k) dst[k] = x + 2 * rev[j + k] * high;
+    for (long i = 0; i < Q; i += W) {
+      R v[W];
+      for (int k = 0; k < W; ++k) v[k] = V::load(tile + 2 * ((i + k) * Q + j));
+      if constexpr (W > 1) V::transpose(v);
+      for (int k = 0; k < W; ++k) V::store(dst[k] + 2 * i, plain ? v[k] : V::mulr(v[k], scale));
+    }
+  }
+}
+
 template <class V>
 void column(typename V::real* x, const large_column_plan* plan, const large_table* t,
             int inverse, typename V::real* buffer, long first, long last) {
@@ -328,7 +350,7 @@ void column(typename V::real* x, const large_column_plan* plan, const large_tabl
 
 template <class VS, class VD>
 constexpr large_kernels kernels_for() {
-  return {{leaf<VS>, column<VS>}, {leaf<VD>, column<VD>}};
+  return {{leaf<VS>, column<VS>, order_store<VS>}, {leaf<VD>, column<VD>, order_store<VD>}};
 }
 
 }  // namespace zvx::dft::large_detail

@@ -1,7 +1,8 @@
 // The large power-of-two engine through the descriptor, one thread: scrambled transforms against
 // FFTW in long double read in bit-reversed order and against a naive long double sum at a few
 // frequencies, the round trip without reordering, strides, `_out`, batches, the scale and the
-// lengths 0 and 1 of its line entries, and which engine commit chooses.
+// lengths 0 and 1 of its line entries, the ordered entries against the scrambled ones, and which
+// engine commit chooses.
 #include <cstring>
 
 #include "dft/large_engine_support.h"
@@ -146,6 +147,40 @@ TYPED_TEST(LargeEngine, BatchOfTwoLines) {
     EXPECT_LE(difference(x.data() + t * n, 1, spectrum(line, -1), 1.0L, true), tolerance<E>(n));
   }
   EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
+}
+
+// The ordered serial entries against the scrambled ones, exactly: forward, the ordered output at
+// bit-reversed index i is the scrambled output at i (both times the same scale, 0.3, whose
+// products round); backward, natural input gives what the scrambled entry gives from the
+// bit-reversed input. Lengths with an even and an odd number of middle bits between the tiles,
+// and one past a group.
+TYPED_TEST(LargeEngine, OrderedEntriesAreTheScrambledOnesReordered) {
+  using E = TypeParam;
+  const int group = sizeof(E) == sizeof(zvx_complex8) ? tuning::kLargeGroupLogSingle
+                                                      : tuning::kLargeGroupLogDouble;
+  for (long n : {first_large_length<E>(), 2 * first_large_length<E>(), 2L << group}) {
+    SCOPED_TRACE(n);
+    const int bits = log2_of(n);
+    DFTI_DESCRIPTOR_HANDLE h = line_descriptor<E>(n, DFTI_BACKWARD_SCRAMBLED, true, 0.3, 0.7);
+    ASSERT_NE(h, nullptr);
+    DftiDimensionRecord ordered = *h;
+    ordered.ordering = DFTI_ORDERED;
+    const std::vector<E> x0 = random_array<E>(n, 17);
+    for (bool fw : {true, false}) {
+      SCOPED_TRACE(fw);
+      std::vector<E> a = x0, b = fw ? x0 : reversed_order(x0);
+      ASSERT_EQ(line_slot<E>(&ordered, fw)(a.data(), a.data(), &ordered, nullptr), 0);
+      ASSERT_EQ(line_slot<E>(h, fw)(b.data(), b.data(), h, nullptr), 0);
+      long mismatches = 0;
+      for (long i = 0; i < n; ++i) {
+        const E& u = a[static_cast<size_t>(fw ? reverse_bits(i, bits) : i)];
+        const E& v = b[static_cast<size_t>(i)];
+        if (u.real != v.real || u.imag != v.imag) ++mismatches;
+      }
+      EXPECT_EQ(mismatches, 0);
+    }
+    EXPECT_EQ(dfti_free_descriptor_external(&h), 0);
+  }
 }
 
 // The line entries themselves: length 0 writes nothing, length 1 multiplies by the scale of the
