@@ -42,7 +42,9 @@ inline constexpr int csr_mm_column_block = 8;
 // columns (x of 8 MB, least of 15 alternating calls, one thread, loaded machine): no requests
 // 26-27 ms, 48 ahead every 8: 16.8, 80 or 96 ahead every 8 or 10: 15.7-16.2, 128 ahead 22-34,
 // every entry 29-38, every 4: 23; the streams of indx and val requested 256 entries ahead
-// instead, with or without some of x: 16.3-17.5; hardware gathers of 8 x: 45 and worse.
+// instead, with or without some of x: 16.3-17.5; hardware gathers of 8 x: 45 and worse. When
+// each call follows a product on a copy of the matrix (val and indx from memory), 96 every 10
+// took 19.1 ms against 22.6 for 48 every 8; val requested 256 to 4,096 entries ahead was slower.
 inline constexpr long x_prefetch_distance = 96;
 inline constexpr long x_prefetch_step = 10;
 inline constexpr long x_prefetch_rows_min = 12;
@@ -57,8 +59,8 @@ inline constexpr long csr_stream_ahead = 512;
 // time of the CSR product: no requests 1.49, 256 entries 1.17, 384 to 640 1.12 to 1.16 (alike
 // within the noise of a loaded machine), 1024 1.24, 2048 1.30.
 inline constexpr long coo_stream_ahead = 512;
-// Outputs of the CSR product of several columns from this many bytes, written without adding to
-// them, are stored past the caches (four times the second-level cache: such an output can't stay
+// Outputs of the CSR product of several columns and of the COO product of one vector from this
+// many bytes, written without adding to them, are stored past the caches (four times the second-level cache: such an output can't stay
 // in the core's caches until the caller reads it, and a normal store reads each line first).
 inline constexpr long stream_store_min_bytes = 4L << 20;
 
