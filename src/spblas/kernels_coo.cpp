@@ -5,6 +5,8 @@
 // the bits of the CSR product. Nothing is known of the order in advance: each band and each row
 // checks its own triplets as the product reaches them, so no pass over the row numbers comes first,
 // and a list out of order falls back to single rows where a run breaks.
+#include <cstdint>
+
 #include "spblas/band_simd.h"
 
 namespace zvx::spblas::simd::ZVX_ISA_NS {
@@ -21,6 +23,10 @@ struct coo_target {
   coo_output how;
   double beta;
   long next;
+  // Overwritten outputs of stream_store_min_bytes and more: blocks of fresh rows whose eight
+  // elements of y fill one cache line are stored past the caches (see coo_mv).
+  bool stream;
+  bool streamed;
 
   double base(long q) const { return how == coo_output::scale ? beta * ys[q] : 0.0; }
   void give_base(long r) {  // rows [next, r)
@@ -89,10 +95,15 @@ long band_run(long nnz, const double* val, const int* row, const int* col, long 
       _mm512_storeu_pd(y, _mm512_fmadd_pd(a, sum, _mm512_loadu_pd(y)));
     } else if (r >= t.next) {
       t.give_base(r);
-      const __m512d base = t.how == coo_output::scale
-                               ? _mm512_mul_pd(_mm512_set1_pd(t.beta), _mm512_loadu_pd(y))
-                               : _mm512_setzero_pd();
-      _mm512_storeu_pd(y, _mm512_fmadd_pd(a, sum, base));
+      if (t.stream && reinterpret_cast<uintptr_t>(y) % 64 == 0) {
+        _mm512_stream_pd(y, _mm512_fmadd_pd(a, sum, _mm512_setzero_pd()));
+        t.streamed = true;
+      } else {
+        const __m512d base = t.how == coo_output::scale
+                                 ? _mm512_mul_pd(_mm512_set1_pd(t.beta), _mm512_loadu_pd(y))
+                                 : _mm512_setzero_pd();
+        _mm512_storeu_pd(y, _mm512_fmadd_pd(a, sum, base));
+      }
       t.next = r + 8;
     } else {
       break;
@@ -126,12 +137,25 @@ long band_runs(long, const double*, const int*, const int*, long p, const double
 
 void coo_mv(long nnz, const double* val, const int* row, const int* col, double alpha, const double* x,
             double* y, long len, coo_output out, double beta) {
-  coo_target t{y - 1, alpha, out, beta, 1};
+  // A large overwritten y goes past the caches: a normal store reads each line of it first (8 of
+  // the 104 MB a product of the Laplacian of a million rows moves), and y doesn't stay in the
+  // core's caches until the caller reads it anyway. The band blocks then start where y(row) begins a cache line:
+  // as many single rows as it takes go first.
+  const bool stream = ZVX_ISA_LEVEL == 2 && out == coo_output::overwrite &&
+                      len * static_cast<long>(sizeof(double)) >= stream_store_min_bytes &&
+                      reinterpret_cast<uintptr_t>(y) % sizeof(double) == 0;
+  coo_target t{y - 1, alpha, out, beta, 1, stream, false};
   const double* xs = x - 1;
   long p = 0;
   long requested = 0;  // the streams are requested up to here
   int single = 0;      // rows still to go one at a time before the next try for a band
   while (p < nnz) {
+    if (single == 0 && stream) {
+      const long r = row[p];
+      if (r >= 1 && r <= len) {
+        single = static_cast<int>((64 - reinterpret_cast<uintptr_t>(t.ys + r) % 64) % 64 / sizeof(double));
+      }
+    }
     if (single == 0) {
       const long q = band_runs(nnz, val, row, col, p, xs, t);
       if (q > p) {
@@ -158,6 +182,11 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
     p = e;
   }
   if (out != coo_output::add) t.give_base(len + 1);
+#if ZVX_ISA_LEVEL == 2
+  // The streamed lines are ordered before whatever the caller (or a thread after the region's
+  // barrier) reads next.
+  if (t.streamed) _mm_sfence();
+#endif
 }
 
 }  // namespace zvx::spblas::simd::ZVX_ISA_NS

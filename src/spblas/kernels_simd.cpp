@@ -208,7 +208,7 @@ void csr_rows(long r0, long r1, const double* val, const int* indx, const int* p
   const long limit = pntre[r1 - 1] - origin - x_prefetch_distance;
   for (long i = r0; i < r1; ++i) {
     const long s = pntrb[i] - origin, e = pntre[i] - origin;
-    for (long p = s; p < e && p < limit; p += 8) __builtin_prefetch(xs + indx[p + x_prefetch_distance]);
+    for (long p = s; p < e && p < limit; p += x_prefetch_step) __builtin_prefetch(xs + indx[p + x_prefetch_distance]);
     const double sum = dot(e - s, val + s, indx + s, xs);
     y[i] = accumulate ? madd(alpha, sum, y[i]) : alpha * sum;
   }

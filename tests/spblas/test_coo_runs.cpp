@@ -157,6 +157,46 @@ TEST(CooRuns, RunsThatBreakDeepInsideALongList) {
     }
 }
 
+// An overwritten y large enough to be stored past the caches, at three alignments to a cache line:
+// the rows before the first line boundary go singly, then the bands are streamed. Sorted stencils
+// give the CSR product's bits; an empty row and rows out of order halfway, and a list ending a few
+// rows short of y (the rest of y written as zeros), are checked against the long double sums.
+TEST(CooRuns, LargeClearedOutputAtSeveralAlignments) {
+  const long m = tune::stream_store_min_bytes / static_cast<long>(sizeof(double)) + 21;
+  const int mm = static_cast<int>(m);
+  const auto x = random_vector(m, 111);
+  const auto sorted = stencil(m, m, 5, 112);
+  const csr_arrays c = to_csr(m, m, sorted, 1, 1);
+  std::vector<double> from_csr(static_cast<size_t>(m));
+  const double alpha = 0.625, zero = 0.0;
+  zvx_dcsrmv("N", &mm, &mm, &alpha, "Gxxxxx", c.val.data(), c.indx.data(), c.pntrb.data(), c.pntre.data(), x.data(),
+             &zero, from_csr.data());
+  std::vector<triplet> broken;
+  const int mid = static_cast<int>(m / 2 + 3);
+  for (const auto& t : sorted)
+    if (t.r != mid && t.r != mid + 1 && t.r < m - 5) broken.push_back(t);
+  for (const auto& t : sorted)
+    if (t.r == mid + 1) broken.push_back(t);  // after the rest of its half: rows out of order
+  std::vector<double> want, scale;
+  const std::vector<double> no_y(static_cast<size_t>(m), 0.0);
+  reference(m, broken, 1, alpha, x, m, 0.0, no_y, m, want, scale);
+  const coo_list a = to_list(sorted), b = to_list(broken);
+  std::vector<double> store(static_cast<size_t>(m) + 16);
+  for (int shift : {0, 1, 7}) {
+    // y starts `shift` doubles past a cache line (no, one or seven rows go singly first)
+    const auto line = (reinterpret_cast<uintptr_t>(store.data()) + 63) / 64 * 64;
+    double* y = store.data() + (line - reinterpret_cast<uintptr_t>(store.data())) / sizeof(double) + shift;
+    std::fill(store.begin(), store.end(), NAN);
+    zvx_dcoomv("N", &mm, &mm, &alpha, "Gxxxxx", a.val.data(), a.row.data(), a.col.data(), &a.nnz, x.data(), &zero, y);
+    long differ = 0;
+    for (long i = 0; i < m; ++i) differ += !(y[i] == from_csr[static_cast<size_t>(i)]);
+    EXPECT_EQ(differ, 0) << "shift " << shift << ": elements that differ from the CSR product";
+    std::fill(store.begin(), store.end(), NAN);
+    zvx_dcoomv("N", &mm, &mm, &alpha, "Gxxxxx", b.val.data(), b.row.data(), b.col.data(), &b.nnz, x.data(), &zero, y);
+    expect_close(std::vector<double>(y, y + m), want, &scale, product_tol, "broken list, shift " + std::to_string(shift));
+  }
+}
+
 // Triplets in no order, with repeats, rows that hold none, and the transposed product: every output
 // (cleared, kept, scaled) reaches the rows no triplet names.
 TEST(CooRuns, ShuffledRepeatedAndMissingRowsForEveryBeta) {

@@ -1,6 +1,7 @@
 // CSR and CSC entries, their short forms and the zero-based path of zvx_dcsrmv, against dense
 // long double products and substitutions built from the same triplets.
 #include "spblas/reference.h"
+#include "spblas/spblas.h"
 
 using namespace sptest;
 
@@ -154,6 +155,54 @@ TEST(CsrMultiply, EarlyReturnsAndTheZeroBasedBeta) {
 }
 
 // The zero-based path of zvx_dcsrmv: zero-based columns and pointers, every type.
+// Rows long enough that the product requests x ahead: lengths from below to past the distance
+// it requests ahead, empty rows among them, lists that end a few entries before, at and after that
+// distance from the last row (exact arrays: a request past the entries reads outside them), one- and
+// zero-based, beta 0 and not. Long double sums over the triplets are the reference.
+TEST(CsrMultiply, LongRowsAroundTheDistanceXIsRequestedAhead) {
+  const long d = zvx::spblas::x_prefetch_distance, step = zvx::spblas::x_prefetch_step;
+  const long mean = zvx::spblas::x_prefetch_rows_min;
+  const long k = 3000;
+  for (long total : {mean, d - 1, d, d + 1, d + step + 3, 3 * d + 7, 40 * d + 5}) {
+    std::vector<triplet> e;
+    std::mt19937 gen(static_cast<unsigned>(total));
+    std::uniform_real_distribution<double> val(-1.0, 1.0);
+    std::uniform_int_distribution<long> col(0, k - 1);
+    long placed = 0, m = 0;
+    for (; placed < total; ++m) {
+      if (m % 5 == 3) continue;  // empty row
+      const long want = std::min(total - placed, m % 3 == 0 ? 2 * d + 1 : mean + m % 7);
+      std::vector<long> cols;
+      while (static_cast<long>(cols.size()) < want) {
+        cols.push_back(col(gen));
+        std::sort(cols.begin(), cols.end());
+        cols.erase(std::unique(cols.begin(), cols.end()), cols.end());
+      }
+      for (long c : cols) e.push_back({static_cast<int>(m), static_cast<int>(c), val(gen)});
+      placed += want;
+    }
+    const auto x = random_vector(k, 31);
+    const int mm = static_cast<int>(m), kk = static_cast<int>(k);
+    for (int zero_based : {0, 1})
+      for (double beta : {0.0, 0.75}) {
+        const csr_arrays a = to_csr(m, k, e, zero_based ? 0 : 1, zero_based ? 0 : 1);
+        // exactly the entries: nothing after the last row's
+        const std::vector<double> v(a.val.begin(), a.val.begin() + static_cast<long>(e.size()));
+        const std::vector<int> ix(a.indx.begin(), a.indx.begin() + static_cast<long>(e.size()));
+        auto y = random_vector(m, 32);
+        std::vector<double> want, scale;
+        const double alpha = -1.25;
+        reference(m, e, 1, alpha, x, k, beta, y, m, want, scale);
+        if (beta == 0.0 && !zero_based) y[0] = NAN;  // beta 0 wipes it in the one-based entry
+        zvx_dcsrmv("N", &mm, &kk, &alpha, zero_based ? "GxxC" : "Gxxx", v.data(), ix.data(), a.pntrb.data(),
+                   a.pntre.data(), x.data(), &beta, y.data());
+        expect_close(y, want, &scale, product_tol,
+                     "entries " + std::to_string(total) + (zero_based ? " zero-based" : " one-based") + " beta " +
+                         std::to_string(beta));
+      }
+  }
+}
+
 TEST(CsrMultiply, ZeroBasedPathEveryType) {
   const case_matrix sq = make(31, 31, 4, 15, 0.1);
   for (int origin : {0, 3}) {
