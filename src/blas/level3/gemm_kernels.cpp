@@ -782,6 +782,30 @@ void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const
   // Each element's sum runs over the depth in the same order whatever tile holds it.
   int i0 = 0;
   int vecs = m / rows_per_vec;
+  if constexpr (E == 1 && gemm_direct_wide_mv > 0) {
+    constexpr int W = std::max(gemm_direct_wide_mv, 1), WN = std::max(gemm_direct_wide_nr, 1);
+    if (vecs % W == 0) {
+      // Whole groups of W vectors: tiles of WN columns, and the columns past the last whole
+      // one in tiles of 4, two of them when that leaves none idle (32 = 4 x 6 + 2 x 4), else one
+      // or one more of WN, whose idle columns repeat the last valid one.
+      int nwide = n / WN * WN, rest = n - nwide;
+      if (rest == 2 && nwide >= WN) {
+        nwide -= WN;
+        rest += WN;
+      }
+      for (; vecs > 0; vecs -= W, i0 += W * rows_per_vec) {
+        const int rows = W * rows_per_vec;
+        if (nwide > 0)
+          direct_tile<R, E, W, WN>(nwide, rows, k, a + i0, lda, b, bls, bjs, c + i0, ldc, alpha);
+        const R* br = b + nwide * bjs;
+        R* cr = c + i0 + static_cast<index_t>(nwide) * ldc;
+        if (rest == 5)
+          direct_tile<R, E, W, WN>(rest, rows, k, a + i0, lda, br, bls, bjs, cr, ldc, alpha);
+        else if (rest > 0)
+          direct_tile<R, E, W, 4>(rest, rows, k, a + i0, lda, br, bls, bjs, cr, ldc, alpha);
+      }
+    }
+  }
   for (int tiles = (vecs + t.mv - 1) / t.mv; tiles > 0; --tiles) {
     const int mv = (vecs + tiles - 1) / tiles;
     const int rows = mv * rows_per_vec;
