@@ -173,6 +173,14 @@ inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 2048, 1024};
 // and 11 tiles in place of 16 at 64 x 64, each paying its C update and its pipeline start.
 inline constexpr int gemm_direct_wide_mv = 4;
 inline constexpr int gemm_direct_wide_nr = 6;
+// Products of at most this many rows, with op(B) = B, do not pack B: the kernels broadcast from
+// its columns in place (nr streams of one element per depth step). Packing B costs in
+// proportion to k * n and pays back over the row tiles that reuse it, so it is the smaller
+// products that lose by it: sgemm at n = 500 spent 4 % of its time packing B. Measured one thread
+// on a loaded machine, four alternating runs against the peer: sgemm 128 and cgemm 128 4-5 %
+// faster in place, sgemm 500 about 3 %, cgemm 500 within the noise, sgemm and cgemm 1,000 alike
+// or up to 1 % slower (hence the limit).
+inline constexpr int gemm_b_in_place_rows = 512;
 #elif ZVX_ISA_LEVEL == 1
 // 16 ymm registers: 12 accumulators (3 vectors x 4 columns, or 2 x 3 x 2 for complex),
 // 3 (2) vectors of A, 1 (2) broadcasts.
@@ -183,6 +191,7 @@ inline constexpr gemm_tuning gemm_tune_z{2, 3, 128, 4096, 1023};  // 4x3 complex
 inline constexpr gemm_tuning gemm_tune_c{2, 3, 128, 240, 255};    // 8x3 complex, A tile 8 KiB
 inline constexpr int gemm_direct_wide_mv = 0;  // 16 registers: no wider direct tile
 inline constexpr int gemm_direct_wide_nr = 0;
+inline constexpr int gemm_b_in_place_rows = 0;  // not measured on this set: B always packed
 #else
 // The baseline: 16 xmm registers of two doubles or four singles, no FMA. 8 accumulators
 // (2 vectors x 4 columns, or 2 x 2 x 2 for complex) leave room for A, B and the products.
@@ -192,6 +201,7 @@ inline constexpr gemm_tuning gemm_tune_z{2, 2, 64, 128, 256};    // 2x2 complex
 inline constexpr gemm_tuning gemm_tune_c{2, 2, 64, 128, 256};    // 4x2 complex
 inline constexpr int gemm_direct_wide_mv = 0;
 inline constexpr int gemm_direct_wide_nr = 0;
+inline constexpr int gemm_b_in_place_rows = 0;
 #endif
 
 }  // namespace ZVX_ISA_NS

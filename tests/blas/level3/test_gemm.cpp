@@ -72,6 +72,20 @@ TYPED_TEST(Gemm, WideDirectTileColumns) {
     }
 }
 
+// Products of at most 512 rows read B = op(B) in place (with 512-bit vectors; elsewhere B is
+// always packed), larger ones pack it: rows on both sides of the limit, B as it is against a
+// transposed B, whole column panels and a narrow last one, a depth of one step and one of
+// several, whose later steps start down the columns of B.
+TYPED_TEST(Gemm, BInPlaceRowLimit) {
+  using T = TypeParam;
+  unsigned seed = 180;
+  for (int m : {511, 512, 513})
+    for (char tb : {'N', 'T'}) {
+      EXPECT_TRUE(run_case<T>('N', tb, m, 19, 70, alpha_value<T>(), beta_value<T>(), seed++));
+      EXPECT_TRUE(run_case<T>('T', tb, m, 5, 530, alpha_value<T>(), beta_value<T>(), seed++));
+    }
+}
+
 // Depths around the longest depth step of each engine and instruction set (64, 128, 256) and
 // their multiples, where the count of steps changes and the steps become uneven (257 = 129 +
 // 128, 513 = 171 + 171 + 171, 769 = 193 + 192 + 192 + 192), and short depths (1 to 65).
