@@ -3,6 +3,7 @@
 // 20-row C with a deep product), and the speed of two threads against one on n = 2,000.
 //
 // Usage: bench_gemm [--quick] [--docs] [--samples N] [--only s|d|c|z] [--sizes n,n,...]
+//                   [--no-threads] [--no-shapes]
 // The thread policy is decided once per process: the program asks for parallel before the first
 // call, and switches the OpenMP thread count between one and two.
 #include <omp.h>
@@ -252,7 +253,7 @@ int main(int argc, char** argv) {
   zvx_bench::options opt = zvx_bench::parse_options(argc, argv);
   std::string only = "sdcz";
   std::vector<int> sizes = {8, 16, 32, 64, 128, 256, 500, 1000, 2000};
-  bool threads = true;
+  bool threads = true, shapes_too = true;
   for (int i = 1; i < argc; ++i) {
     if (!strcmp(argv[i], "--only") && i + 1 < argc) only = argv[++i];
     if (!strcmp(argv[i], "--sizes") && i + 1 < argc) {
@@ -260,8 +261,10 @@ int main(int argc, char** argv) {
       for (char* p = strtok(argv[++i], ","); p; p = strtok(nullptr, ",")) sizes.push_back(atoi(p));
     }
     if (!strcmp(argv[i], "--no-threads")) threads = false;
+    if (!strcmp(argv[i], "--no-shapes")) shapes_too = false;
   }
   std::vector<shape> shapes = {{2000, 2000, 64}, {20, 2000, 2000}};
+  if (!shapes_too) shapes = {};
   if (opt.quick) {
     sizes = {8, 64, 500};
     shapes = {};

@@ -53,18 +53,24 @@ enum alpha_mode : int { alpha_add = 0, alpha_sub = 1, alpha_mul = 2 };
 // within a panel (element (l, j) at panel * D * NR * E + (l * NR + j) * E). `rows` is the count
 // of valid rows of the tile (below TR only in the last tile of a block, whose padding rows of
 // packed A are zero); a panel with fewer than NR columns has zero columns in packed B.
-template <class R, int E, int MV, int NR>
+// With BIN, B is the caller's op(B) = B itself, read in place: element (l, j) at l * E + j * bjs
+// from pb; the columns of a narrow last panel repeat its last valid column, so nothing outside
+// B is read, and their sums are dropped.
+template <class R, int E, int MV, int NR, bool BIN>
 void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restrict pb, R* c,
-            index_t ldc, int amode, const R* alpha) {
+            index_t ldc, int amode, const R* alpha, index_t bjs) {
   using S = simd<R>;
   using V = typename S::v;
   constexpr int L = S::lanes;
   constexpr int TR = MV * L / E;
   constexpr int EI = E == 2 ? 1 : 0;  // the imaginary sums exist for complex types only
   const index_t ldce = ldc * E;
-  for (int j0 = 0; j0 < ncols; j0 += NR, pb += static_cast<index_t>(D) * NR * E) {
+  for (int j0 = 0; j0 < ncols; j0 += NR, pb += BIN ? NR * bjs : static_cast<index_t>(D) * NR * E) {
     const int nc = std::min(NR, ncols - j0);
     R* cj = c + j0 * ldce;
+    index_t boff[NR];
+#pragma GCC unroll 16
+    for (int j = 0; j < NR; ++j) boff[j] = BIN ? (j < nc ? j : nc - 1) * bjs : j * E;
     // C of this register tile is wanted after the depth loop, C of the next one a whole depth
     // later: fetch the next one now, so that a C far out in memory arrives in time also for the
     // short depths of a rank-k update.
@@ -91,23 +97,23 @@ void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restr
     for (int l = 0; l < D; ++l) {
       // The packed block of B is read once per row tile, mostly from L2 or L3: fetch it 16
       // depth steps ahead (one line per step for 8 columns).
-      _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
+      if constexpr (!BIN) _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
       V av[MV];
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) av[v] = S::load(a + v * L);
 #pragma GCC unroll 16
       for (int j = 0; j < NR; ++j) {
-        const V br = S::set1(b[j * E]);
+        const V br = S::set1(b[boff[j]]);
 #pragma GCC unroll 16
         for (int v = 0; v < MV; ++v) acc[v][j] = S::fma(av[v], br, acc[v][j]);
         if constexpr (EI) {
-          const V bi = S::set1(b[j * E + 1]);
+          const V bi = S::set1(b[boff[j] + 1]);
 #pragma GCC unroll 16
           for (int v = 0; v < MV; ++v) acci[v][j] = S::fma(av[v], bi, acci[v][j]);
         }
       }
       a += MV * L;
-      b += NR * E;
+      b += BIN ? E : NR * E;
     }
     if constexpr (EI) {
       V ar = S::zero(), ai = S::zero();
@@ -581,19 +587,22 @@ void unstage_block(int rows, int cols, const R* s, index_t lds, R* c, index_t ld
 // The engine of one type: its tuning, its kernel table and its sections.
 
 template <class R>
-using kernel_fn = void (*)(int, int, int, const R*, const R*, R*, index_t, int, const R*);
+using kernel_fn = void (*)(int, int, int, const R*, const R*, R*, index_t, int, const R*,
+                           index_t);
 
 // kernels[mv - 1]: the tile of mv vectors.
 template <class R, int E>
 struct kernel_table {
   static constexpr gemm_tuning t = engine_traits<R, E>::t;
   kernel_fn<R> fn[t.mv];
+  kernel_fn<R> fn_b[t.mv];  // B read in place
 };
 
 template <class R, int E, std::size_t... M>
 constexpr kernel_table<R, E> make_kernel_table(std::index_sequence<M...>) {
   constexpr gemm_tuning t = engine_traits<R, E>::t;
-  return kernel_table<R, E>{{&kernel<R, E, static_cast<int>(M) + 1, t.nr>...}};
+  return kernel_table<R, E>{{&kernel<R, E, static_cast<int>(M) + 1, t.nr, false>...},
+                            {&kernel<R, E, static_cast<int>(M) + 1, t.nr, true>...}};
 }
 
 template <class R, int E>
@@ -682,6 +691,8 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
   const int steps = k > 0 ? (k + t.kb - 1) / t.kb : 0;
 
   const index_t ldaE = lda * E;
+  // B as it is goes to the kernels unpacked when few row tiles share it (see tuning.h).
+  const bool bin = tb == op_n && m <= gemm_b_in_place_rows;
   for (int jb = 0; jb < n; jb += t.nb) {
     const int nbk = std::min(t.nb, n - jb);
     for (int ib = 0; ib < m; ib += t.mb) {
@@ -703,14 +714,17 @@ void driver(int ta, int tb, int m, int n, int k, const R* alpha, const R* a, ind
           const int d = k / steps + (s < k % steps ? 1 : 0);
           const R* bsrc = tb == op_n ? b + (l0 + static_cast<index_t>(jb) * ldb) * E
                                      : b + (jb + static_cast<index_t>(l0) * ldb) * E;
-          sec.pack_b(d, nbk, t.nr, bsrc, ldb, pb);
+          if (!bin) sec.pack_b(d, nbk, t.nr, bsrc, ldb, pb);
           const R* asrc = ta == op_n ? a + ib * E + l0 * ldaE : a + l0 * E + ib * ldaE;
           sec.pack_a(mbk, TR, d, asrc, lda, pack_alpha, pack_scale, pa);
           const R* pat = pa;
           for (int i0 = 0; i0 < mbk;) {
             const int rows = row_tile_rows(mbk - i0, TR, rows_per_vec);
             const int mv = (rows + rows_per_vec - 1) / rows_per_vec;
-            kt.fn[mv - 1](d, nbk, rows, pat, pb, cb + i0 * E, ldcb, amode, alpha);
+            if (bin)
+              kt.fn_b[mv - 1](d, nbk, rows, pat, bsrc, cb + i0 * E, ldcb, amode, alpha, ldb * E);
+            else
+              kt.fn[mv - 1](d, nbk, rows, pat, pb, cb + i0 * E, ldcb, amode, alpha, 0);
             pat += static_cast<index_t>(mv) * rows_per_vec * d * E;
             i0 += rows;
           }
@@ -782,6 +796,30 @@ void direct_tiles_run(int ta, int tb, int m, int n, int k, const R* alpha, const
   // Each element's sum runs over the depth in the same order whatever tile holds it.
   int i0 = 0;
   int vecs = m / rows_per_vec;
+  if constexpr (E == 1 && gemm_direct_wide_mv > 0) {
+    constexpr int W = std::max(gemm_direct_wide_mv, 1), WN = std::max(gemm_direct_wide_nr, 1);
+    if (vecs % W == 0) {
+      // Whole groups of W vectors: tiles of WN columns, and the columns past the last whole
+      // one in tiles of 4, two of them when that leaves none idle (32 = 4 x 6 + 2 x 4), else one
+      // or one more of WN, whose idle columns repeat the last valid one.
+      int nwide = n / WN * WN, rest = n - nwide;
+      if (rest == 2 && nwide >= WN) {
+        nwide -= WN;
+        rest += WN;
+      }
+      for (; vecs > 0; vecs -= W, i0 += W * rows_per_vec) {
+        const int rows = W * rows_per_vec;
+        if (nwide > 0)
+          direct_tile<R, E, W, WN>(nwide, rows, k, a + i0, lda, b, bls, bjs, c + i0, ldc, alpha);
+        const R* br = b + nwide * bjs;
+        R* cr = c + i0 + static_cast<index_t>(nwide) * ldc;
+        if (rest == 5)
+          direct_tile<R, E, W, WN>(rest, rows, k, a + i0, lda, br, bls, bjs, cr, ldc, alpha);
+        else if (rest > 0)
+          direct_tile<R, E, W, 4>(rest, rows, k, a + i0, lda, br, bls, bjs, cr, ldc, alpha);
+      }
+    }
+  }
   for (int tiles = (vecs + t.mv - 1) / t.mv; tiles > 0; --tiles) {
     const int mv = (vecs + tiles - 1) / tiles;
     const int rows = mv * rows_per_vec;

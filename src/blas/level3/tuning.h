@@ -167,6 +167,22 @@ inline constexpr gemm_tuning gemm_tune_z{3, 4, 128, 4096, 1024};
 // x 2,000 C, unstaged, from 1.00 to 1.04-1.13). The staging buffer of 2,048 x 1,024 (16 MiB)
 // stays within the scratch cache.
 inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 2048, 1024};
+// Direct tiles of the real types (all sizes at most 64, operands read in place): a row group of
+// a multiple of 4 vectors goes in tiles of 4 vectors x 6 columns (24 sums, 4 loads of A and 6
+// broadcasts per 24 FMAs) instead of 2 x 8 (16 sums, 10 loads per 16 FMAs): fewer loads per FMA,
+// and 11 tiles in place of 16 at 64 x 64, each paying its C update and its pipeline start.
+inline constexpr int gemm_direct_wide_mv = 4;
+inline constexpr int gemm_direct_wide_nr = 6;
+// Products of at most this many rows, with op(B) = B, do not pack B: the kernels broadcast from
+// its columns in place (nr streams of one element per depth step). Packing B costs in
+// proportion to k * n and pays back over the row tiles that reuse it, so it is the smaller
+// products that lose by it: sgemm at n = 500 spent 4 % of its time packing B. Measured one thread
+// on a loaded machine, four alternating runs against the peer: sgemm 128 and cgemm 128 4-5 %
+// faster in place, sgemm 500 about 3 %, cgemm 500 within the noise, sgemm and cgemm 1,000 alike
+// or up to 1 % slower (hence the limit). Short, wide products read each panel of B once, so
+// packing it was pure cost: 20 x 2,000 x 2,000 went from 1.46 to 2.3-2.6 times the peer's speed
+// in double and from 1.15 to 1.6-1.7 in double complex.
+inline constexpr int gemm_b_in_place_rows = 512;
 #elif ZVX_ISA_LEVEL == 1
 // 16 ymm registers: 12 accumulators (3 vectors x 4 columns, or 2 x 3 x 2 for complex),
 // 3 (2) vectors of A, 1 (2) broadcasts.
@@ -175,6 +191,9 @@ inline constexpr gemm_tuning gemm_tune_d{3, 4, 256, 4096, 1024};  // 12x4, A til
 inline constexpr gemm_tuning gemm_tune_s{3, 4, 256, 4096, 1024};  // 24x4, A tile 24 KiB
 inline constexpr gemm_tuning gemm_tune_z{2, 3, 128, 4096, 1023};  // 4x3 complex, A tile 8 KiB
 inline constexpr gemm_tuning gemm_tune_c{2, 3, 128, 240, 255};    // 8x3 complex, A tile 8 KiB
+inline constexpr int gemm_direct_wide_mv = 0;  // 16 registers: no wider direct tile
+inline constexpr int gemm_direct_wide_nr = 0;
+inline constexpr int gemm_b_in_place_rows = 0;  // not measured on this set: B always packed
 #else
 // The baseline: 16 xmm registers of two doubles or four singles, no FMA. 8 accumulators
 // (2 vectors x 4 columns, or 2 x 2 x 2 for complex) leave room for A, B and the products.
@@ -182,6 +201,9 @@ inline constexpr gemm_tuning gemm_tune_d{2, 4, 128, 256, 256};   // 4x4
 inline constexpr gemm_tuning gemm_tune_s{2, 4, 128, 256, 512};   // 8x4
 inline constexpr gemm_tuning gemm_tune_z{2, 2, 64, 128, 256};    // 2x2 complex
 inline constexpr gemm_tuning gemm_tune_c{2, 2, 64, 128, 256};    // 4x2 complex
+inline constexpr int gemm_direct_wide_mv = 0;
+inline constexpr int gemm_direct_wide_nr = 0;
+inline constexpr int gemm_b_in_place_rows = 0;
 #endif
 
 }  // namespace ZVX_ISA_NS

@@ -57,6 +57,35 @@ TYPED_TEST(Gemm, RowAndColumnTileEdges) {
   }
 }
 
+// The wide direct tiles of the real types with 512-bit vectors: rows a multiple of four vectors
+// (32 and 64 doubles, 64 singles; other sets and the complex types take the usual direct tiles
+// at the same sizes), every count of columns left past whole 6-column tiles (0 to 5, the 2 left
+// after at least one whole tile taken as two tiles of 4), B as it is and transposed, the
+// shortcut of alpha and beta 1, and leading dimensions further beyond the sizes.
+TYPED_TEST(Gemm, WideDirectTileColumns) {
+  using T = TypeParam;
+  unsigned seed = 150;
+  for (int m : {32, 64})
+    for (int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 32, 59, 62, 63, 64}) {
+      EXPECT_TRUE(run_case<T>('N', 'N', m, n, 33, alpha_value<T>(), beta_value<T>(), seed++));
+      EXPECT_TRUE(run_case<T>('N', 'T', m, n, 64, make<T>(1), make<T>(1), seed++, 5));
+    }
+}
+
+// Products of at most 512 rows read B = op(B) in place (with 512-bit vectors; elsewhere B is
+// always packed), larger ones pack it: rows on both sides of the limit, B as it is against a
+// transposed B, whole column panels and a narrow last one, a depth of one step and one of
+// several, whose later steps start down the columns of B.
+TYPED_TEST(Gemm, BInPlaceRowLimit) {
+  using T = TypeParam;
+  unsigned seed = 180;
+  for (int m : {511, 512, 513})
+    for (char tb : {'N', 'T'}) {
+      EXPECT_TRUE(run_case<T>('N', tb, m, 19, 70, alpha_value<T>(), beta_value<T>(), seed++));
+      EXPECT_TRUE(run_case<T>('T', tb, m, 5, 530, alpha_value<T>(), beta_value<T>(), seed++));
+    }
+}
+
 // Depths around the longest depth step of each engine and instruction set (64, 128, 256) and
 // their multiples, where the count of steps changes and the steps become uneven (257 = 129 +
 // 128, 513 = 171 + 171 + 171, 769 = 193 + 192 + 192 + 192), and short depths (1 to 65).
