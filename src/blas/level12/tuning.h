@@ -113,6 +113,13 @@ inline bool dgemv_t_small(long m, long n) {
 // goes to the gemv kernels; 32 rows of a solve keep the block's triangle in the first-level cache.
 constexpr int trmv_block = 64;
 constexpr int trsv_block = 32;
+// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots are
+// scalar chains (a quarter of the products per cycle of the panel's vector dots), and the panel
+// beside each block streams the same columns whatever the block, so smaller blocks only move work
+// from the scalar loops to the panel. Order 700 from the last-level cache, three runs of each:
+// blocks of 64 0.99-1.02 of the peer's time, of 32 0.98-1.00, of 16 0.92-0.93, of 8 0.98-1.00
+// (a call of the panel kernel per eight columns); orders 32 to 400 within the noise of 64.
+constexpr int trmv_transposed_block = 16;
 // Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
 // kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or
