@@ -125,9 +125,12 @@ constexpr int trsv_block = 32;
 // Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots are
 // scalar chains (a quarter of the products per cycle of the panel's vector dots), and the panel
 // beside each block streams the same columns whatever the block, so smaller blocks only move work
-// from the scalar loops to the panel. Order 700 from the last-level cache, three runs of each:
-// blocks of 64 0.99-1.02 of the peer's time, of 32 0.98-1.00, of 16 0.92-0.93, of 8 0.98-1.00
-// (a call of the panel kernel per eight columns); orders 32 to 400 within the noise of 64.
+// from the scalar loops to the panel. Medians of runs alternating with blocks of 64 on the loaded
+// machine: order 400 (second-level cache) 0.76-0.85 of the peer's time against 0.84-0.90, order
+// 100 0.63-0.79 against 0.69-0.76; order 700 (last-level cache) 0.92-0.93 against 0.99-1.02 in a
+// first set of three runs, 0.95-0.99 against 0.95-0.98 in two later sets of six (load average 9),
+// that is within the noise. Blocks of 32 and of 8 (a call of the panel kernel per eight columns)
+// measured 0.98-1.00 at 700.
 constexpr int trmv_transposed_block = 16;
 // Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
