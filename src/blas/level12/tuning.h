@@ -46,6 +46,10 @@ constexpr int symv_groups_per_walk = 4;
 // and 2,000 within the noise of each other, at 1,500 four 0.92 of two). The bound is 1,500 doubles.
 // Measured again for the lower triangle, both builds in one process: four groups 1.11-1.32 times
 // the time of two at orders 700 and 1,000, one group 1.09-1.29 times at 100 to 700.
+// Requests for the next walk's columns, row by row during the current walk (into the second-level
+// cache or the first), so that each walk would find its columns fetched: lower and upper, orders
+// 400 to 2,000, eight alternating runs on the loaded machine, within the noise of none (order 700
+// lower 1.24 of the peer's time with and without), so the walks stay without them.
 constexpr int symv_groups_per_short_walk = 2;
 constexpr long symv_wide_walk_bytes = 12000;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
@@ -62,6 +66,9 @@ constexpr int hemv_groups_per_walk = 2;
 // prefetcher on the next page early; a request per line measured slower, since it competes with
 // the loads.
 constexpr long gemv_prefetch_bytes = 4096;
+// The whole-column dots of the triangular panels at order 700 (last-level cache) measured the same
+// with requests into the first or second-level cache instead, 1 or 2 KiB ahead, or none: within
+// the 5% run-to-run noise of the loaded machine, three runs of each.
 template <class T> constexpr long gemv_prefetch_rows = gemv_prefetch_bytes / (long)sizeof(T);
 // Single precision, not transposed: columns a group takes down the whole height, with y read and
 // written through the first-level cache once per group and step. Four columns are four sequential
@@ -112,7 +119,19 @@ inline bool dgemv_t_small(long m, long n) {
 // rows are taken by their dots (trmv) or solved by substitution (trsv) before the rectangle below
 // goes to the gemv kernels; 32 rows of a solve keep the block's triangle in the first-level cache.
 constexpr int trmv_block = 64;
+// Real transposed solves in blocks of 16 (as the multiply below) measured the same as 32 at
+// orders 32 to 700: the solve's diagonal block is vector code already.
 constexpr int trsv_block = 32;
+// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots are
+// scalar chains (a quarter of the products per cycle of the panel's vector dots), and the panel
+// beside each block streams the same columns whatever the block, so smaller blocks only move work
+// from the scalar loops to the panel. Medians of runs alternating with blocks of 64 on the loaded
+// machine: order 400 (second-level cache) 0.76-0.85 of the peer's time against 0.84-0.90, order
+// 100 0.63-0.79 against 0.69-0.76; order 700 (last-level cache) 0.92-0.93 against 0.99-1.02 in a
+// first set of three runs, 0.95-0.99 against 0.95-0.98 in two later sets of six (load average 9),
+// that is within the noise. Blocks of 32 and of 8 (a call of the panel kernel per eight columns)
+// measured 0.98-1.00 at 700.
+constexpr int trmv_transposed_block = 16;
 // Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
 // kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or

@@ -307,11 +307,13 @@ std::vector<T> make_triangle(storage_kind kind, bool upper, bool unit, int n, in
 template <class T> void check_triangular(storage_kind kind, long double scale = 1) {
   SCOPED_TRACE(info<T>::name);
   // Around the row blocks of the unit-increment solve and multiply, and the triangles that end the
-  // halving of complex blocks (a leaf, one row more, two leaves and one); the last order makes the
-  // transposed panels beside the blocks span several strips and a short one.
+  // halving of complex blocks (a leaf, one row more, two leaves and one), and the real transposed
+  // multiply's smaller blocks; the last order makes the transposed panels beside the blocks span
+  // several strips and a short one.
   constexpr int sb = zvx::blas12::trsv_block, mb = zvx::blas12::trmv_block, leaf = (int)zvx::blas12::triangular_leaf;
+  constexpr int tb = zvx::blas12::trmv_transposed_block;
   constexpr int strip = (int)zvx::blas12::strip_rows;
-  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2, 4 * strip + 3}
+  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, tb - 1, tb, tb + 1, 2 * tb + 3, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2, 4 * strip + 3}
                                                              : std::vector<int>{0, 1, 4, 17, 40};
   for (int n : sizes)
     for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 3, n + 2} : std::vector<int>{0})
