@@ -324,7 +324,27 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
   if (!scale_y<T>(leny, alpha, beta, y0, incy) || m < 0 || n < 0) return;
   auto A = [&](long i, long j) { return a_op(a[(ku + i - j) + j * (long)lda], o); };
   const bool unit = incx == 1 && incy == 1;
+  // Real transposed, unit increments: the columns that hold the whole band (rows j - ku to
+  // j + kl inside the matrix) take their dots in groups, since a call, set-up and reduction for
+  // each column of a few vectors cost about as much as the dot. The rest go one by one below.
+  long full0 = 0, full1 = 0;
+  if constexpr (!is_complex<T>) {
+    if (unit && o != op::n) {
+      full0 = std::min<long>(ku, n);
+      full1 = std::max(full0, std::min<long>(n, (long)m - kl));
+      constexpr long group = band_dot_group_columns;
+      T dots[group];
+      const long len = (long)ku + kl + 1;
+      for (long j0 = full0; j0 < full1; j0 += group) {
+        const long g = std::min(group, full1 - j0);
+        kernels_for<T>().band_dots(g, len, a + j0 * (long)lda, lda, x0 + j0 - ku, dots);
+        for (long c = 0; c < g; ++c) y0[j0 + c] += alpha * dots[c];
+      }
+    }
+  }
   for (long j = 0; j < n; ++j) {
+    if (j == full0 && full1 > full0) j = full1;
+    if (j >= n) break;
     const long lo = std::max(0L, j - ku), hi = std::min<long>(m - 1, j + kl);
     if (unit) {
       if (hi < lo) continue;

@@ -676,6 +676,39 @@ template <class T> void check_gbmv() {
           }
 }
 
+// Transposed real band products take the columns holding the whole band in groups of
+// band_dot_group_columns: wide and tall matrices whose full columns span several groups and end
+// part way through one, with partial columns on both sides.
+template <class T> void check_gbmv_transposed_groups() {
+  SCOPED_TRACE(info<T>::name);
+  constexpr int g = (int)zvx::blas12::band_dot_group_columns;
+  const int one = 1;
+  for (auto [m, n] : {std::pair{2 * g + 9, 2 * g + 9}, {g + 40, 2 * g + 3}, {3 * g + 1, g + 20}})
+    for (auto [kl, ku] : {std::pair{3, 5}, {0, 7}, {6, 0}, {32, 32}})
+      for (char t : {'T', 'C'}) {
+        SCOPED_TRACE(::testing::Message() << m << " " << n << " " << kl << " " << ku << " " << t);
+        const int lda = kl + ku + 1;
+        std::vector<T> a((size_t)lda * n, nan_value<T>());
+        dense M(m, n);
+        for (int j = 0; j < n; ++j)
+          for (int i = std::max(0, j - ku); i <= std::min(m - 1, j + kl); ++i) {
+            const T v = random_value<T>();
+            a[(size_t)(ku + i - j) + (size_t)j * lda] = v;
+            M(i, j) = L(v);
+          }
+        auto x = random_vector<T>(m), y = random_vector<T>(n);
+        const T alpha = random_value<T>(), beta = random_value<T>();
+        auto y1 = y;
+        l2<T>::gbmv(&t, &m, &n, &kl, &ku, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+        check_product(M, 't', L(alpha), x, 1, y, L(beta), y1, 1, "gbmv");
+      }
+}
+
+TEST(BandMultiply, TransposedRealGroupsOfFullColumns) {
+  check_gbmv_transposed_groups<float>();
+  check_gbmv_transposed_groups<double>();
+}
+
 TEST(BandMultiply, GeneralBandAllTypes) {
   check_gbmv<float>();
   check_gbmv<double>();
