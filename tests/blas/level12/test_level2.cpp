@@ -645,6 +645,17 @@ TEST(SymmetricMultiply, HermitianVectorSweep) {
   check_hermitian_vector_sweep<zvx_complex16>();
 }
 
+// Random general band of m x n with kl/ku off-diagonals in band storage `a` (leading dimension
+// lda; elements outside the band keep what `a` held) and the same values in the dense reference.
+template <class T> void fill_general_band(std::vector<T>& a, dense& M, int m, int n, int kl, int ku, int lda) {
+  for (int j = 0; j < n; ++j)
+    for (int i = std::max(0, j - ku); i <= std::min(m - 1, j + kl); ++i) {
+      const T v = random_value<T>();
+      a[(size_t)(ku + i - j) + (size_t)j * lda] = v;
+      M(i, j) = L(v);
+    }
+}
+
 template <class T> void check_gbmv() {
   SCOPED_TRACE(info<T>::name);
   for (int m : {0, 1, 6, 20})
@@ -657,12 +668,7 @@ template <class T> void check_gbmv() {
             const int lda = kl + ku + 2;
             std::vector<T> a((size_t)lda * std::max(n, 1), nan_value<T>());
             dense M(m, n);
-            for (int j = 0; j < n; ++j)
-              for (int i = std::max(0, j - ku); i <= std::min(m - 1, j + kl); ++i) {
-                const T v = random_value<T>();
-                a[(size_t)(ku + i - j) + (size_t)j * lda] = v;
-                M(i, j) = L(v);
-              }
+            fill_general_band(a, M, m, n, kl, ku, lda);
             const int lenx = op == 'n' ? n : m, leny = op == 'n' ? m : n;
             auto x = random_vector<T>(storage(lenx, incx)), y = random_vector<T>(storage(leny, incy));
             const T alpha = random_value<T>(), beta = random_value<T>();
@@ -690,12 +696,7 @@ template <class T> void check_gbmv_transposed_groups() {
         const int lda = kl + ku + 1;
         std::vector<T> a((size_t)lda * n, nan_value<T>());
         dense M(m, n);
-        for (int j = 0; j < n; ++j)
-          for (int i = std::max(0, j - ku); i <= std::min(m - 1, j + kl); ++i) {
-            const T v = random_value<T>();
-            a[(size_t)(ku + i - j) + (size_t)j * lda] = v;
-            M(i, j) = L(v);
-          }
+        fill_general_band(a, M, m, n, kl, ku, lda);
         auto x = random_vector<T>(m), y = random_vector<T>(n);
         const T alpha = random_value<T>(), beta = random_value<T>();
         auto y1 = y;
