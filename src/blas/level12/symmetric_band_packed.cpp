@@ -327,7 +327,7 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
   // Real transposed, unit increments: the columns that hold the whole band (rows j - ku to
   // j + kl inside the matrix) take their dots in groups, since a call, set-up and reduction for
   // each column of a few vectors cost about as much as the dot. The rest go one by one below.
-  long full0 = 0, full1 = 0;
+  long full0 = 0, full1 = 0;  // columns [full0, full1) are done in groups
   if constexpr (!is_complex<T>) {
     if (unit && o != op::n) {
       full0 = std::min<long>(ku, n);
@@ -342,12 +342,10 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
       }
     }
   }
-  for (long j = 0; j < n; ++j) {
-    if (j == full0 && full1 > full0) j = full1;
-    if (j >= n) break;
+  auto column = [&](long j) {
     const long lo = std::max(0L, j - ku), hi = std::min<long>(m - 1, j + kl);
     if (unit) {
-      if (hi < lo) continue;
+      if (hi < lo) return;
       const T* col = a + (ku + lo - j) + j * (long)lda;
       if (o == op::n) column_axpy(hi - lo + 1, alpha * x0[j], col, y0 + lo);
       else y0[j] += alpha * column_dot(hi - lo + 1, col, x0 + lo, o == op::c);
@@ -359,7 +357,9 @@ void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, 
       for (long i = lo; i <= hi; ++i) t += A(i, j) * x0[i * incx];
       y0[j * incy] += alpha * t;
     }
-  }
+  };
+  for (long j = 0; j < full0; ++j) column(j);
+  for (long j = full1; j < n; ++j) column(j);
 }
 
 }  // namespace
