@@ -18,9 +18,11 @@ blas_like=$( (echo "$listed"; echo "$listed" | sed -n 's/_$//p') | sort -u)
 foreign=$(comm -12 <(nm -D --undefined-only "$lib" | awk '{print $2}' | sed 's/@.*//' | sort -u) \
                    <(echo "$blas_like"))
 if [ -n "$foreign" ]; then echo "BLAS names left to other libraries:"; echo "$foreign"; exit 1; fi
-# Every standard name must be defined here, not merely referenced.
+# Every standard name must be defined here, not merely referenced. grep reads a here-string, not
+# a pipe: grep -q leaves at the first match, and a writer still writing would then fail on the
+# broken pipe, which pipefail reports as a miss.
 for n in dgemm_ zgemm_ ddot_ cblas_dgemm cblas_zhemv CBLAS_CallFromC RowMajorStrg; do
-  echo "$exported" | grep -qx "$n" || { echo "$n is not exported"; exit 1; }
+  grep -qx "$n" <<<"$exported" || { echo "$n is not exported"; exit 1; }
 done
 # Every routine the public CBLAS header declares is exported.
 if [ -n "$header" ]; then
