@@ -219,9 +219,11 @@ __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base,
 // across the strips.
 // With `whole`, the columns' dots run over all strips and are reduced and added to y once, for
 // callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
+// `stream` (whole columns only) asks for every line of the columns triangular_stream_ahead_bytes
+// ahead into the second-level cache instead.
 template <class T, int C, bool whole = false>
 __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long lda, const T* x, T* y,
-                                              bool prefetch) {
+                                              bool prefetch, bool stream = false) {
   constexpr int w = W<T>;
   constexpr int bases = (C + 3) / 4;
   const V<T> va = bc(alpha);
@@ -232,10 +234,18 @@ __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long 
   long i0 = 0;
   V<T> acc[w] = {};
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
-    if (prefetch && m - i0 > gemv_prefetch_rows<T>)
+    if (whole && stream) {
+      if ((m - i0) * (long)sizeof(T) > triangular_stream_ahead_bytes)
+#pragma GCC unroll 16
+        for (int k = 0; k < C; ++k)
+#pragma GCC unroll 16
+          for (long l = 0; l < strip_rows * (long)sizeof(T); l += 64)
+            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + triangular_stream_ahead_bytes + l, 0, 2);
+    } else if (prefetch && m - i0 > gemv_prefetch_rows<T>) {
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
         __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    }
     if constexpr (whole) gemv_t_strip_sums<T, C, false>(base, ld1, ld3, x + i0, strip_rows, acc);
     else yv = vfma(va, gemv_t_strip<T, C, false>(base, ld1, ld3, x + i0, strip_rows), yv);
     for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(T);
@@ -252,15 +262,16 @@ __attribute__((noinline)) void gemv_t_columns(long m, T alpha, const T* a, long 
 
 // Columns left after the groups of W: groups of W/2, W/4, ..., 1 as they fit.
 template <class T, int C, bool whole = false>
-inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
+inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch,
+                        bool stream = false) {
   if constexpr (C >= 1) {
     if (n >= C) {
-      gemv_t_columns<T, C, whole>(m, alpha, a, lda, x, y, prefetch);
+      gemv_t_columns<T, C, whole>(m, alpha, a, lda, x, y, prefetch, stream);
       a += C * lda;
       y += C;
       n -= C;
     }
-    gemv_t_tail<T, C / 2, whole>(m, n, alpha, a, lda, x, y, prefetch);
+    gemv_t_tail<T, C / 2, whole>(m, n, alpha, a, lda, x, y, prefetch, stream);
   }
 }
 
@@ -273,12 +284,12 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
 }
 
 template <class T>
-void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool stream) {
   constexpr int w = W<T>;
   const bool prefetch = m > gemv_prefetch_rows<T>;
   long j = 0;
-  for (; j + w <= n; j += w) gemv_t_columns<T, w, true>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
-  gemv_t_tail<T, w / 2, true>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
+  for (; j + w <= n; j += w) gemv_t_columns<T, w, true>(m, alpha, a + j * lda, lda, x, y + j, prefetch, stream);
+  gemv_t_tail<T, w / 2, true>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch, stream);
 }
 
 // Rows left after the strips (fewer than 64): sums over the columns, kept in a buffer so that the
@@ -376,8 +387,8 @@ template void gemv_n<float>(long, long, long, float, const float*, long, const f
 template void gemv_n<double>(long, long, long, double, const double*, long, const double*, double*, bool);
 template void gemv_t<float>(long, long, float, const float*, long, const float*, float*, bool);
 template void gemv_t<double>(long, long, double, const double*, long, const double*, double*, bool);
-template void column_dots<float>(long, long, float, const float*, long, const float*, float*);
-template void column_dots<double>(long, long, double, const double*, long, const double*, double*);
+template void column_dots<float>(long, long, float, const float*, long, const float*, float*, bool);
+template void column_dots<double>(long, long, double, const double*, long, const double*, double*, bool);
 template void band_dots<float>(long, long, const float*, long, const float*, float*);
 template void band_dots<double>(long, long, const double*, long, const double*, double*);
 

@@ -38,7 +38,7 @@ template <class T>
 void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
 template <class T>
 void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
-template <class T> void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
+template <class T> void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool stream);
 template <class T> void band_dots(long cols, long len, const T* a, long lda, const T* x, T* out);
 template <class R>
 void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,

@@ -132,6 +132,15 @@ constexpr int trsv_block = 32;
 // that is within the noise. Blocks of 32 and of 8 (a call of the panel kernel per eight columns)
 // measured 0.98-1.00 at 700.
 constexpr int trmv_transposed_block = 16;
+// Real triangles larger than this many bytes stream from memory, and the whole-column dots of
+// their transposed panels ask for every line of their columns this far ahead into the
+// second-level cache, in place of one request a page ahead per strip. dtrsv UT and LT at order
+// 2,000 (16 MB), two runs each alternating in one process on the loaded machine: 0.99-1.14 of the
+// peer's time against 1.08-1.27; 2 and 4 KiB ahead 1.09-1.17, no requests at all 1.11-1.20. A
+// quarter of the last-level cache share of one core, well above the order-1,024 triangle (4 MB,
+// from the last-level cache), which measured the same either way.
+constexpr long triangular_stream_bytes = 8L << 20;
+constexpr long triangular_stream_ahead_bytes = 1024;
 // Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
 // kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or

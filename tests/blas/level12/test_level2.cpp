@@ -363,6 +363,53 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
+// Real transposed multiply and solve on triangles past triangular_stream_bytes, whose panels ask
+// for their lines ahead while they take their dots: the smallest such order plus a few rows (so
+// the last panels end in a short strip and a partial group of columns), every form with a
+// transposed panel, against long double sums read straight from the storage. The other triangle
+// holds NaN, so a read or request that strays into it shows in the result.
+template <class T> void check_streaming_triangles() {
+  SCOPED_TRACE(info<T>::name);
+  const long bytes = zvx::blas12::triangular_stream_bytes;
+  const int n = (int)std::ceil(std::sqrt(2.0 * (double)bytes / sizeof(T))) + 5, lda = n + 3;
+  ASSERT_GT((double)n * n * sizeof(T) / 2, (double)bytes);
+  std::vector<T> a((size_t)lda * n);
+  for (const char uplo : {'U', 'L'}) {
+    for (int j = 0; j < n; ++j)
+      for (int i = 0; i < n; ++i) {
+        T& e = a[i + (size_t)j * lda];
+        if (uplo == 'U' ? i > j : i < j) e = nan_value<T>();
+        else e = i == j ? make<T>(L(random_value<T>()) + lc(2, 0)) : make<T>(L(random_value<T>()) / (long double)(n + 1));
+      }
+    auto A = [&](int i, int j) { return L(a[i + (size_t)j * lda]); };
+    for (const char diag : {'N', 'U'}) {
+      SCOPED_TRACE(::testing::Message() << "n " << n << " " << uplo << "T" << diag);
+      const bool unit = diag == 'U';
+      const auto x = random_vector<T>(n);
+      // Row i of the transposed triangle is column i of the stored one.
+      auto row_dot = [&](int i, const std::vector<T>& v) {
+        lc s = unit ? L(v[i]) : A(i, i) * L(v[i]);
+        const int from = uplo == 'U' ? 0 : i + 1, to = uplo == 'U' ? i : n;
+        for (int k = from; k < to; ++k) s += A(k, i) * L(v[k]);
+        return s;
+      };
+      const int incx = 1, ld = lda;
+      const char trans = 'T';
+      auto x1 = x;
+      l2<T>::trmv(&uplo, &trans, &diag, &n, a.data(), &ld, x1.data(), &incx);
+      for (int i = 0; i < n; ++i) ASSERT_TRUE(close<T>(L(x1[i]), row_dot(i, x), 4, 16)) << "multiply row " << i;
+      auto x2 = x;
+      l2<T>::trsv(&uplo, &trans, &diag, &n, a.data(), &ld, x2.data(), &incx);
+      for (int i = 0; i < n; ++i) ASSERT_TRUE(close<T>(row_dot(i, x2), L(x[i]), 4, 16 + 2 * n)) << "solve row " << i;
+    }
+  }
+}
+
+TEST(Triangular, RealTransposedPanelsFromMemory) {
+  check_streaming_triangles<float>();
+  check_streaming_triangles<double>();
+}
+
 // Real diagonal blocks multiply by the reciprocals of their diagonal only where that is as good
 // as dividing: a subnormal diagonal (whose reciprocal overflows) and a huge one (whose reciprocal
 // is subnormal) must still divide. Diagonal operators with power-of-two entries make every
