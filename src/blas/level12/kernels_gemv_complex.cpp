@@ -5,18 +5,25 @@
 namespace zvx::blas12::ZVX_ISA_NS {
 
 // y(0:m) += A * (alpha * x), one column a pass across a chunk of columns; each column asks for its
-// lines a page ahead once a block, as the real kernel does. The products with the real and the
+// lines a page ahead once a block, as the real kernel does, or, with `stream` (matrices from
+// memory), for each of the block's lines cgemv_n_stream_ahead_bytes ahead. The products with the real and the
 // imaginary part of each multiplier go to sums of their own, combined with y once a chunk: the
 // loop takes two FMAs per vector and no shuffle, where forming each complex product in place
 // put an exchange of the pairs of every vector on the port the FMAs share.
-template <class R, int B>
+template <class R, int B, bool stream = false>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
   V<R> p[B] = {}, q[B] = {};
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(t[j].real), ti = bc(t[j].imag);
     const R* col = &a[j * lda].real;
-    if constexpr (B > 1) __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
+    if constexpr (stream) {
+#pragma GCC unroll 16
+      for (long l = 0; l < B * w * (long)sizeof(R); l += 64)
+        __builtin_prefetch(reinterpret_cast<const char*>(col) + cgemv_n_stream_ahead_bytes + l, 0, 2);
+    } else if constexpr (B > 1) {
+      __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
+    }
     for (int b = 0; b < B; ++b) {
       V<R> v = ld(col + b * w);
       in_register(v);
@@ -37,11 +44,14 @@ void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda
   const long len = 2 * m;
   R* yr = &y->real;
   complex_t<R> t[chunk];
+  const bool stream = (double)m * n * sizeof(complex_t<R>) > (double)cgemv_n_stream_bytes;
   for (long jc = 0; jc < n; jc += chunk) {
     const long jn = std::min(chunk, n - jc);
     for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
     const complex_t<R>* ac = a + jc * lda;
     long i = 0;
+    if (stream)
+      for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B, true>(jn, t, ac + i / 2, lda, yr + i);
     for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B>(jn, t, ac + i / 2, lda, yr + i);
     for (; i + w <= len; i += w) cgemv_n_block<R, 1>(jn, t, ac + i / 2, lda, yr + i);
     for (long k = i / 2; k < m; ++k) {

@@ -188,6 +188,23 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
+// Complex not transposed on matrices past cgemv_n_stream_bytes (their strips alone past it too),
+// whose blocks request every line ahead: two chunks of columns and a short one, and rows that
+// leave a partial block, vectors and scalar rows after the strips.
+template <class T> void check_cgemv_n_from_memory() {
+  SCOPED_TRACE(info<T>::name);
+  const long bytes = zvx::blas12::cgemv_n_stream_bytes;
+  const int n = 2 * (int)zvx::blas12::cgemv_n_column_chunk<R_t<T>> + 7;
+  const int m = (int)(bytes / ((long)sizeof(T) * n)) + (int)zvx::blas12::strip_rows + 37;
+  ASSERT_GT((double)(m / zvx::blas12::strip_rows * zvx::blas12::strip_rows) * n * sizeof(T), (double)bytes);
+  check_gemv_n_dense<T>(m, n, "complex gemv from memory");
+}
+
+TEST(Gemv, ComplexNotTransposedFromMemory) {
+  check_cgemv_n_from_memory<zvx_complex8>();
+  check_cgemv_n_from_memory<zvx_complex16>();
+}
+
 // Single precision not transposed walks groups of four columns: leading dimensions of 4 KiB
 // multiples (every column in one cache set), column counts that leave one to three columns after
 // the groups and a short block for the rest rows, and a matrix of more than 24 MB, which the walk
