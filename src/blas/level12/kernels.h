@@ -28,8 +28,9 @@ struct real_kernels {
   // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
   // The same product with each column's dot taken over its whole length and added to y once (not
-  // strip by strip as gemv rounds it).
-  void (*column_dots)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
+  // strip by strip as gemv rounds it). `stream`: the matrix comes from memory and the columns'
+  // lines are requested ahead (triangular_stream_bytes).
+  void (*column_dots)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool stream);
   // Dots of columns whose x slides one element a column (band storage):
   // out(c) = sum over i < len of a(c * lda + i) * x(c + i), for c < cols.
   void (*band_dots)(long cols, long len, const T* a, long lda, const T* x, T* out);
@@ -51,6 +52,9 @@ struct complex_kernels {
   // y(0:n) += alpha * op(A)' * x with op conjugating when `conjugate_a`; unit x and y.
   void (*gemv_t)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
                  complex_t<R>* y, bool conjugate_a);
+  // The same product with each column's sums taken over its whole length and added to y once.
+  void (*column_dots)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                      complex_t<R>* y, bool conjugate_a);
   // The rows left after the strips, not transposed, unit increments: y(i) += alpha * sum.
   void (*gemv_rest_n)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
                       complex_t<R>* y);

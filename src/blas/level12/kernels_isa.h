@@ -33,12 +33,12 @@ template <class R> void cscal(long n, complex_t<R> alpha, complex_t<R>* xc);
 template <class R> complex_t<R> cdot(long n, const complex_t<R>* xc, const complex_t<R>* yc, bool conjugate_x);
 template <class R> long ciamax(long n, const complex_t<R>* xc);
 
-// kernels_gemv.cpp
+// kernels_gemv.cpp, kernels_gemv_complex.cpp
 template <class T>
 void gemv_n(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
 template <class T>
 void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
-template <class T> void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y);
+template <class T> void column_dots(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool stream);
 template <class T> void band_dots(long cols, long len, const T* a, long lda, const T* x, T* out);
 template <class R>
 void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
@@ -49,6 +49,9 @@ void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, lon
 template <class R>
 void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
              complex_t<R>* y, bool conjugate_a);
+template <class R>
+void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                  complex_t<R>* y, bool conjugate_a);
 
 // kernels_symmetric.cpp
 template <class T>

@@ -188,6 +188,23 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
+// Complex not transposed on matrices past cgemv_n_stream_bytes (their strips alone past it too),
+// whose blocks request every line ahead: two chunks of columns and a short one, and rows that
+// leave a partial block, vectors and scalar rows after the strips.
+template <class T> void check_cgemv_n_from_memory() {
+  SCOPED_TRACE(info<T>::name);
+  const long bytes = zvx::blas12::cgemv_n_stream_bytes;
+  const int n = 2 * (int)zvx::blas12::cgemv_n_column_chunk<R_t<T>> + 7;
+  const int m = (int)(bytes / ((long)sizeof(T) * n)) + (int)zvx::blas12::strip_rows + 37;
+  ASSERT_GT((double)(m / zvx::blas12::strip_rows * zvx::blas12::strip_rows) * n * sizeof(T), (double)bytes);
+  check_gemv_n_dense<T>(m, n, "complex gemv from memory");
+}
+
+TEST(Gemv, ComplexNotTransposedFromMemory) {
+  check_cgemv_n_from_memory<zvx_complex8>();
+  check_cgemv_n_from_memory<zvx_complex16>();
+}
+
 // Single precision not transposed walks groups of four columns: leading dimensions of 4 KiB
 // multiples (every column in one cache set), column counts that leave one to three columns after
 // the groups and a short block for the rest rows, and a matrix of more than 24 MB, which the walk
@@ -361,6 +378,53 @@ TEST(Triangular, FullBandPackedAllTypes) {
     check_triangular<zvx_complex8>(kind);
     check_triangular<zvx_complex16>(kind);
   }
+}
+
+// Real transposed multiply and solve on triangles past triangular_stream_bytes, whose panels ask
+// for their lines ahead while they take their dots: the smallest such order plus a few rows (so
+// the last panels end in a short strip and a partial group of columns), every form with a
+// transposed panel, against long double sums read straight from the storage. The other triangle
+// holds NaN, so a read or request that strays into it shows in the result.
+template <class T> void check_streaming_triangles() {
+  SCOPED_TRACE(info<T>::name);
+  const long bytes = zvx::blas12::triangular_stream_bytes;
+  const int n = (int)std::ceil(std::sqrt(2.0 * (double)bytes / sizeof(T))) + 5, lda = n + 3;
+  ASSERT_GT((double)n * n * sizeof(T) / 2, (double)bytes);
+  std::vector<T> a((size_t)lda * n);
+  for (const char uplo : {'U', 'L'}) {
+    for (int j = 0; j < n; ++j)
+      for (int i = 0; i < n; ++i) {
+        T& e = a[i + (size_t)j * lda];
+        if (uplo == 'U' ? i > j : i < j) e = nan_value<T>();
+        else e = i == j ? make<T>(L(random_value<T>()) + lc(2, 0)) : make<T>(L(random_value<T>()) / (long double)(n + 1));
+      }
+    auto A = [&](int i, int j) { return L(a[i + (size_t)j * lda]); };
+    for (const char diag : {'N', 'U'}) {
+      SCOPED_TRACE(::testing::Message() << "n " << n << " " << uplo << "T" << diag);
+      const bool unit = diag == 'U';
+      const auto x = random_vector<T>(n);
+      // Row i of the transposed triangle is column i of the stored one.
+      auto row_dot = [&](int i, const std::vector<T>& v) {
+        lc s = unit ? L(v[i]) : A(i, i) * L(v[i]);
+        const int from = uplo == 'U' ? 0 : i + 1, to = uplo == 'U' ? i : n;
+        for (int k = from; k < to; ++k) s += A(k, i) * L(v[k]);
+        return s;
+      };
+      const int incx = 1, ld = lda;
+      const char trans = 'T';
+      auto x1 = x;
+      l2<T>::trmv(&uplo, &trans, &diag, &n, a.data(), &ld, x1.data(), &incx);
+      for (int i = 0; i < n; ++i) ASSERT_TRUE(close<T>(L(x1[i]), row_dot(i, x), 4, 16)) << "multiply row " << i;
+      auto x2 = x;
+      l2<T>::trsv(&uplo, &trans, &diag, &n, a.data(), &ld, x2.data(), &incx);
+      for (int i = 0; i < n; ++i) ASSERT_TRUE(close<T>(row_dot(i, x2), L(x[i]), 4, 16 + 2 * n)) << "solve row " << i;
+    }
+  }
+}
+
+TEST(Triangular, RealTransposedPanelsFromMemory) {
+  check_streaming_triangles<float>();
+  check_streaming_triangles<double>();
 }
 
 // Real diagonal blocks multiply by the reciprocals of their diagonal only where that is as good

@@ -1,0 +1,272 @@
+// Complex matrix-vector kernels, unit increments: not transposed (the strips and the rows after
+// them) and transposed (groups of columns walked down all strips, or down whole columns).
+#include "blas/level12/kernels_isa.h"
+
+namespace zvx::blas12::ZVX_ISA_NS {
+
+// y(0:m) += A * (alpha * x), one column a pass across a chunk of columns; each column asks for its
+// lines a page ahead once a block, as the real kernel does, or, with `stream` (matrices from
+// memory), for each of the block's lines cgemv_n_stream_ahead_bytes ahead. The products with the real and the
+// imaginary part of each multiplier go to sums of their own, combined with y once a chunk: the
+// loop takes two FMAs per vector and no shuffle, where forming each complex product in place
+// put an exchange of the pairs of every vector on the port the FMAs share.
+template <class R, int B, bool stream = false>
+inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
+  constexpr int w = W<R>;
+  V<R> p[B] = {}, q[B] = {};
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(t[j].real), ti = bc(t[j].imag);
+    const R* col = &a[j * lda].real;
+    if constexpr (stream) {
+#pragma GCC unroll 16
+      for (long l = 0; l < B * w * (long)sizeof(R); l += 64)
+        __builtin_prefetch(reinterpret_cast<const char*>(col) + cgemv_n_stream_ahead_bytes + l, 0, 2);
+    } else if constexpr (B > 1) {
+      __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
+    }
+    for (int b = 0; b < B; ++b) {
+      V<R> v = ld(col + b * w);
+      in_register(v);
+      p[b] = vfma(tr, v, p[b]);
+      q[b] = vfma(ti, v, q[b]);
+    }
+  }
+  // p holds (ar tr, ai tr) and q (ar ti, ai ti) per element: re = ar tr - ai ti, im = ai tr + ar ti.
+  const V<R> sign = alternating_sign<R>();
+  for (int b = 0; b < B; ++b) st(y + b * w, vfma(swap_pairs<R>(q[b]), sign, ld(y + b * w) + p[b]));
+}
+
+template <class R>
+void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+  constexpr int w = W<R>;
+  constexpr int B = cgemv_n_register_vectors<R>(vector_bytes);
+  constexpr long chunk = cgemv_n_column_chunk<R>;
+  const long len = 2 * m;
+  R* yr = &y->real;
+  complex_t<R> t[chunk];
+  const bool stream = (double)m * n * sizeof(complex_t<R>) > (double)cgemv_n_stream_bytes;
+  for (long jc = 0; jc < n; jc += chunk) {
+    const long jn = std::min(chunk, n - jc);
+    for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
+    const complex_t<R>* ac = a + jc * lda;
+    long i = 0;
+    if (stream)
+      for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B, true>(jn, t, ac + i / 2, lda, yr + i);
+    for (; i + B * w <= len; i += B * w) cgemv_n_block<R, B>(jn, t, ac + i / 2, lda, yr + i);
+    for (; i + w <= len; i += w) cgemv_n_block<R, 1>(jn, t, ac + i / 2, lda, yr + i);
+    for (long k = i / 2; k < m; ++k) {
+      complex_t<R> s = y[k];
+      for (long j = 0; j < jn; ++j) s += ac[k + j * lda] * t[j];
+      y[k] = s;
+    }
+  }
+}
+
+// Rows after the strips, not transposed: sums over the columns of A(i, j) x(j) for up to eight
+// vectors of rows, the last one partial, then y(i) += alpha * sum.
+template <class R, int NV>
+inline void cgemv_rest_block(long len, long n, complex_t<R> alpha, const R* a, long lda, const complex_t<R>* x, R* y) {
+  constexpr int w = W<R>;
+  const long last = len - (NV - 1) * w;
+  const V<R> sign = alternating_sign<R>();
+  V<R> s[NV] = {};
+  for (long j = 0; j < n; ++j) {
+    const V<R> tr = bc(x[j].real), ti = bc(x[j].imag) * sign;
+    const R* col = a + 2 * j * lda;
+    for (int v = 0; v < NV; ++v) {
+      V<R> c = v < NV - 1 ? ld(col + v * w) : ld_part(col + v * w, last);
+      in_register(c);
+      s[v] = vfma(ti, swap_pairs<R>(c), vfma(tr, c, s[v]));
+    }
+  }
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * sign;
+  for (int v = 0; v < NV; ++v) {
+    const long cnt = v < NV - 1 ? w : last;
+    const V<R> yv = ld_part(y + v * w, cnt);
+    st_part(y + v * w, vfma(ai, swap_pairs<R>(s[v]), vfma(ar, s[v], yv)), cnt);
+  }
+}
+
+template <class R>
+void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+  constexpr int w = W<R>;
+  const long len = 2 * m;
+  for (long i = 0; i < len; i += 8 * w) {
+    const long part = std::min<long>(8 * w, len - i);
+    const R* ai = &a->real + i;
+    R* yi = &y->real + i;
+    switch ((part + w - 1) / w) {
+      case 1: cgemv_rest_block<R, 1>(part, n, alpha, ai, lda, x, yi); break;
+      case 2: cgemv_rest_block<R, 2>(part, n, alpha, ai, lda, x, yi); break;
+      case 3: cgemv_rest_block<R, 3>(part, n, alpha, ai, lda, x, yi); break;
+      case 4: cgemv_rest_block<R, 4>(part, n, alpha, ai, lda, x, yi); break;
+      case 5: cgemv_rest_block<R, 5>(part, n, alpha, ai, lda, x, yi); break;
+      case 6: cgemv_rest_block<R, 6>(part, n, alpha, ai, lda, x, yi); break;
+      case 7: cgemv_rest_block<R, 7>(part, n, alpha, ai, lda, x, yi); break;
+      default: cgemv_rest_block<R, 8>(part, n, alpha, ai, lda, x, yi); break;
+    }
+  }
+}
+
+// The dots of C complex columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
+// full strip unless `short_strip`), as G = ceil(2C / W) vectors of interleaved sums: lanes 2k and
+// 2k + 1 of vector g are the real and imaginary part of column g * W/2 + k. Per column two sums:
+// A times x with the sign of the products of the imaginary parts folded into x (p), and A times
+// x with its parts exchanged, signed the same way (q); the signs are exact, so p reduces to the
+// real part and q to the imaginary part. Column k is at base[k / 4] + (k % 4) * lda, four columns
+// per base register, and every x vector serves all C columns.
+// The products are added into acc (2C vectors), which cgemv_t_reduce turns into the sums.
+template <class R, int C, bool short_strip>
+__attribute__((always_inline)) inline void cgemv_t_strip_sums(const char* const* base_in, long ld1, long ld3,
+                                                             const R* x, long rows, bool conjugate_a, V<R>* acc) {
+  constexpr int w = W<R>;
+  constexpr int nv = 2 * strip_rows / w;
+  constexpr int bases = (C + 3) / 4;
+  const long len = 2 * rows;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = base_in[b];
+  // Unconjugated: re = ar xr - ai xi, im = ar xi + ai xr; conjugated: re = ar xr + ai xi,
+  // im = ar xi - ai xr.
+  const V<R> plus_minus = -alternating_sign<R>();  // (+1, -1, ...)
+  const V<R> p_sign = conjugate_a ? bc(R(1)) : plus_minus, q_sign = conjugate_a ? plus_minus : bc(R(1));
+#pragma GCC unroll 64
+  for (int v = 0; v < nv; ++v) {
+    if (short_strip && v * w >= len) continue;
+    const long count = short_strip ? len - v * w : w;
+    // Opaque bases: otherwise the compiler keeps one pointer per column alive across the strip.
+    for (int b = 0; b < bases; ++b) __asm__("" : "+r"(base[b]));
+    auto column = [&](int k) {
+      const char* p = base[k / 4] + v * w * (long)sizeof(R);
+      switch (k % 4) {
+        case 0: return reinterpret_cast<const R*>(p);
+        case 1: return reinterpret_cast<const R*>(p + ld1);
+        case 2: return reinterpret_cast<const R*>(p + 2 * ld1);
+        default: return reinterpret_cast<const R*>(p + ld3);
+      }
+    };
+    const bool full = !short_strip || count >= w;
+    V<R> xv = full ? ld(x + v * w) : ld_part(x + v * w, count);
+    in_register(xv);
+    V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
+    in_register(xp);
+    in_register(xq);
+#pragma GCC unroll 16
+    for (int k = 0; k < C; ++k) {
+      V<R> av = full ? ld(column(k)) : ld_part(column(k), count);
+      in_register(av);
+      acc[2 * k] = vfma(av, xp, acc[2 * k]);
+      acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
+    }
+  }
+}
+
+template <class R, size_t... G>
+__attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_reduce(V<R>* acc, std::index_sequence<G...>) {
+  return {reduce_lanes<R>(acc + G * W<R>)...};
+}
+
+template <class R, int C, bool short_strip, size_t... G>
+__attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_strip(
+    const char* const* base, long ld1, long ld3, const R* x, long rows, bool conjugate_a, std::index_sequence<G...> g) {
+  V<R> acc[sizeof...(G) * W<R>] = {};
+  cgemv_t_strip_sums<R, C, short_strip>(base, ld1, ld3, x, rows, conjugate_a, acc);
+  return cgemv_t_reduce<R>(acc, g);
+}
+
+// y(j:j+C) += alpha * op(A)(j:j+C, 0:m) * x for C columns, walked down all strips (C sequential
+// streams). Each strip's C sums are multiplied by alpha and added to y before the next strip, in
+// the order of the strips, the rows after the last full strip being a last, short strip; y stays
+// in registers across the strips.
+// With `whole`, the columns' sums run over all strips and are reduced and added to y once, for
+// callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
+template <class R, int C, bool whole = false>
+__attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const complex_t<R>* a, long lda,
+                                               const complex_t<R>* x, complex_t<R>* y, bool conjugate_a) {
+  constexpr int w = W<R>;
+  constexpr int bases = (C + 3) / 4;
+  constexpr int groups = (2 * C + w - 1) / w;
+  constexpr int last_lanes = 2 * C - (groups - 1) * w;  // lanes of y in the last vector
+  using seq = std::make_index_sequence<groups>;
+  const V<R> ar = bc(alpha.real), ai = bc(alpha.imag) * alternating_sign<R>();
+  R* yr = &y->real;
+  V<R> yv[groups];
+  for (int g = 0; g < groups; ++g) yv[g] = g + 1 < groups || last_lanes == w ? ld(yr + g * w) : ld_part(yr + g * w, last_lanes);
+  const R* xr = &x->real;
+  const long ld1 = lda * (long)sizeof(complex_t<R>), ld3 = 3 * ld1;
+  const char* base[bases];
+  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
+  auto add = [&](const std::array<V<R>, groups>& s) {
+    for (int g = 0; g < groups; ++g) {
+      const V<R> product = vfma(ai, swap_pairs<R>(s[g]), ar * s[g]);
+      yv[g] += product;
+    }
+  };
+  [[maybe_unused]] V<R> acc[groups * w] = {};
+  long i0 = 0;
+  for (; i0 + strip_rows <= m; i0 += strip_rows) {
+    if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
+#pragma GCC unroll 16
+      for (int k = 0; k < C; ++k)
+        __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    if constexpr (whole) cgemv_t_strip_sums<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, acc);
+    else add(cgemv_t_strip<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, seq{}));
+    for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(complex_t<R>);
+  }
+  if constexpr (whole) {
+    if (i0 < m) cgemv_t_strip_sums<R, C, true>(base, ld1, ld3, xr + 2 * i0, m - i0, conjugate_a, acc);
+    add(cgemv_t_reduce<R>(acc, seq{}));
+  } else {
+    if (i0 < m) add(cgemv_t_strip<R, C, true>(base, ld1, ld3, xr + 2 * i0, m - i0, conjugate_a, seq{}));
+  }
+  for (int g = 0; g < groups; ++g)
+    if (g + 1 < groups || last_lanes == w) st(yr + g * w, yv[g]);
+    else st_part(yr + g * w, yv[g], last_lanes);
+}
+
+// Columns left after the full passes: groups of half as many, a quarter, ..., 1 as they fit.
+template <class R, int C, bool whole = false>
+inline void cgemv_t_tail(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
+                         bool conjugate_a) {
+  if constexpr (C >= 1) {
+    if (n >= C) {
+      cgemv_t_columns<R, C, whole>(m, alpha, a, lda, x, y, conjugate_a);
+      a += C * lda;
+      y += C;
+      n -= C;
+    }
+    cgemv_t_tail<R, C / 2, whole>(m, n, alpha, a, lda, x, y, conjugate_a);
+  }
+}
+
+template <class R>
+void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
+             bool conjugate_a) {
+  constexpr int cols = cgemv_t_columns_per_pass(vector_bytes);
+  long j = 0;
+  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+}
+
+template <class R>
+void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
+                  complex_t<R>* y, bool conjugate_a) {
+  constexpr int cols = cgemv_t_columns_per_pass(vector_bytes);
+  long j = 0;
+  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols, true>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  cgemv_t_tail<R, cols / 2, true>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+}
+
+#define ZVX_CGEMV(R)                                                                               \
+  template void cgemv_n<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
+                           complex_t<R>*);                                                         \
+  template void cgemv_rest_n<R>(long, long, complex_t<R>, const complex_t<R>*, long,               \
+                                const complex_t<R>*, complex_t<R>*);                               \
+  template void cgemv_t<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
+                           complex_t<R>*, bool);                                                   \
+  template void ccolumn_dots<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
+                                complex_t<R>*, bool);
+ZVX_CGEMV(float)
+ZVX_CGEMV(double)
+#undef ZVX_CGEMV
+
+}  // namespace zvx::blas12::ZVX_ISA_NS
