@@ -96,8 +96,14 @@ void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restr
 #pragma GCC unroll 4
     for (int l = 0; l < D; ++l) {
       // The packed block of B is read once per row tile, mostly from L2 or L3: fetch it 16
-      // depth steps ahead (one line per step for 8 columns).
-      if constexpr (!BIN) _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
+      // depth steps ahead (one line per step for 8 columns), and into L2 96 steps ahead, so
+      // that the near fetch finds it there when the block streams from L3 (blocks of 2 MiB
+      // and more, n = 2,000: 2-3 % faster for all four types by the least CPU time of
+      // alternating calls, alike at 1,000).
+      if constexpr (!BIN) {
+        _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
+        _mm_prefetch(reinterpret_cast<const char*>(b + 96 * NR * E), _MM_HINT_T1);
+      }
       V av[MV];
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) av[v] = S::load(a + v * L);
