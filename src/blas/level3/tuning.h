@@ -190,6 +190,9 @@ inline constexpr int gemm_direct_wide_nr = 6;
 // packing it was pure cost: 20 x 2,000 x 2,000 went from 1.46 to 2.3-2.6 times the peer's speed
 // in double and from 1.15 to 1.6-1.7 in double complex.
 inline constexpr int gemm_b_in_place_rows = 512;
+// Packed blocks of B of at least this many bytes are fetched into L2 far ahead by the kernels:
+// with A, C and the other work beside them they no longer stay in the 1 MiB L2 (see kernel).
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;
 #elif ZVX_ISA_LEVEL == 1
 // 16 ymm registers: 12 accumulators (3 vectors x 4 columns, or 2 x 3 x 2 for complex),
 // 3 (2) vectors of A, 1 (2) broadcasts.
@@ -201,6 +204,7 @@ inline constexpr gemm_tuning gemm_tune_c{2, 3, 128, 240, 255};    // 8x3 complex
 inline constexpr int gemm_direct_wide_mv = 0;  // 16 registers: no wider direct tile
 inline constexpr int gemm_direct_wide_nr = 0;
 inline constexpr int gemm_b_in_place_rows = 0;  // not measured on this set: B always packed
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;  // as for AVX-512, not measured here
 #else
 // The baseline: 16 xmm registers of two doubles or four singles, no FMA. 8 accumulators
 // (2 vectors x 4 columns, or 2 x 2 x 2 for complex) leave room for A, B and the products.
@@ -211,6 +215,7 @@ inline constexpr gemm_tuning gemm_tune_c{2, 2, 64, 128, 256};    // 4x2 complex
 inline constexpr int gemm_direct_wide_mv = 0;
 inline constexpr int gemm_direct_wide_nr = 0;
 inline constexpr int gemm_b_in_place_rows = 0;
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;
 #endif
 
 }  // namespace ZVX_ISA_NS
