@@ -65,6 +65,8 @@ void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restr
   constexpr int TR = MV * L / E;
   constexpr int EI = E == 2 ? 1 : 0;  // the imaginary sums exist for complex types only
   const index_t ldce = ldc * E;
+  const bool far_b = static_cast<index_t>(D) * ncols * E * static_cast<index_t>(sizeof(R)) >=
+                     gemm_b_far_fetch_bytes;
   for (int j0 = 0; j0 < ncols; j0 += NR, pb += BIN ? NR * bjs : static_cast<index_t>(D) * NR * E) {
     const int nc = std::min(NR, ncols - j0);
     R* cj = c + j0 * ldce;
@@ -96,8 +98,15 @@ void kernel(int D, int ncols, int rows, const R* __restrict pa, const R* __restr
 #pragma GCC unroll 4
     for (int l = 0; l < D; ++l) {
       // The packed block of B is read once per row tile, mostly from L2 or L3: fetch it 16
-      // depth steps ahead (one line per step for 8 columns).
-      if constexpr (!BIN) _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
+      // depth steps ahead (one line per step for 8 columns), and, when the block streams from
+      // L3, into L2 96 steps ahead, so that the near fetch finds it there (n = 2,000: 2-3 %
+      // faster for all four types by the least CPU time of alternating calls, alike at 1,000).
+      // A block that stays in L2 gains nothing from the far fetch, and a narrow one sends it
+      // past its end: 20 x 2,000 x 2,000 in single, whose block is 48 KiB, lost 4 %.
+      if constexpr (!BIN) {
+        _mm_prefetch(reinterpret_cast<const char*>(b + 16 * NR * E), _MM_HINT_T0);
+        if (far_b) _mm_prefetch(reinterpret_cast<const char*>(b + 96 * NR * E), _MM_HINT_T1);
+      }
       V av[MV];
 #pragma GCC unroll 16
       for (int v = 0; v < MV; ++v) av[v] = S::load(a + v * L);

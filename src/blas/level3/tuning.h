@@ -136,8 +136,8 @@ constexpr int tri_kernel_max = 32;
 // packed block of B (kb x nb) is reused by every row tile of the block and streams from L2 or
 // L3, one panel at a time, with a software prefetch 16 depth steps ahead. Measured on 2,000 x
 // 2,000 products: repacking is what costs. A is packed once per column block and B once per row
-// block, so both blocks are wide (nb 1,024, mb up to 4,096): A is then packed twice for n =
-// 2,000 and B once. The block of C does not have to stay in a cache: each register tile's C is
+// block, so both blocks are wide (nb 1,024 or 2,048, mb up to 4,096): A is then packed once or
+// twice for n = 2,000 and B once. The block of C does not have to stay in a cache: each register tile's C is
 // prefetched at the start of the tile, a whole depth step before it is updated.
 namespace ZVX_ISA_NS {
 
@@ -148,25 +148,32 @@ struct gemm_tuning {
 #if ZVX_ISA_LEVEL == 2
 // double: 24x8 tile; A tile 24 x 256 x 8 B = 48 KiB, in L2 and streaming through L1 (a depth
 // of 128, whose tile fits L1, measured slower: C is read and written twice as often and the
-// tail is longer); B block 256 x 1,024 x 8 B = 2 MiB in L3.
-inline constexpr gemm_tuning gemm_tune_d{3, 8, 256, 4096, 1024};
+// tail is longer); B block 256 x 2,048 x 8 B = 4 MiB in L3. Column blocks of 2,048 pack A once
+// for n up to 2,048 (measured one thread at n = 2,000, alternating calls, least CPU time: 3-4 %
+// ahead of 1,024; double complex, whose depth step is half as long, gained nothing from it).
+inline constexpr gemm_tuning gemm_tune_d{3, 8, 256, 4096, 2048};
 // single: 48x8 tile, depth steps of up to 512: every step passes over C once, and at n = 2,000
 // (C of 16 MB) eight steps of 250 cost more than four of 500; the A tile (96 KiB) streams from
 // L2 in order. Measured one thread on a loaded machine, least CPU time: about 1-2 % ahead of
-// 256 at n = 1,000 and 2,000 (within the noise of such a machine).
-inline constexpr gemm_tuning gemm_tune_s{3, 8, 512, 4096, 1024};
+// 256 at n = 1,000 and 2,000 (within the noise of such a machine). Column blocks of 2,048: A is
+// then packed once for n up to 2,048 instead of twice, and the packed block of B (4 MiB) still
+// streams from L3 (measured one thread at n = 2,000, three runs of 40 alternating calls, least
+// CPU time: 2-4 % ahead of 1,024; depths of 128 and 256 and row blocks of 1,024 were slower).
+inline constexpr gemm_tuning gemm_tune_s{3, 8, 512, 4096, 2048};
 // double complex: 12x4 complex tile (3 vectors of 4 complex values, 4 columns, 24 sums);
 // A tile 12 x 128 x 16 B = 24 KiB fits L1; B block 128 x 1,024 x 16 B = 2 MiB.
 inline constexpr gemm_tuning gemm_tune_z{3, 4, 128, 4096, 1024};
-// single complex: 24x4 complex tile; A tile 24 x 128 x 8 B = 24 KiB; B block 128 x 1,024 x 8 B
-// = 1 MiB. A C whose columns do not start on cache lines is staged past one depth step: copied
+// single complex: 24x4 complex tile; A tile 24 x 128 x 8 B = 24 KiB; B block 128 x 2,048 x 8 B
+// = 2 MiB. A C whose columns do not start on cache lines is staged past one depth step: copied
 // in, updated over the whole depth, copied back (the measurements in wrapper_c). The
 // blocks are as wide as double's: in blocks of 240 x 256 (staged C in L2) A was packed 8 times
 // and B 9 times for n = 2,000, and square products ran at 83-88 % of the peer's speed; in 960 x
 // 512 at 93-95 %, in 1,920 x 1,024 and 4,096 x 1,024 at 95-99 % (the rank-64 update of a 2,000
-// x 2,000 C, unstaged, from 1.00 to 1.04-1.13). The staging buffer of 2,048 x 1,024 (16 MiB)
-// stays within the scratch cache.
-inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 2048, 1024};
+// x 2,000 C, unstaged, from 1.00 to 1.04-1.13). Column blocks of 2,048 pack A once for n up to
+// 2,048 (measured one thread at n = 2,000, alternating calls, least CPU time: 1-3 % ahead of
+// 1,024; a depth of 256 no better). The staging buffer of 2,048 x 2,048 (32 MiB) and the packed
+// blocks (2 MiB each) stay within the scratch cache's 40 MiB.
+inline constexpr gemm_tuning gemm_tune_c{3, 4, 128, 2048, 2048};
 // Direct tiles of the real types (all sizes at most 64, operands read in place): a row group of
 // a multiple of 4 vectors goes in tiles of 4 vectors x 6 columns (24 sums, 4 loads of A and 6
 // broadcasts per 24 FMAs) instead of 2 x 8 (16 sums, 10 loads per 16 FMAs): fewer loads per FMA,
@@ -183,6 +190,9 @@ inline constexpr int gemm_direct_wide_nr = 6;
 // packing it was pure cost: 20 x 2,000 x 2,000 went from 1.46 to 2.3-2.6 times the peer's speed
 // in double and from 1.15 to 1.6-1.7 in double complex.
 inline constexpr int gemm_b_in_place_rows = 512;
+// Packed blocks of B of at least this many bytes are fetched into L2 far ahead by the kernels:
+// with A, C and the other work beside them they no longer stay in the 1 MiB L2 (see kernel).
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;
 #elif ZVX_ISA_LEVEL == 1
 // 16 ymm registers: 12 accumulators (3 vectors x 4 columns, or 2 x 3 x 2 for complex),
 // 3 (2) vectors of A, 1 (2) broadcasts.
@@ -194,6 +204,7 @@ inline constexpr gemm_tuning gemm_tune_c{2, 3, 128, 240, 255};    // 8x3 complex
 inline constexpr int gemm_direct_wide_mv = 0;  // 16 registers: no wider direct tile
 inline constexpr int gemm_direct_wide_nr = 0;
 inline constexpr int gemm_b_in_place_rows = 0;  // not measured on this set: B always packed
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;  // as for AVX-512, not measured here
 #else
 // The baseline: 16 xmm registers of two doubles or four singles, no FMA. 8 accumulators
 // (2 vectors x 4 columns, or 2 x 2 x 2 for complex) leave room for A, B and the products.
@@ -204,6 +215,7 @@ inline constexpr gemm_tuning gemm_tune_c{2, 2, 64, 128, 256};    // 4x2 complex
 inline constexpr int gemm_direct_wide_mv = 0;
 inline constexpr int gemm_direct_wide_nr = 0;
 inline constexpr int gemm_b_in_place_rows = 0;
+inline constexpr long gemm_b_far_fetch_bytes = 1L << 20;
 #endif
 
 }  // namespace ZVX_ISA_NS

@@ -4,8 +4,16 @@
 // dimensions beyond the sizes, and the special values of alpha, beta and the sizes.
 #include <cmath>
 #include <limits>
+#include <type_traits>
 
 #include "blas/level3/gemm_reference.h"
+
+// The blocks of the 512-bit engines, as their build reads them from the tuning header.
+#define ZVX_ISA_NS wide_blocks
+#define ZVX_ISA_LEVEL 2
+#include "blas/level3/tuning.h"
+#undef ZVX_ISA_LEVEL
+#undef ZVX_ISA_NS
 
 namespace {
 
@@ -114,6 +122,30 @@ TYPED_TEST(Gemm, BlockBoundaries) {
   EXPECT_TRUE(run_case<T>('N', 'N', 251, 9, 300, alpha_value<T>(), beta_value<T>(), seed++));
   // Several blocks in both directions with a tail of depth: every piece of the driver at once.
   EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
+}
+
+template <class T>
+constexpr int wide_column_block() {
+  if constexpr (std::is_same_v<T, float>) return wide_blocks::gemm_tune_s.nb;
+  if constexpr (std::is_same_v<T, double>) return wide_blocks::gemm_tune_d.nb;
+  if constexpr (std::is_same_v<T, zvx_complex8>) return wide_blocks::gemm_tune_c.nb;
+  return wide_blocks::gemm_tune_z.nb;
+}
+
+// Column blocks of the 512-bit engines: a whole block and one column into the next, with B
+// packed (transposed) and with B read in place (as it is, few rows); for the complex types over a
+// depth of 130, more than one of their steps (single complex then stages its C, whose columns
+// here do not start on cache lines).
+TYPED_TEST(Gemm, WideColumnBlockBoundaries) {
+  using T = TypeParam;
+  constexpr int nb = wide_column_block<T>();
+  constexpr bool complex = !std::is_same_v<T, float> && !std::is_same_v<T, double>;
+  unsigned seed = 350;
+  for (int n : {nb, nb + 1}) {
+    EXPECT_TRUE(run_case<T>('N', 'T', 5, n, 7, alpha_value<T>(), beta_value<T>(), seed++));
+    EXPECT_TRUE(run_case<T>('N', 'N', 5, n, complex ? 130 : 9, alpha_value<T>(),
+                            beta_value<T>(), seed++));
+  }
 }
 
 // The thresholds a caller can see: the 16 of the threaded frame, and single complex's choice of
