@@ -26,7 +26,6 @@ struct coo_target {
   // Overwritten outputs of stream_store_min_bytes and more: blocks of fresh rows whose eight
   // elements of y fill one cache line are stored past the caches (see coo_mv).
   bool stream;
-  bool streamed;
 
   double base(long q) const { return how == coo_output::scale ? beta * ys[q] : 0.0; }
   void give_base(long r) {  // rows [next, r)
@@ -97,7 +96,6 @@ long band_run(long nnz, const double* val, const int* row, const int* col, long 
       t.give_base(r);
       if (t.stream && reinterpret_cast<uintptr_t>(y) % 64 == 0) {
         _mm512_stream_pd(y, _mm512_fmadd_pd(a, sum, _mm512_setzero_pd()));
-        t.streamed = true;
       } else {
         const __m512d base = t.how == coo_output::scale
                                  ? _mm512_mul_pd(_mm512_set1_pd(t.beta), _mm512_loadu_pd(y))
@@ -144,7 +142,7 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   const bool stream = ZVX_ISA_LEVEL == 2 && out == coo_output::overwrite &&
                       len * static_cast<long>(sizeof(double)) >= stream_store_min_bytes &&
                       reinterpret_cast<uintptr_t>(y) % sizeof(double) == 0;
-  coo_target t{y - 1, alpha, out, beta, 1, stream, false};
+  coo_target t{y - 1, alpha, out, beta, 1, stream};
   const double* xs = x - 1;
   long p = 0;
   long requested = 0;  // the streams are requested up to here
@@ -184,8 +182,8 @@ void coo_mv(long nnz, const double* val, const int* row, const int* col, double 
   if (out != coo_output::add) t.give_base(len + 1);
 #if ZVX_ISA_LEVEL == 2
   // The streamed lines are ordered before whatever the caller (or a thread after the region's
-  // barrier) reads next.
-  if (t.streamed) _mm_sfence();
+  // barrier) reads next (one fence a call, whether or not a band was streamed).
+  if (stream) _mm_sfence();
 #endif
 }
 

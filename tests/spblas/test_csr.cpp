@@ -154,7 +154,6 @@ TEST(CsrMultiply, EarlyReturnsAndTheZeroBasedBeta) {
   EXPECT_TRUE(std::isnan(yz[0]));
 }
 
-// The zero-based path of zvx_dcsrmv: zero-based columns and pointers, every type.
 // Rows long enough that the product requests x ahead: lengths from below to past the distance
 // it requests ahead, empty rows among them, lists that end a few entries before, at and after that
 // distance from the last row (exact arrays: a request past the entries reads outside them), one- and
@@ -203,6 +202,7 @@ TEST(CsrMultiply, LongRowsAroundTheDistanceXIsRequestedAhead) {
   }
 }
 
+// The zero-based path of zvx_dcsrmv: zero-based columns and pointers, every type.
 TEST(CsrMultiply, ZeroBasedPathEveryType) {
   const case_matrix sq = make(31, 31, 4, 15, 0.1);
   for (int origin : {0, 3}) {

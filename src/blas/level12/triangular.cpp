@@ -205,6 +205,12 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 
 template <class T> const char* panel_trans(op o) { return o == op::n ? "N" : o == op::c ? "C" : "T"; }
 
+// Whether the triangle of order n is larger than triangular_stream_bytes, so that its transposed
+// panels come from memory.
+template <class T> bool streams_from_memory(int n) {
+  return (double)n * n * sizeof(T) / 2 > (double)triangular_stream_bytes;
+}
+
 // x(to:to+b) += alpha * op(A(0:len, 0:b))' * x(from:from+len), the transposed panel beside a
 // diagonal block. With unit increments the panels take the table's whole-column dots: they need
 // no strip-by-strip rounding, and one lane reduction per group of columns instead of one per
@@ -229,7 +235,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
   const bool upper = is_letter(uplo, 'U');
   const op o = read_triangular_op<T>(trans);
   const bool nonunit = is_letter(diag, 'N');
-  const bool stream = (double)n * n * sizeof(T) / 2 > (double)triangular_stream_bytes;
+  const bool stream = streams_from_memory<T>(n);
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1);
@@ -270,7 +276,7 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
   const bool upper = is_letter(uplo, 'U');
   const op o = read_triangular_op<T>(trans);
   const bool nonunit = is_letter(diag, 'N');
-  const bool stream = (double)n * n * sizeof(T) / 2 > (double)triangular_stream_bytes;
+  const bool stream = streams_from_memory<T>(n);
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1), minus_one = from_real<T>(-1);
