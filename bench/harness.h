@@ -109,6 +109,10 @@ double peak_gflops_single(int fma_units = 2);
 // Single-precision peak of one core measured with independent FMA chains on the library's
 // vectors (GFLOP/s; halve it for double), 0 for the baseline instruction set.
 double measured_peak_gflops_single();
+// The same chains held for windows of about 0.1 s, the median of nine: the rate the core keeps up
+// under a full FMA load for as long as a large product runs, below the short runs' best where
+// the clock falls back from its boost.
+double sustained_peak_gflops_single();
 const char* vector_isa_name();  // "avx512", "avx2" or "portable", as this library chose
 
 // A peer library loaded with RTLD_LOCAL from the first of the candidate file names that opens.
