@@ -189,9 +189,32 @@ void memory_detach() {
 
 }  // namespace zvx
 
-void* zvx::scratch_allocate(unsigned int size, int alignment) {
+namespace {
+
+// A block the cache does not hold, for the library's own kernels: they load their scratch with
+// aligned vector moves, so the alignment is kept here too (the exported entry, by its contract,
+// ignores it for such blocks). The allocator's base stands in the word before the block.
+void* aligned_heap_block(size_t size, int alignment) {
+  const size_t align = alignment > 16 ? static_cast<size_t>(alignment) : 16;
+  char* base = static_cast<char*>(heap_alloc(size + align + sizeof(void*)));
+  if (base == nullptr) return nullptr;
+  const uintptr_t at =
+      (reinterpret_cast<uintptr_t>(base) + sizeof(void*) + align - 1) & ~uintptr_t(align - 1);
+  reinterpret_cast<void**>(at)[-1] = base;
+  return reinterpret_cast<void*>(at);
+}
+void free_heap_block(void* ptr, bool aligned) {
+  heap_free(aligned ? reinterpret_cast<void**>(ptr)[-1] : ptr);
+}
+
+// The cache of up to five blocks a thread. `keep_alignment`: the blocks it cannot hold keep the
+// alignment as well (the library's scratch) rather than coming straight from the allocator.
+void* allocate_block(unsigned int size, int alignment, bool keep_alignment) {
+  auto uncached = [&]() {
+    return keep_alignment ? aligned_heap_block(size, alignment) : heap_alloc(size);
+  };
   if (size == 0) return nullptr;
-  if (cache_disabled() || size > kLargestCached) return heap_alloc(size);
+  if (cache_disabled() || size > kLargestCached) return uncached();
 
   uint32_t align = 0, mask = 0;
   if (alignment >= kSmallestAlignment) {
@@ -203,9 +226,9 @@ void* zvx::scratch_allocate(unsigned int size, int alignment) {
   thread_buffer_record* rec = current_record();
   if (rec == nullptr) {
     rec = new_record(me);
-    if (rec == nullptr) return heap_alloc(size);
+    if (rec == nullptr) return uncached();
   } else if (rec->owner != me) {
-    return heap_alloc(size);
+    return uncached();
   }
 
   int slot = -1, first_larger = -1, first_smaller = -1;
@@ -250,7 +273,7 @@ void* zvx::scratch_allocate(unsigned int size, int alignment) {
       rec->block_size[slot] = block_size;
       rec->total_bytes += block_size;
     } else {
-      return heap_alloc(size);  // all five in use
+      return uncached();  // all five in use
     }
   }
 
@@ -262,10 +285,10 @@ void* zvx::scratch_allocate(unsigned int size, int alignment) {
   return rec->aligned[slot];
 }
 
-void zvx::scratch_free(void* ptr) {
+void release_block(void* ptr, bool aligned) {
   if (ptr == nullptr) return;
   if (cache_disabled()) {
-    heap_free(ptr);
+    free_heap_block(ptr, aligned);
     return;
   }
   if (thread_buffer_record* rec = current_record()) {
@@ -278,13 +301,21 @@ void zvx::scratch_free(void* ptr) {
   }
   // Not one of this thread's cached blocks: an uncached block goes back to the allocator. A
   // block of another thread's cache released here stays with that thread until freebuffers.
-  if (!is_cached_block(ptr)) heap_free(ptr);
+  if (!is_cached_block(ptr)) free_heap_block(ptr, aligned);
 }
 
-ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
-  return zvx::scratch_allocate(size, alignment);
+}  // namespace
+
+void* zvx::scratch_allocate(unsigned int size, int alignment) {
+  return allocate_block(size, alignment, true);
 }
-ZVX_EXPORT void zvx_deallocate(void* ptr) { zvx::scratch_free(ptr); }
+void zvx::scratch_free(void* ptr) { release_block(ptr, true); }
+
+
+ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
+  return allocate_block(size, alignment, false);
+}
+ZVX_EXPORT void zvx_deallocate(void* ptr) { release_block(ptr, false); }
 
 ZVX_EXPORT void freebuffers(void) {
   if (cache_disabled()) return;

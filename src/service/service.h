@@ -27,8 +27,10 @@ inline int serial_policy() {
   return decision != -1 ? decision : decide_serial_policy();
 }
 
-// The scratch memory of the library's kernels, the bodies of zvx_allocate and zvx_deallocate: a
-// block must be released on the thread that took it.
+// The scratch memory of the library's kernels: the cache behind zvx_allocate and zvx_deallocate,
+// with the alignment kept for every block, also those the cache does not hold (over 40 MiB, the
+// cache disabled), for which the exported entry ignores it. A block must be released on the
+// thread that took it, with scratch_free.
 void* scratch_allocate(unsigned int size, int alignment);
 void scratch_free(void* ptr);
 

@@ -2,10 +2,10 @@
 // thirteen arguments of the published routine, all by pointer. The threaded frames (gemm_omp.cpp)
 // call them on slices of C, and the other level-3 operations reduce to them.
 //
-// Each engine takes its scratch from zvx_allocate on the calling thread and gives it back before
-// it returns, so it may run on several threads at once. It validates nothing; m or n at most 0
-// returns at once; alpha 0 reads neither A nor B; beta 0 overwrites C (NaN included) and k 0
-// still scales C by beta.
+// Each engine takes its scratch from the scratch cache (scratch_allocate) on the calling thread
+// and gives it back before it returns, so it may run on several threads at once. It validates
+// nothing; m or n at most 0 returns at once; alpha 0 reads neither A nor B; beta 0 overwrites C
+// (NaN included) and k 0 still scales C by beta.
 //
 // The instruction set is chosen at the first call: each engine's pointer starts at a resolver
 // that makes the choice, stores the chosen engine in its place and runs it. Later calls cost a

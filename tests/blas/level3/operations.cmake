@@ -10,3 +10,7 @@ foreach(nt 2 3)
   zvx_gtest_case(NAME blas3.operations_threads_${nt} TARGET blas3_operations_thread_tests
                  FILTER "OperationThread*" ENV OMP_NUM_THREADS=${nt})
 endforeach()
+# The operations' own scratch (diagonal blocks, triangles) and the GEMM they call, with the
+# scratch cache disabled: every block taken through the allocator still aligned.
+zvx_gtest_case(NAME blas3.operations_cache_disabled TARGET blas3_operations_tests
+               FILTER "Symmetric/*:Triangular/*:CrossProducts/*" ENV ZVX_MM_DISABLE=1)
