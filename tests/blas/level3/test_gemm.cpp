@@ -148,6 +148,28 @@ TYPED_TEST(Gemm, WideColumnBlockBoundaries) {
   }
 }
 
+template <class T>
+constexpr int wide_depth_step() {
+  if constexpr (std::is_same_v<T, float>) return wide_blocks::gemm_tune_s.kb;
+  if constexpr (std::is_same_v<T, double>) return wide_blocks::gemm_tune_d.kb;
+  if constexpr (std::is_same_v<T, zvx_complex8>) return wide_blocks::gemm_tune_c.kb;
+  return wide_blocks::gemm_tune_z.kb;
+}
+
+// The longest depth step of the 512-bit engines as the header sets it: one step of kb - 1 and
+// of kb, two uneven steps at kb + 1 and three at 2 kb + 1, with A and B packed both ways and
+// with B read in place, and a C past one register tile in both directions.
+TYPED_TEST(Gemm, WideDepthStepBoundaries) {
+  using T = TypeParam;
+  constexpr int kb = wide_depth_step<T>();
+  unsigned seed = 370;
+  for (int k : {kb - 1, kb, kb + 1, 2 * kb + 1}) {
+    EXPECT_TRUE(run_case<T>('N', 'N', 53, 11, k, alpha_value<T>(), beta_value<T>(), seed++));
+    EXPECT_TRUE(run_case<T>('T', 'T', 53, 11, k, alpha_value<T>(), beta_value<T>(), seed++));
+    EXPECT_TRUE(run_case<T>('N', 'N', 600, 3, k, alpha_value<T>(), beta_value<T>(), seed++));
+  }
+}
+
 // The thresholds a caller can see: the 16 of the threaded frame, and single complex's choice of
 // its direct kernel (a size below 4; m + n + k below 50 and a high share of data).
 TYPED_TEST(Gemm, DecisionThresholds) {
