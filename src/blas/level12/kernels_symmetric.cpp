@@ -21,6 +21,10 @@ void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, cons
   constexpr int C = 4 * G;
   V<T> vt[C], vs[C];
   const T* col[C];
+  // Unrolled: as a loop, the zeroing of the sums became a string store of C vectors on the stack
+  // (rep stos) at the start of every walk, about 30 cycles of start-up each; order 100 took 0.59 us
+  // (lower) and 0.53 us (upper) with it, 0.46 and 0.41 without.
+#pragma GCC unroll 16
   for (int c = 0; c < C; ++c) {
     vt[c] = bc(alpha * x[j + c]);
     vs[c] = V<T>{};
@@ -225,6 +229,8 @@ void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t
   const R* col[C];
   const R* xr = &x->real;
   R* yr = &y->real;
+  // Unrolled for the reason given in symv_groups: no string store of the sums per walk.
+#pragma GCC unroll 16
   for (int c = 0; c < C; ++c) {
     t[c] = cmadd<R>(alpha, x[j + c], {});
     tr[c] = bc(t[c].real);
