@@ -63,6 +63,8 @@ void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long ld
 // kernels_triangular.cpp
 template <class T>
 void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
+template <class T>
+void trmv_transposed_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
 
 // Elements before the first vector boundary of p, for loops long enough to gain from loads and
 // stores that don't straddle two lines (allocations are commonly 16-byte aligned, so every 64-byte
