@@ -130,7 +130,7 @@ constexpr int trmv_block = 64;
 // Real transposed solves in blocks of 16 (as the multiply below) measured the same as 32 at
 // orders 32 to 700: the solve's diagonal block is vector code already.
 constexpr int trsv_block = 32;
-// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots are
+// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots were
 // scalar chains (a quarter of the products per cycle of the panel's vector dots), and the panel
 // beside each block streams the same columns whatever the block, so smaller blocks only move work
 // from the scalar loops to the panel. Medians of runs alternating with blocks of 64 on the loaded
