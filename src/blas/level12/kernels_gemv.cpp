@@ -208,7 +208,8 @@ template <class T, int C> __attribute__((always_inline)) inline V<T> gemv_t_fini
 template <class T, int C, bool short_strip>
 __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base, long ld1, long ld3, const T* x,
                                                        long rows) {
-  V<T> acc[W<T>] = {};
+  V<T> acc[W<T>];
+  set_zero<T>(acc);
   gemv_t_strip_sums<T, C, short_strip>(base, ld1, ld3, x, rows, acc);
   return gemv_t_finish<T, C>(acc);
 }
@@ -234,7 +235,8 @@ __attribute__((noinline, aligned(64))) void gemv_t_columns(long m, T alpha, cons
   const char* base[bases];
   for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   long i0 = 0;
-  V<T> acc[w] = {};
+  V<T> acc[w];
+  set_zero<T>(acc);
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
     if constexpr (whole && stream) {
       if ((m - i0) * (long)sizeof(T) > triangular_stream_ahead_bytes)
@@ -306,7 +308,8 @@ inline void rest_accumulate(long rows, long n, const T* a, long lda, const T* x,
   constexpr int w = W<T>;
   constexpr int sets = NV <= 4 ? 2 : 1;
   const long last = rows - (NV - 1) * w;
-  V<T> s[sets][NV] = {};
+  V<T> s[sets][NV];
+  for (int c = 0; c < sets; ++c) set_zero<T>(s[c]);
   for (int v = 0; v < NV - 1; ++v) s[0][v] = ld(sum + v * w);
   s[0][NV - 1] = ld_part(sum + (NV - 1) * w, last);
   long j = 0;
@@ -360,7 +363,8 @@ template <class T, bool full>
 __attribute__((always_inline)) inline void band_dot_group(long cc, long len, const T* a, long lda, const T* x,
                                                           T* out) {
   constexpr int w = W<T>;
-  V<T> acc[w] = {};
+  V<T> acc[w];
+  set_zero<T>(acc);
   const long body = len - len % w;
 #pragma GCC unroll 16
   for (int c = 0; c < (full ? w : (int)cc); ++c) {

@@ -13,7 +13,9 @@ namespace zvx::blas12::ZVX_ISA_NS {
 template <class R, int B, bool stream = false>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
-  V<R> p[B] = {}, q[B] = {};
+  V<R> p[B], q[B];
+  set_zero<R>(p);
+  set_zero<R>(q);
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(t[j].real), ti = bc(t[j].imag);
     const R* col = &a[j * lda].real;
@@ -69,7 +71,8 @@ inline void cgemv_rest_block(long len, long n, complex_t<R> alpha, const R* a, l
   constexpr int w = W<R>;
   const long last = len - (NV - 1) * w;
   const V<R> sign = alternating_sign<R>();
-  V<R> s[NV] = {};
+  V<R> s[NV];
+  set_zero<R>(s);
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(x[j].real), ti = bc(x[j].imag) * sign;
     const R* col = a + 2 * j * lda;
@@ -168,7 +171,8 @@ __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_red
 template <class R, int C, bool short_strip, size_t... G>
 __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_strip(
     const char* const* base, long ld1, long ld3, const R* x, long rows, bool conjugate_a, std::index_sequence<G...> g) {
-  V<R> acc[sizeof...(G) * W<R>] = {};
+  V<R> acc[sizeof...(G) * W<R>];
+  set_zero<R>(acc);
   cgemv_t_strip_sums<R, C, short_strip>(base, ld1, ld3, x, rows, conjugate_a, acc);
   return cgemv_t_reduce<R>(acc, g);
 }
@@ -201,7 +205,8 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
       yv[g] += product;
     }
   };
-  [[maybe_unused]] V<R> acc[groups * w] = {};
+  [[maybe_unused]] V<R> acc[groups * w];
+  set_zero<R>(acc);
   long i0 = 0;
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
     if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
