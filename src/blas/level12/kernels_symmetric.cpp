@@ -16,7 +16,7 @@ namespace zvx::blas12::ZVX_ISA_NS {
 // one, keep each column's products in its own lanes by selection (masked loads and FMAs): one
 // load and store of y a vector for all columns, and no read of an unstored element.
 template <class T, int G>
-void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+__attribute__((aligned(64))) void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
   constexpr int C = 4 * G;
   V<T> vt[C], vs[C];
@@ -229,8 +229,6 @@ void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t
   const R* col[C];
   const R* xr = &x->real;
   R* yr = &y->real;
-  // Unrolled for the reason given in symv_groups: no string store of the sums per walk.
-#pragma GCC unroll 16
   for (int c = 0; c < C; ++c) {
     t[c] = cmadd<R>(alpha, x[j + c], {});
     tr[c] = bc(t[c].real);
