@@ -208,8 +208,7 @@ template <class T, int C> __attribute__((always_inline)) inline V<T> gemv_t_fini
 template <class T, int C, bool short_strip>
 __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base, long ld1, long ld3, const T* x,
                                                        long rows) {
-  V<T> acc[W<T>];
-  set_zero<T>(acc);
+  V<T> acc[W<T>] = {};
   gemv_t_strip_sums<T, C, short_strip>(base, ld1, ld3, x, rows, acc);
   return gemv_t_finish<T, C>(acc);
 }
@@ -235,8 +234,7 @@ __attribute__((noinline, aligned(64))) void gemv_t_columns(long m, T alpha, cons
   const char* base[bases];
   for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   long i0 = 0;
-  V<T> acc[w];
-  set_zero<T>(acc);
+  V<T> acc[w] = {};
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
     if constexpr (whole && stream) {
       if ((m - i0) * (long)sizeof(T) > triangular_stream_ahead_bytes)
