@@ -361,8 +361,7 @@ template <class T, bool full>
 __attribute__((always_inline)) inline void band_dot_group(long cc, long len, const T* a, long lda, const T* x,
                                                           T* out) {
   constexpr int w = W<T>;
-  V<T> acc[w];
-  set_zero<T>(acc);
+  V<T> acc[w] = {};
   const long body = len - len % w;
 #pragma GCC unroll 16
   for (int c = 0; c < (full ? w : (int)cc); ++c) {

@@ -13,9 +13,7 @@ namespace zvx::blas12::ZVX_ISA_NS {
 template <class R, int B, bool stream = false>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
-  V<R> p[B], q[B];
-  set_zero<R>(p);
-  set_zero<R>(q);
+  V<R> p[B] = {}, q[B] = {};
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(t[j].real), ti = bc(t[j].imag);
     const R* col = &a[j * lda].real;
@@ -171,8 +169,7 @@ __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_red
 template <class R, int C, bool short_strip, size_t... G>
 __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_strip(
     const char* const* base, long ld1, long ld3, const R* x, long rows, bool conjugate_a, std::index_sequence<G...> g) {
-  V<R> acc[sizeof...(G) * W<R>];
-  set_zero<R>(acc);
+  V<R> acc[sizeof...(G) * W<R>] = {};
   cgemv_t_strip_sums<R, C, short_strip>(base, ld1, ld3, x, rows, conjugate_a, acc);
   return cgemv_t_reduce<R>(acc, g);
 }
@@ -205,8 +202,7 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
       yv[g] += product;
     }
   };
-  [[maybe_unused]] V<R> acc[groups * w];
-  set_zero<R>(acc);
+  [[maybe_unused]] V<R> acc[groups * w] = {};
   long i0 = 0;
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
     if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
