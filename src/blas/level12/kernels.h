@@ -38,6 +38,9 @@ struct real_kernels {
   void (*symv)(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y);
   // Solve op(A(0:b, 0:b)) * x = x for a diagonal block of b <= trsv_block rows, contiguous x.
   void (*trsv_block)(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
+  // x(0:b) := A(0:b, 0:b)' x(0:b) for a diagonal block of b <= trmv_transposed_block rows,
+  // contiguous x.
+  void (*trmv_t_block)(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
 };
 
 template <class R>  // float or double: complex kernels on interleaved pairs

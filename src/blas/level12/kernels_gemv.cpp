@@ -306,7 +306,8 @@ inline void rest_accumulate(long rows, long n, const T* a, long lda, const T* x,
   constexpr int w = W<T>;
   constexpr int sets = NV <= 4 ? 2 : 1;
   const long last = rows - (NV - 1) * w;
-  V<T> s[sets][NV] = {};
+  V<T> s[sets][NV];
+  for (int c = 0; c < sets; ++c) set_zero<T>(s[c]);
   for (int v = 0; v < NV - 1; ++v) s[0][v] = ld(sum + v * w);
   s[0][NV - 1] = ld_part(sum + (NV - 1) * w, last);
   long j = 0;

@@ -69,7 +69,8 @@ inline void cgemv_rest_block(long len, long n, complex_t<R> alpha, const R* a, l
   constexpr int w = W<R>;
   const long last = len - (NV - 1) * w;
   const V<R> sign = alternating_sign<R>();
-  V<R> s[NV] = {};
+  V<R> s[NV];
+  set_zero<R>(s);
   for (long j = 0; j < n; ++j) {
     const V<R> tr = bc(x[j].real), ti = bc(x[j].imag) * sign;
     const R* col = a + 2 * j * lda;

@@ -63,6 +63,16 @@ void hemv(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long ld
 // kernels_triangular.cpp
 template <class T>
 void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
+template <class T>
+void trmv_transposed_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
+
+// Vectors set to zero one by one: an array of vectors initialized with `= {}` (or zeroed in a
+// plain loop) may become a string store on the stack (rep stos), some 30 cycles of start-up
+// before the sums even reach their registers, once per call or strip of the kernels that do it.
+template <class T, int N> __attribute__((always_inline)) inline void set_zero(V<T> (&v)[N]) {
+#pragma GCC unroll 64
+  for (int k = 0; k < N; ++k) v[k] = V<T>{};
+}
 
 // Elements before the first vector boundary of p, for loops long enough to gain from loads and
 // stores that don't straddle two lines (allocations are commonly 16-byte aligned, so every 64-byte

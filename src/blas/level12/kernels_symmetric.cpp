@@ -16,11 +16,15 @@ namespace zvx::blas12::ZVX_ISA_NS {
 // one, keep each column's products in its own lanes by selection (masked loads and FMAs): one
 // load and store of y a vector for all columns, and no read of an unstored element.
 template <class T, int G>
-void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+__attribute__((aligned(64))) void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
   constexpr int C = 4 * G;
   V<T> vt[C], vs[C];
   const T* col[C];
+  // Unrolled: as a loop, the zeroing of the sums became a string store of C vectors on the stack
+  // (rep stos) at the start of every walk, about 30 cycles of start-up each; order 100 took 0.59 us
+  // (lower) and 0.53 us (upper) with it, 0.46 and 0.41 without.
+#pragma GCC unroll 16
   for (int c = 0; c < C; ++c) {
     vt[c] = bc(alpha * x[j + c]);
     vs[c] = V<T>{};

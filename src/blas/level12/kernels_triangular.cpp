@@ -157,7 +157,55 @@ void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, cons
   for (long i = 0; i < b; ++i) x[i] = xs[i];
 }
 
+// x(0:b) := op(A)' x(0:b) for a real diagonal block of b <= trmv_transposed_block rows on a
+// contiguous x: each row's product is the dot of its column's segment in the triangle with the x
+// of before the call, so the block's dots are independent. They run on vectors, a column's
+// segment masked to the triangle and the block, and W columns' dots share one transposing
+// reduction. The scalar dots they replace were a tenth of the time of order 700 (lower
+// transposed): their sums went through the stack, each addition waiting on the one before.
+template <class T>
+void trmv_transposed_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x) {
+  constexpr int w = W<T>;
+  constexpr long cap = (trmv_transposed_block + w - 1) / w * w;
+  constexpr int vectors = (int)(cap / w);
+  alignas(64) T xs[cap];
+  for (long i = 0; i < b; ++i) xs[i] = x[i];
+  for (long i = b; i < cap; ++i) xs[i] = T(0);
+  V<T> xv[vectors];
+#pragma GCC unroll 16
+  for (int v = 0; v < vectors; ++v) xv[v] = ld(xs + v * w);
+  for (long i0 = 0; i0 < b; i0 += w) {
+    const long g = std::min<long>(w, b - i0);
+    V<T> acc[w];
+#pragma GCC unroll 16
+    for (int r = 0; r < w; ++r) {
+      V<T> s{};
+      const long i = i0 + r;
+      if (r < g) {
+        // Rows [from, to) of column i: above the diagonal (upper) or below it, within the block.
+        const long from = upper ? 0 : i + 1, to = upper ? i : b;
+        const T* col = a + i * lda;
+#pragma GCC unroll 16
+        for (int v = 0; v < vectors; ++v) {
+          const long lo = std::max<long>(from - v * w, 0), hi = std::min<long>(to - v * w, w);
+          if (lo < hi) s = vfma(lo == 0 && hi == w ? ld(col + v * w) : ld_range(col + v * w, lo, hi), xv[v], s);
+        }
+      }
+      acc[r] = s;
+    }
+    const V<T> dots = reduce_lanes<T>(acc);
+    alignas(64) T diagonal[w];
+#pragma GCC unroll 16
+    for (int r = 0; r < w; ++r) diagonal[r] = nonunit && r < g ? a[(i0 + r) + (i0 + r) * lda] : T(1);
+    const V<T> out = ld(diagonal) * ld(xs + i0) + dots;
+    if (g == w) st(x + i0, out);
+    else st_part(x + i0, out, g);
+  }
+}
+
 template void trsv_diagonal_block<float>(bool, bool, bool, long, const float*, long, float*);
+template void trmv_transposed_diagonal_block<float>(bool, bool, long, const float*, long, float*);
+template void trmv_transposed_diagonal_block<double>(bool, bool, long, const double*, long, double*);
 template void trsv_diagonal_block<double>(bool, bool, bool, long, const double*, long, double*);
 
 }  // namespace zvx::blas12::ZVX_ISA_NS

@@ -160,7 +160,11 @@ void solve_n_block(bool upper, long b, const T* a, long lda, T* xs, const T* inv
 // they replace took 1.1-1.5 times the peer's time for double complex at orders 32 to 700.
 template <class T>
 void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
-  if constexpr (!is_complex<T>) return trmv_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+  if constexpr (!is_complex<T>) {
+    if (o != op::n && inc == 1 && b <= trmv_transposed_block)
+      return kernels_for<T>().trmv_t_block(upper, nonunit, b, a, lda, x);
+    return trmv_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+  }
   auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
   T xs[trmv_block], s[trmv_block];
   for (long i = 0; i < b; ++i) xs[i] = x[i * inc];

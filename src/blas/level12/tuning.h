@@ -130,7 +130,7 @@ constexpr int trmv_block = 64;
 // Real transposed solves in blocks of 16 (as the multiply below) measured the same as 32 at
 // orders 32 to 700: the solve's diagonal block is vector code already.
 constexpr int trsv_block = 32;
-// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots are
+// Real transposed multiply with unit increments: blocks of 16 rows. The diagonal block's dots were
 // scalar chains (a quarter of the products per cycle of the panel's vector dots), and the panel
 // beside each block streams the same columns whatever the block, so smaller blocks only move work
 // from the scalar loops to the panel. Medians of runs alternating with blocks of 64 on the loaded
@@ -138,7 +138,9 @@ constexpr int trsv_block = 32;
 // 100 0.63-0.79 against 0.69-0.76; order 700 (last-level cache) 0.92-0.93 against 0.99-1.02 in a
 // first set of three runs, 0.95-0.99 against 0.95-0.98 in two later sets of six (load average 9),
 // that is within the noise. Blocks of 32 and of 8 (a call of the panel kernel per eight columns)
-// measured 0.98-1.00 at 700.
+// measured 0.98-1.00 at 700. With the diagonal block's dots on vectors (the table's
+// trmv_t_block), against 16 in one process: 32 took 1.03-1.13 times the time at orders 100 to
+// 700, 8 took 0.96-0.98 at 100 but 1.10-1.14 at 400.
 constexpr int trmv_transposed_block = 16;
 // Real triangles larger than this many bytes stream from memory, and the whole-column dots of
 // their transposed panels ask for every line of their columns this far ahead into the
