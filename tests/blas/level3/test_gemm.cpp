@@ -124,12 +124,13 @@ TYPED_TEST(Gemm, BlockBoundaries) {
   EXPECT_TRUE(run_case<T>('N', 'N', 500, 260, 137, alpha_value<T>(), beta_value<T>(), seed++));
 }
 
+// The 512-bit engine's tuning of each type.
 template <class T>
-constexpr int wide_column_block() {
-  if constexpr (std::is_same_v<T, float>) return wide_blocks::gemm_tune_s.nb;
-  if constexpr (std::is_same_v<T, double>) return wide_blocks::gemm_tune_d.nb;
-  if constexpr (std::is_same_v<T, zvx_complex8>) return wide_blocks::gemm_tune_c.nb;
-  return wide_blocks::gemm_tune_z.nb;
+constexpr auto wide_tuning() {
+  if constexpr (std::is_same_v<T, float>) return wide_blocks::gemm_tune_s;
+  else if constexpr (std::is_same_v<T, double>) return wide_blocks::gemm_tune_d;
+  else if constexpr (std::is_same_v<T, zvx_complex8>) return wide_blocks::gemm_tune_c;
+  else return wide_blocks::gemm_tune_z;
 }
 
 // Column blocks of the 512-bit engines: a whole block and one column into the next, with B
@@ -138,7 +139,7 @@ constexpr int wide_column_block() {
 // here do not start on cache lines).
 TYPED_TEST(Gemm, WideColumnBlockBoundaries) {
   using T = TypeParam;
-  constexpr int nb = wide_column_block<T>();
+  constexpr int nb = wide_tuning<T>().nb;
   constexpr bool complex = !std::is_same_v<T, float> && !std::is_same_v<T, double>;
   unsigned seed = 350;
   for (int n : {nb, nb + 1}) {
@@ -148,20 +149,12 @@ TYPED_TEST(Gemm, WideColumnBlockBoundaries) {
   }
 }
 
-template <class T>
-constexpr int wide_depth_step() {
-  if constexpr (std::is_same_v<T, float>) return wide_blocks::gemm_tune_s.kb;
-  if constexpr (std::is_same_v<T, double>) return wide_blocks::gemm_tune_d.kb;
-  if constexpr (std::is_same_v<T, zvx_complex8>) return wide_blocks::gemm_tune_c.kb;
-  return wide_blocks::gemm_tune_z.kb;
-}
-
 // The longest depth step of the 512-bit engines as the header sets it: one step of kb - 1 and
 // of kb, two uneven steps at kb + 1 and three at 2 kb + 1, with A and B packed both ways and
 // with B read in place, and a C past one register tile in both directions.
 TYPED_TEST(Gemm, WideDepthStepBoundaries) {
   using T = TypeParam;
-  constexpr int kb = wide_depth_step<T>();
+  constexpr int kb = wide_tuning<T>().kb;
   unsigned seed = 370;
   for (int k : {kb - 1, kb, kb + 1, 2 * kb + 1}) {
     EXPECT_TRUE(run_case<T>('N', 'N', 53, 11, k, alpha_value<T>(), beta_value<T>(), seed++));
