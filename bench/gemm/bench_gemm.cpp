@@ -115,13 +115,9 @@ double nominal_peak(bool single) {
 
 // The share of peak is taken against what FMA chains keep up on this core, where they run, for as
 // long as a large product takes (sustained); the best of short runs (burst) is printed beside it.
-double peak(bool single) {
-  const double measured = zvx_bench::sustained_peak_gflops_single();
-  if (measured <= 0) return nominal_peak(single);
-  return single ? measured : measured / 2;
-}
-double burst_peak(bool single) {
-  const double measured = zvx_bench::measured_peak_gflops_single();
+double peak(bool single, bool sustained = true) {
+  const double measured = sustained ? zvx_bench::sustained_peak_gflops_single()
+                                    : zvx_bench::measured_peak_gflops_single();
   if (measured <= 0) return nominal_peak(single);
   return single ? measured : measured / 2;
 }
@@ -306,7 +302,7 @@ int main(int argc, char** argv) {
                   "%.2f GHz that a chain of dependent additions measures: %ld %d-bit FMA%s a cycle. The "
                   "share column is against the sustained figure, the ceiling a large product meets; against "
                   "the short runs' best it is lower by their ratio.",
-                  peak(false), peak(true), burst_peak(false), burst_peak(true), per_cycle,
+                  peak(false), peak(true), peak(false, false), peak(true, false), per_cycle,
                   zvx_bench::core_ghz(), fmas, avx512 ? 512 : 256, fmas == 1 ? "" : "s");
   }
   t.notes.push_back(peak_note);

@@ -203,8 +203,8 @@ void* aligned_heap_block(size_t size, int alignment) {
   reinterpret_cast<void**>(at)[-1] = base;
   return reinterpret_cast<void*>(at);
 }
-void free_heap_block(void* ptr, bool aligned) {
-  heap_free(aligned ? reinterpret_cast<void**>(ptr)[-1] : ptr);
+void free_heap_block(void* ptr, bool keep_alignment) {
+  heap_free(keep_alignment ? reinterpret_cast<void**>(ptr)[-1] : ptr);
 }
 
 // The cache of up to five blocks a thread. `keep_alignment`: the blocks it cannot hold keep the
@@ -285,10 +285,10 @@ void* allocate_block(unsigned int size, int alignment, bool keep_alignment) {
   return rec->aligned[slot];
 }
 
-void release_block(void* ptr, bool aligned) {
+void release_block(void* ptr, bool keep_alignment) {
   if (ptr == nullptr) return;
   if (cache_disabled()) {
-    free_heap_block(ptr, aligned);
+    free_heap_block(ptr, keep_alignment);
     return;
   }
   if (thread_buffer_record* rec = current_record()) {
@@ -301,7 +301,7 @@ void release_block(void* ptr, bool aligned) {
   }
   // Not one of this thread's cached blocks: an uncached block goes back to the allocator. A
   // block of another thread's cache released here stays with that thread until freebuffers.
-  if (!is_cached_block(ptr)) free_heap_block(ptr, aligned);
+  if (!is_cached_block(ptr)) free_heap_block(ptr, keep_alignment);
 }
 
 }  // namespace
@@ -310,7 +310,6 @@ void* zvx::scratch_allocate(unsigned int size, int alignment) {
   return allocate_block(size, alignment, true);
 }
 void zvx::scratch_free(void* ptr) { release_block(ptr, true); }
-
 
 ZVX_EXPORT void* zvx_allocate(unsigned int size, int alignment) {
   return allocate_block(size, alignment, false);
