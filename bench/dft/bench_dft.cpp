@@ -228,11 +228,12 @@ double relative_difference(const zvx_complex16* ours, const fftw_complex* peer, 
 
 // The large lines' two-thread figures in rounds: the speed-up of one round against the next
 // moves far more than the calls within a round do (the two cores' shared caches and their
-// neighbours' traffic change from one second to the next), so the row gives the least times of
-// all rounds and, beside them, the spread of the rounds' wall-clock ratios.
+// neighbours' traffic change from one second to the next), and a ratio of least times taken in
+// different rounds mixes a quiet second of one side with a busy one of the other. So each round
+// gives its own ratios; the row shows their medians and the spread of the wall-clock ones.
 struct two_thread_rounds {
-  two_thread_figures all;
-  std::vector<double> walls;
+  two_thread_figures all;  // least times of all rounds
+  std::vector<double> walls, predicted, overhead;  // each round's ratios
 };
 two_thread_rounds rounds_of_two_threads(const std::function<void()>& one,
                                         const std::function<void()>& two) {
@@ -246,6 +247,8 @@ two_thread_rounds rounds_of_two_threads(const std::function<void()>& one,
   for (int k = 0; k < kRounds; ++k) {
     const two_thread_figures f = zvx_bench::two_threads(one, two, samples, 4);
     r.walls.push_back(f.wall);
+    r.predicted.push_back(f.predicted);
+    r.overhead.push_back(f.overhead);
     w1 = std::min(w1, f.wall1);
     w2 = std::min(w2, f.wall2);
     c1 = std::min(c1, f.cpu1);
@@ -336,15 +339,18 @@ void large_rows(const zvx_bench::options& opt) {
     DftiDimensionRecord serial_hybrid = *hybrid;
     fill(x.data(), n, 7);
     auto add = [&](const char* what, const two_thread_rounds& r) {
-      const two_thread_figures& f = r.all;
+      auto median = [](std::vector<double> v) {
+        std::sort(v.begin(), v.end());
+        return v[v.size() / 2];
+      };
       std::vector<double> walls = r.walls;
       std::sort(walls.begin(), walls.end());
+      const two_thread_figures& f = r.all;
       char text[224];
       std::snprintf(text, sizeof text,
-                    "%.3fx wall (%zu rounds: %.2f-%.2f, median %.2f); %.3fx T1 / larger thread "
-                    "CPU; sum / T1 %.3f",
-                    f.wall, walls.size(), walls.front(), walls.back(), walls[walls.size() / 2],
-                    f.predicted, f.overhead);
+                    "%.3fx wall (rounds %.2f-%.2f); %.3fx T1 / larger thread CPU; sum / T1 %.3f",
+                    median(r.walls), walls.front(), walls.back(), median(r.predicted),
+                    median(r.overhead));
       t.add({"2^" + std::to_string(lg), std::string(what) + ", two threads against our one",
              zvx_bench::fmt(f.wall2 * 1e3, 2), "", text, ""});
       std::printf("large 2^%d %s two threads: %s (T1 %.3f ms, larger thread %.3f ms)\n", lg,
@@ -367,13 +373,15 @@ void large_rows(const zvx_bench::options& opt) {
   t.notes.push_back(
       "FFTW " + std::string(fftw_version) +
       ", one thread, plan made with FFTW_MEASURE before timing. Times are the least thread CPU "
-      "time per call over alternating samples. Two-thread rows: the least wall-clock time of "
-      "single calls over five rounds, one thread over two (in brackets the spread of the rounds' "
-      "own ratios), which needs the second core free (the machine's two "
-      "cores are shared with other builds and benchmarks, so it understates the speed-up); T1 "
-      "(the least CPU time of one thread) over the least, among calls with two threads, of the "
-      "larger CPU time of the two, which time spent waiting for a core leaves out; and the least "
-      "sum of the two threads' CPU times over T1, the work the split adds.");
+      "time per call over alternating samples. Two-thread rows, five rounds of alternating "
+      "calls, each round's ratios of its own least times, the median of the five given (ours ms: "
+      "the least two-thread wall-clock time of all rounds): the wall-clock time of single calls, "
+      "one thread over two, which needs the second core free (in brackets the spread of the "
+      "rounds: the two cores' caches and memory are shared with the host's other work, which "
+      "changes from one second to the next); T1 (the least CPU time of one thread) over the "
+      "least, among calls with two threads, of the larger CPU time of the two, which time spent "
+      "waiting for a core leaves out; and the least sum of the two threads' CPU times over T1, "
+      "the work the split adds.");
   if (FILE* f = std::fopen("/proc/loadavg", "r")) {
     double load = 0;
     if (std::fscanf(f, "%lf", &load) == 1) {
