@@ -188,6 +188,44 @@ double memory_bandwidth_gbs() {
   return best;
 }
 
+cross_core_read cross_core_read_gbs() {
+  const size_t n = (8u << 20) / sizeof(double);
+  std::vector<double> data(n, 1.0);
+  double best_own = 1e30, best_other = 1e30, sink = 0;
+  auto fill = [&](double v) {
+    double* __restrict p = data.data();
+    for (size_t i = 0; i < n; ++i) p[i] = v + static_cast<double>(i & 7);
+  };
+  auto sum = [&] {
+    const double* __restrict p = data.data();
+    double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
+    for (size_t i = 0; i < n; i += 4) s0 += p[i], s1 += p[i + 1], s2 += p[i + 2], s3 += p[i + 3];
+    return s0 + s1 + s2 + s3;
+  };
+  for (int r = 0; r < 15; ++r) {
+#pragma omp parallel num_threads(2) reduction(+ : sink)
+    {
+      const int me = omp_get_thread_num();
+      for (int reader = 0; reader < 2; ++reader) {
+        if (me == 0) fill(r + reader);
+#pragma omp barrier
+        if (me == reader) {
+          const double t0 = wall_seconds();
+          sink += sum();
+          const double t = wall_seconds() - t0;
+          double& best = reader == 0 ? best_own : best_other;
+#pragma omp critical
+          best = std::min(best, t);
+        }
+#pragma omp barrier
+      }
+    }
+  }
+  if (sink == 0.5) std::printf(" ");  // keeps the sums
+  const double bytes = static_cast<double>(n * sizeof(double));
+  return {bytes / best_own / 1e9, bytes / best_other / 1e9};
+}
+
 std::string fmt(double v, int decimals) {
   char buf[64];
   snprintf(buf, sizeof buf, "%.*f", decimals, v);

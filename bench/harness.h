@@ -74,6 +74,14 @@ two_thread_figures two_threads(const std::function<void()>& one, const std::func
 // compared with: the best of a triad a = b + s c (four transfers per element with the
 // write-allocate of a) and an in-place scaling (two transfers), over 160 MB arrays, best of five.
 double memory_bandwidth_gbs();
+// How fast one core reads data the other core has just written, against data it wrote itself:
+// 8 MiB summed (GB/s, wall clock, best of 15), for the two-thread rows whose split moves data
+// between the cores' caches. On a virtual machine the host may place the two cores so that they
+// share a last-level cache or not, and change that while a run goes on.
+struct cross_core_read {
+  double own = 0, other = 0;
+};
+cross_core_read cross_core_read_gbs();
 
 // A table of results, printed as Markdown and optionally written into docs/benchmarks.md
 // between the markers of its section, replacing what that section held before.

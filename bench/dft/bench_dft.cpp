@@ -284,6 +284,7 @@ DFTI_DESCRIPTOR_HANDLE large_descriptor(long n, int ordering, double forward_sca
 // ordered lines to the line engine; the large engine takes them in the threaded hybrid), one
 // thread against FFTW; then two threads against our one.
 void large_rows(const zvx_bench::options& opt) {
+  const zvx_bench::cross_core_read before = zvx_bench::cross_core_read_gbs();
   zvx_bench::table t;
   t.section = "dft_large";
   t.title = "Large power-of-two engine, complex double, in place, forward, against FFTW";
@@ -382,6 +383,16 @@ void large_rows(const zvx_bench::options& opt) {
       "least, among calls with two threads, of the larger CPU time of the two, which time spent "
       "waiting for a core leaves out; and the least sum of the two threads' CPU times over T1, "
       "the work the split adds.");
+  {
+    const zvx_bench::cross_core_read after = zvx_bench::cross_core_read_gbs();
+    char line[320];
+    std::snprintf(line, sizeof line,
+                  "One core reading 8 MiB the other core has just written, against 8 MiB it wrote "
+                  "itself: %.0f against %.0f GB/s before the rows, %.0f against %.0f after them "
+                  "(the two-thread rows move half the line between the cores' caches).",
+                  before.other, before.own, after.other, after.own);
+    t.notes.push_back(line);
+  }
   if (FILE* f = std::fopen("/proc/loadavg", "r")) {
     double load = 0;
     if (std::fscanf(f, "%lf", &load) == 1) {
