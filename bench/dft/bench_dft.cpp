@@ -382,7 +382,8 @@ void large_rows(const zvx_bench::options& opt) {
       "changes from one second to the next); T1 (the least CPU time of one thread) over the "
       "least, among calls with two threads, of the larger CPU time of the two, which time spent "
       "waiting for a core leaves out; and the least sum of the two threads' CPU times over T1, "
-      "the work the split adds.");
+      "the work the split adds (below 1: the one-thread calls of that minute ran slow, the "
+      "host's load on the two cores not being even, and the ratios overstate).");
   {
     const zvx_bench::cross_core_read after = zvx_bench::cross_core_read_gbs();
     char line[320];
