@@ -205,6 +205,71 @@ template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, com
   return {sfma(a.real, b.real, sfma(-a.imag, b.imag, c.real)), sfma(a.real, b.imag, sfma(a.imag, b.real, c.imag))};
 }
 
+// The diagonal blocks of a Hermitian walk's groups: for group g, the 4 x 4 block of the matrix
+// at (j + 4g, j + 4g) times the group's multipliers t, into acc[4g ..]: the stored triangle, the
+// mirrored elements conjugated, the diagonal's real part. Done before the walk, in a call of its
+// own, so that none of it holds registers the walk's sums need.
+template <class R>
+__attribute__((noinline)) void hemv_diagonal_blocks(bool upper, int groups, const complex_t<R>* a, long lda,
+                                                    const complex_t<R>* t, complex_t<R>* acc) {
+  for (int g = 0; g < groups; ++g) {
+    const complex_t<R>* block = a + 4 * g * (lda + 1);
+    const complex_t<R>* tg = t + 4 * g;
+#if ZVX_ISA_LEVEL == 2
+    if constexpr (sizeof(R) == sizeof(double)) {
+      // One vector a column of the block (four elements): the stored part S without the diagonal
+      // gives S t by columns and S^H t by the columns of its transpose (128-bit lanes exchanged),
+      // conjugated; the diagonal adds d t. The masked forms of the exchanges, all lanes set: the
+      // plain ones pass an undefined vector that this compiler warns about.
+      const double* base = &block->real;
+      __m512d col[4];
+      for (int r = 0; r < 4; ++r) {
+        const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
+                                      : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
+        col[r] = _mm512_maskz_loadu_pd(stored, base + 2 * r * lda);
+      }
+      const __m512d t01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0x44), t23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0x44);
+      const __m512d u01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0xEE), u23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0xEE);
+      const __m512d row[4] = {_mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0xDD),
+                              _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0xDD)};
+      const __m512d imag_sign = _mm512_castsi512_pd(_mm512_set_epi64(
+          static_cast<long long>(0x8000000000000000ULL), 0, static_cast<long long>(0x8000000000000000ULL), 0,
+          static_cast<long long>(0x8000000000000000ULL), 0, static_cast<long long>(0x8000000000000000ULL), 0));
+      __m512d p = _mm512_setzero_pd(), q = _mm512_setzero_pd();
+      for (int r = 0; r < 4; ++r) {
+        const __m512d tr = _mm512_set1_pd(tg[r].real), ti = _mm512_set1_pd(tg[r].imag);
+        p = _mm512_fmadd_pd(col[r], tr, p);
+        q = _mm512_fmadd_pd(col[r], ti, q);
+        const __m512d mirrored = _mm512_xor_pd(row[r], imag_sign);
+        p = _mm512_fmadd_pd(mirrored, tr, p);
+        q = _mm512_fmadd_pd(mirrored, ti, q);
+      }
+      const __m512d d = _mm512_set_pd(block[3 * (lda + 1)].real, block[3 * (lda + 1)].real, block[2 * (lda + 1)].real,
+                                      block[2 * (lda + 1)].real, block[lda + 1].real, block[lda + 1].real,
+                                      block[0].real, block[0].real);
+      const __m512d sign = _mm512_set_pd(1, -1, 1, -1, 1, -1, 1, -1);
+      __m512d out = _mm512_fmadd_pd(_mm512_maskz_permute_pd(0xFF, q, 0x55), sign, p);
+      out = _mm512_fmadd_pd(d, _mm512_loadu_pd(&tg->real), out);
+      _mm512_storeu_pd(&acc[4 * g].real, out);
+      continue;
+    }
+#endif
+    for (int c = 0; c < 4; ++c) {
+      const R diagonal = block[c + c * lda].real;
+      complex_t<R> sum = {tg[c].real * diagonal, tg[c].imag * diagonal};
+      for (int r = 0; r < 4; ++r) {
+        if (r == c) continue;
+        // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
+        const bool stored = upper ? c < r : c > r;
+        complex_t<R> acr = stored ? block[c + r * lda] : block[r + c * lda];
+        if (!stored) acr.imag = -acr.imag;
+        sum = cmadd<R>(acr, tg[r], sum);
+      }
+      acc[4 * g + c] = sum;
+    }
+  }
+}
+
 // Hermitian multiply, G groups of four columns j .. j + 4G - 1 in one walk over the rows, each
 // group over exactly the rows it would take alone: rows [j + 4g + 4, n) of group g in the lower
 // triangle, [0, j + 4g) in the upper. Every row's update of y takes the groups in order, and each
@@ -229,8 +294,10 @@ void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t
   const R* col[C];
   const R* xr = &x->real;
   R* yr = &y->real;
+  for (int c = 0; c < C; ++c) t[c] = cmadd<R>(alpha, x[j + c], {});
+  complex_t<R> blocks[C];
+  hemv_diagonal_blocks<R>(upper, G, a + j * (lda + 1), lda, t, blocks);
   for (int c = 0; c < C; ++c) {
-    t[c] = cmadd<R>(alpha, x[j + c], {});
     tr[c] = bc(t[c].real);
     ti[c] = bc(t[c].imag);
     p[c] = q[c] = V<R>{};
@@ -281,8 +348,7 @@ void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t
     }
     return i;
   };
-  // The dots reduced, then the diagonal block from the stored triangle (the real part of the
-  // diagonal, the mirrored elements conjugated), into y(j + 4g ..).
+  // The dots reduced, then with the diagonal block's product into y(j + 4g ..).
   auto finish = [&](int g) {
     const V<R> q_sign = -sign;  // (+1, -1, ...): the imaginary part is q(even) - q(odd)
     V<R> sums[8];
@@ -303,20 +369,8 @@ void hemv_groups(bool upper, long j, long n, complex_t<R> alpha, const complex_t
       }
     }
     const long jg = j + 4 * g;
-    for (int c = 0; c < 4; ++c) {
-      const complex_t<R>* tg = t + 4 * g;
-      const R diagonal = a[(jg + c) + (jg + c) * lda].real;
-      complex_t<R> acc = {tg[c].real * diagonal, tg[c].imag * diagonal};
-      for (int r = 0; r < 4; ++r) {
-        if (r == c) continue;
-        // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
-        const bool stored = upper ? c < r : c > r;
-        complex_t<R> acr = stored ? a[(jg + c) + (jg + r) * lda] : a[(jg + r) + (jg + c) * lda];
-        if (!stored) acr.imag = -acr.imag;
-        acc = cmadd<R>(acr, tg[r], acc);
-      }
-      y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, acc);
-    }
+    for (int c = 0; c < 4; ++c)
+      y[jg + c] = y[jg + c] + cmadd<R>(alpha, {parts[2 * c], parts[2 * c + 1]}, blocks[4 * g + c]);
   };
   if (upper) {
     // Rows above the first group's diagonal together; then, group by group, the rows from there
