@@ -253,6 +253,50 @@ __attribute__((noinline)) void hemv_diagonal_blocks(bool upper, int groups, cons
       _mm512_storeu_pd(&acc[4 * g].real, out);
       continue;
     }
+#elif ZVX_ISA_LEVEL == 1
+    if constexpr (sizeof(R) == sizeof(double)) {
+      // The same in two vectors a column (rows 0-1 and 2-3); the transpose's rows come from one
+      // 128-bit lane of each of two columns.
+      const double* base = &block->real;
+      __m256d col[4][2];
+      for (int r = 0; r < 4; ++r)
+        for (int h = 0; h < 2; ++h) {
+          const long long in[2] = {(upper ? 2 * h < r : 2 * h > r) ? -1LL : 0LL,
+                                   (upper ? 2 * h + 1 < r : 2 * h + 1 > r) ? -1LL : 0LL};
+          const __m256i stored = _mm256_set_epi64x(in[1], in[1], in[0], in[0]);
+          col[r][h] = _mm256_maskload_pd(base + 2 * r * lda + 4 * h, stored);
+        }
+      const __m256d imag_sign = _mm256_set_pd(-0.0, 0.0, -0.0, 0.0);
+      __m256d p[2] = {_mm256_setzero_pd(), _mm256_setzero_pd()}, q[2] = {p[0], p[1]};
+      for (int r = 0; r < 4; ++r) {
+        const __m256d tr = _mm256_set1_pd(tg[r].real), ti = _mm256_set1_pd(tg[r].imag);
+        // Row r of the stored part, columns 0-1 and 2-3, conjugated: column r of S^H.
+        const int h = r / 2;
+        __m256d mirrored[2];
+        if (r % 2 == 0) {
+          mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x20);
+          mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x20);
+        } else {
+          mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x31);
+          mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x31);
+        }
+        for (int k = 0; k < 2; ++k) {
+          p[k] = _mm256_fmadd_pd(col[r][k], tr, p[k]);
+          q[k] = _mm256_fmadd_pd(col[r][k], ti, q[k]);
+          const __m256d m = _mm256_xor_pd(mirrored[k], imag_sign);
+          p[k] = _mm256_fmadd_pd(m, tr, p[k]);
+          q[k] = _mm256_fmadd_pd(m, ti, q[k]);
+        }
+      }
+      const __m256d sign = _mm256_set_pd(1, -1, 1, -1);
+      for (int k = 0; k < 2; ++k) {
+        const double d0 = block[2 * k * (lda + 1)].real, d1 = block[(2 * k + 1) * (lda + 1)].real;
+        __m256d out = _mm256_fmadd_pd(_mm256_permute_pd(q[k], 0x5), sign, p[k]);
+        out = _mm256_fmadd_pd(_mm256_set_pd(d1, d1, d0, d0), _mm256_loadu_pd(&tg[2 * k].real), out);
+        _mm256_storeu_pd(&acc[4 * g + 2 * k].real, out);
+      }
+      continue;
+    }
 #endif
     for (int c = 0; c < 4; ++c) {
       const R diagonal = block[c + c * lda].real;
