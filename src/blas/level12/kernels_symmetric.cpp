@@ -252,6 +252,40 @@ __attribute__((noinline)) void hemv_diagonal_blocks(bool upper, int groups, cons
       out = _mm512_fmadd_pd(d, _mm512_loadu_pd(&tg->real), out);
       _mm512_storeu_pd(&acc[4 * g].real, out);
       continue;
+    } else {
+      // Single precision: a column of the block is half a vector; the transpose exchanges whole
+      // elements (64 bits) within and across the two 128-bit lanes.
+      const float* base = &block->real;
+      __m256d col[4];
+      for (int r = 0; r < 4; ++r) {
+        const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
+                                      : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
+        col[r] = _mm256_castps_pd(_mm256_maskz_loadu_ps(stored, base + 2 * r * lda));
+      }
+      const __m256d t0 = _mm256_unpacklo_pd(col[0], col[1]), t1 = _mm256_unpackhi_pd(col[0], col[1]);
+      const __m256d t2 = _mm256_unpacklo_pd(col[2], col[3]), t3 = _mm256_unpackhi_pd(col[2], col[3]);
+      const __m256 row[4] = {_mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x20)),
+                             _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x20)),
+                             _mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x31)),
+                             _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x31))};
+      const __m256 imag_sign = _mm256_set_ps(-0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f);
+      __m256 p = _mm256_setzero_ps(), q = _mm256_setzero_ps();
+      for (int r = 0; r < 4; ++r) {
+        const __m256 tr = _mm256_set1_ps(tg[r].real), ti = _mm256_set1_ps(tg[r].imag);
+        const __m256 c = _mm256_castpd_ps(col[r]);
+        p = _mm256_fmadd_ps(c, tr, p);
+        q = _mm256_fmadd_ps(c, ti, q);
+        const __m256 mirrored = _mm256_xor_ps(row[r], imag_sign);
+        p = _mm256_fmadd_ps(mirrored, tr, p);
+        q = _mm256_fmadd_ps(mirrored, ti, q);
+      }
+      const float d0 = block[0].real, d1 = block[lda + 1].real, d2 = block[2 * (lda + 1)].real,
+                  d3 = block[3 * (lda + 1)].real;
+      const __m256 sign = _mm256_set_ps(1, -1, 1, -1, 1, -1, 1, -1);
+      __m256 out = _mm256_fmadd_ps(_mm256_permute_ps(q, 0xB1), sign, p);
+      out = _mm256_fmadd_ps(_mm256_set_ps(d3, d3, d2, d2, d1, d1, d0, d0), _mm256_loadu_ps(&tg->real), out);
+      _mm256_storeu_ps(&acc[4 * g].real, out);
+      continue;
     }
 #elif ZVX_ISA_LEVEL == 1
     if constexpr (sizeof(R) == sizeof(double)) {
