@@ -210,7 +210,7 @@ template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, com
 // mirrored elements conjugated, the diagonal's real part. Done before the walk, in a call of its
 // own: formed in vectors inside the walk, the same blocks made the lower walks half as slow again
 // at orders 250 to 700 (the walk's sums and multipliers already fill the vector registers). The
-// vector forms (AVX-512 double and single, AVX2 double) measured 0.64-0.95 of the scalar blocks'
+// vector forms (AVX-512 double and single, AVX2 double) measured 0.64-1.0 of the scalar blocks'
 // time at orders 32 to 1,000, both builds alternating in one process.
 template <class R>
 __attribute__((noinline)) void hemv_diagonal_blocks(bool upper, int groups, const complex_t<R>* a, long lda,
