@@ -198,16 +198,6 @@ speedups speedup(const shape& s, const zvx_bench::options& opt) {
   return {f.wall, f.predicted};
 }
 
-// One thread against two on the same work, about two seconds of one-thread calls and at least 15
-// rounds: on a loaded machine the least call is one where both threads ran at once, and short
-// calls need more tries to meet one.
-two_thread_figures two_threads(const std::function<void()>& one, const std::function<void()>& two) {
-  const double start = wall_seconds();
-  one();
-  const double once = std::max(wall_seconds() - start, 1e-6);
-  return zvx_bench::two_threads(one, two, std::max(15, static_cast<int>(0.5 / once)), 4);
-}
-
 double relative_difference(const zvx_complex16* ours, const fftw_complex* peer, long n,
                            bool reversed) {
   int bits = 0;
@@ -232,8 +222,8 @@ double relative_difference(const zvx_complex16* ours, const fftw_complex* peer, 
 // different rounds mixes a quiet second of one side with a busy one of the other. So each round
 // gives its own ratios; the row shows their medians and the spread of the wall-clock ones.
 struct two_thread_rounds {
-  two_thread_figures all;  // least times of all rounds
   std::vector<double> walls, predicted, overhead;  // each round's ratios
+  double wall2 = 1e30, cpu1 = 1e30, larger2 = 1e30;  // least times of all rounds, seconds
 };
 two_thread_rounds rounds_of_two_threads(const std::function<void()>& one,
                                         const std::function<void()>& two) {
@@ -243,19 +233,15 @@ two_thread_rounds rounds_of_two_threads(const std::function<void()>& one,
   const double once = std::max(wall_seconds() - start, 1e-6);
   const int samples = std::max(6, static_cast<int>(0.1 / once));
   two_thread_rounds r;
-  double w1 = 1e30, w2 = 1e30, c1 = 1e30, larger = 1e30, sum = 1e30;
   for (int k = 0; k < kRounds; ++k) {
     const two_thread_figures f = zvx_bench::two_threads(one, two, samples, 4);
     r.walls.push_back(f.wall);
     r.predicted.push_back(f.predicted);
     r.overhead.push_back(f.overhead);
-    w1 = std::min(w1, f.wall1);
-    w2 = std::min(w2, f.wall2);
-    c1 = std::min(c1, f.cpu1);
-    larger = std::min(larger, f.larger2);
-    sum = std::min(sum, f.overhead * f.cpu1);
+    r.wall2 = std::min(r.wall2, f.wall2);
+    r.cpu1 = std::min(r.cpu1, f.cpu1);
+    r.larger2 = std::min(r.larger2, f.larger2);
   }
-  r.all = {w1 / w2, c1 / larger, sum / c1, w1, w2, c1, larger};
   return r;
 }
 
@@ -346,16 +332,15 @@ void large_rows(const zvx_bench::options& opt) {
       };
       std::vector<double> walls = r.walls;
       std::sort(walls.begin(), walls.end());
-      const two_thread_figures& f = r.all;
       char text[224];
       std::snprintf(text, sizeof text,
                     "%.3fx wall (rounds %.2f-%.2f); %.3fx T1 / larger thread CPU; sum / T1 %.3f",
                     median(r.walls), walls.front(), walls.back(), median(r.predicted),
                     median(r.overhead));
       t.add({"2^" + std::to_string(lg), std::string(what) + ", two threads against our one",
-             zvx_bench::fmt(f.wall2 * 1e3, 2), "", text, ""});
+             zvx_bench::fmt(r.wall2 * 1e3, 2), "", text, ""});
       std::printf("large 2^%d %s two threads: %s (T1 %.3f ms, larger thread %.3f ms)\n", lg,
-                  what, text, f.cpu1 * 1e3, f.larger2 * 1e3);
+                  what, text, r.cpu1 * 1e3, r.larger2 * 1e3);
       std::fflush(stdout);
     };
     add("scrambled", rounds_of_two_threads([&] { dfti_compute_forward_z(&one, x.data()); },
