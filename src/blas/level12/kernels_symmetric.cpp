@@ -205,6 +205,142 @@ template <class R> inline complex_t<R> cmadd(complex_t<R> a, complex_t<R> b, com
   return {sfma(a.real, b.real, sfma(-a.imag, b.imag, c.real)), sfma(a.real, b.imag, sfma(a.imag, b.real, c.imag))};
 }
 
+// One diagonal block, for group g's multipliers tg, into out[0 .. 3]: `block` is the element at
+// the block's top left, lda apart columns.
+template <class R>
+inline void hermitian_block_scalar(bool upper, const complex_t<R>* block, long lda, const complex_t<R>* tg,
+                                   complex_t<R>* out) {
+  for (int c = 0; c < 4; ++c) {
+    const R diagonal = block[c + c * lda].real;
+    complex_t<R> sum = {tg[c].real * diagonal, tg[c].imag * diagonal};
+    for (int r = 0; r < 4; ++r) {
+      if (r == c) continue;
+      // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
+      const bool stored = upper ? c < r : c > r;
+      complex_t<R> acr = stored ? block[c + r * lda] : block[r + c * lda];
+      if (!stored) acr.imag = -acr.imag;
+      sum = cmadd<R>(acr, tg[r], sum);
+    }
+    out[c] = sum;
+  }
+}
+#if ZVX_ISA_LEVEL == 2
+inline void hermitian_block(bool upper, const complex_t<double>* block, long lda, const complex_t<double>* tg,
+                            complex_t<double>* out) {
+  // One vector a column of the block (four elements): the stored part S without the diagonal
+  // gives S t by columns and S^H t by the columns of its transpose (128-bit lanes exchanged),
+  // conjugated; the diagonal adds d t. The masked forms of the exchanges, all lanes set: the
+  // plain ones pass an undefined vector that this compiler warns about.
+  const double* base = &block->real;
+  __m512d col[4];
+  for (int r = 0; r < 4; ++r) {
+    const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
+                                  : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
+    col[r] = _mm512_maskz_loadu_pd(stored, base + 2 * r * lda);
+  }
+  const __m512d t01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0x44), t23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0x44);
+  const __m512d u01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0xEE), u23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0xEE);
+  const __m512d row[4] = {_mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0xDD),
+                          _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0xDD)};
+  const __m512d imag_sign = _mm512_set_pd(-0.0, 0.0, -0.0, 0.0, -0.0, 0.0, -0.0, 0.0);
+  __m512d p = _mm512_setzero_pd(), q = _mm512_setzero_pd();
+  for (int r = 0; r < 4; ++r) {
+    const __m512d tr = _mm512_set1_pd(tg[r].real), ti = _mm512_set1_pd(tg[r].imag);
+    p = _mm512_fmadd_pd(col[r], tr, p);
+    q = _mm512_fmadd_pd(col[r], ti, q);
+    const __m512d mirrored = _mm512_xor_pd(row[r], imag_sign);
+    p = _mm512_fmadd_pd(mirrored, tr, p);
+    q = _mm512_fmadd_pd(mirrored, ti, q);
+  }
+  const __m512d d = _mm512_set_pd(block[3 * (lda + 1)].real, block[3 * (lda + 1)].real, block[2 * (lda + 1)].real,
+                                  block[2 * (lda + 1)].real, block[lda + 1].real, block[lda + 1].real,
+                                  block[0].real, block[0].real);
+  const __m512d sign = _mm512_set_pd(1, -1, 1, -1, 1, -1, 1, -1);
+  __m512d product = _mm512_fmadd_pd(_mm512_maskz_permute_pd(0xFF, q, 0x55), sign, p);
+  product = _mm512_fmadd_pd(d, _mm512_loadu_pd(&tg->real), product);
+  _mm512_storeu_pd(&out->real, product);
+}
+inline void hermitian_block(bool upper, const complex_t<float>* block, long lda, const complex_t<float>* tg,
+                            complex_t<float>* out) {
+  // Single precision: a column of the block is half a vector; the transpose exchanges whole
+  // elements (64 bits) within and across the two 128-bit lanes.
+  const float* base = &block->real;
+  __m256d col[4];
+  for (int r = 0; r < 4; ++r) {
+    const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
+                                  : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
+    col[r] = _mm256_castps_pd(_mm256_maskz_loadu_ps(stored, base + 2 * r * lda));
+  }
+  const __m256d t0 = _mm256_unpacklo_pd(col[0], col[1]), t1 = _mm256_unpackhi_pd(col[0], col[1]);
+  const __m256d t2 = _mm256_unpacklo_pd(col[2], col[3]), t3 = _mm256_unpackhi_pd(col[2], col[3]);
+  const __m256 row[4] = {_mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x20)),
+                         _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x20)),
+                         _mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x31)),
+                         _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x31))};
+  const __m256 imag_sign = _mm256_set_ps(-0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f);
+  __m256 p = _mm256_setzero_ps(), q = _mm256_setzero_ps();
+  for (int r = 0; r < 4; ++r) {
+    const __m256 tr = _mm256_set1_ps(tg[r].real), ti = _mm256_set1_ps(tg[r].imag);
+    const __m256 c = _mm256_castpd_ps(col[r]);
+    p = _mm256_fmadd_ps(c, tr, p);
+    q = _mm256_fmadd_ps(c, ti, q);
+    const __m256 mirrored = _mm256_xor_ps(row[r], imag_sign);
+    p = _mm256_fmadd_ps(mirrored, tr, p);
+    q = _mm256_fmadd_ps(mirrored, ti, q);
+  }
+  const float d0 = block[0].real, d1 = block[lda + 1].real, d2 = block[2 * (lda + 1)].real,
+              d3 = block[3 * (lda + 1)].real;
+  const __m256 sign = _mm256_set_ps(1, -1, 1, -1, 1, -1, 1, -1);
+  __m256 product = _mm256_fmadd_ps(_mm256_permute_ps(q, 0xB1), sign, p);
+  product = _mm256_fmadd_ps(_mm256_set_ps(d3, d3, d2, d2, d1, d1, d0, d0), _mm256_loadu_ps(&tg->real), product);
+  _mm256_storeu_ps(&out->real, product);
+}
+#elif ZVX_ISA_LEVEL == 1
+inline void hermitian_block(bool upper, const complex_t<double>* block, long lda, const complex_t<double>* tg,
+                            complex_t<double>* out) {
+  // The same in two vectors a column (rows 0-1 and 2-3); the transpose's rows come from one
+  // 128-bit lane of each of two columns.
+  const double* base = &block->real;
+  __m256d col[4][2];
+  for (int r = 0; r < 4; ++r)
+    for (int h = 0; h < 2; ++h) {
+      const long long in[2] = {(upper ? 2 * h < r : 2 * h > r) ? -1LL : 0LL,
+                               (upper ? 2 * h + 1 < r : 2 * h + 1 > r) ? -1LL : 0LL};
+      const __m256i stored = _mm256_set_epi64x(in[1], in[1], in[0], in[0]);
+      col[r][h] = _mm256_maskload_pd(base + 2 * r * lda + 4 * h, stored);
+    }
+  const __m256d imag_sign = _mm256_set_pd(-0.0, 0.0, -0.0, 0.0);
+  __m256d p[2] = {_mm256_setzero_pd(), _mm256_setzero_pd()}, q[2] = {p[0], p[1]};
+  for (int r = 0; r < 4; ++r) {
+    const __m256d tr = _mm256_set1_pd(tg[r].real), ti = _mm256_set1_pd(tg[r].imag);
+    // Row r of the stored part, columns 0-1 and 2-3, conjugated: column r of S^H.
+    const int h = r / 2;
+    __m256d mirrored[2];
+    if (r % 2 == 0) {
+      mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x20);
+      mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x20);
+    } else {
+      mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x31);
+      mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x31);
+    }
+    for (int k = 0; k < 2; ++k) {
+      p[k] = _mm256_fmadd_pd(col[r][k], tr, p[k]);
+      q[k] = _mm256_fmadd_pd(col[r][k], ti, q[k]);
+      const __m256d m = _mm256_xor_pd(mirrored[k], imag_sign);
+      p[k] = _mm256_fmadd_pd(m, tr, p[k]);
+      q[k] = _mm256_fmadd_pd(m, ti, q[k]);
+    }
+  }
+  const __m256d sign = _mm256_set_pd(1, -1, 1, -1);
+  for (int k = 0; k < 2; ++k) {
+    const double d0 = block[2 * k * (lda + 1)].real, d1 = block[(2 * k + 1) * (lda + 1)].real;
+    __m256d product = _mm256_fmadd_pd(_mm256_permute_pd(q[k], 0x5), sign, p[k]);
+    product = _mm256_fmadd_pd(_mm256_set_pd(d1, d1, d0, d0), _mm256_loadu_pd(&tg[2 * k].real), product);
+    _mm256_storeu_pd(&out[2 * k].real, product);
+  }
+}
+#endif
+
 // The diagonal blocks of a Hermitian walk's groups: for group g, the 4 x 4 block of the matrix
 // at (j + 4g, j + 4g) times the group's multipliers t, into acc[4g ..]: the stored triangle, the
 // mirrored elements conjugated, the diagonal's real part. Done before the walk, in a call of its
@@ -217,137 +353,14 @@ __attribute__((noinline)) void hemv_diagonal_blocks(bool upper, int groups, cons
                                                     const complex_t<R>* t, complex_t<R>* acc) {
   for (int g = 0; g < groups; ++g) {
     const complex_t<R>* block = a + 4 * g * (lda + 1);
-    const complex_t<R>* tg = t + 4 * g;
 #if ZVX_ISA_LEVEL == 2
-    if constexpr (sizeof(R) == sizeof(double)) {
-      // One vector a column of the block (four elements): the stored part S without the diagonal
-      // gives S t by columns and S^H t by the columns of its transpose (128-bit lanes exchanged),
-      // conjugated; the diagonal adds d t. The masked forms of the exchanges, all lanes set: the
-      // plain ones pass an undefined vector that this compiler warns about.
-      const double* base = &block->real;
-      __m512d col[4];
-      for (int r = 0; r < 4; ++r) {
-        const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
-                                      : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
-        col[r] = _mm512_maskz_loadu_pd(stored, base + 2 * r * lda);
-      }
-      const __m512d t01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0x44), t23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0x44);
-      const __m512d u01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0xEE), u23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0xEE);
-      const __m512d row[4] = {_mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0xDD),
-                              _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, u01, u23, 0xDD)};
-      const __m512d imag_sign = _mm512_castsi512_pd(_mm512_set_epi64(
-          static_cast<long long>(0x8000000000000000ULL), 0, static_cast<long long>(0x8000000000000000ULL), 0,
-          static_cast<long long>(0x8000000000000000ULL), 0, static_cast<long long>(0x8000000000000000ULL), 0));
-      __m512d p = _mm512_setzero_pd(), q = _mm512_setzero_pd();
-      for (int r = 0; r < 4; ++r) {
-        const __m512d tr = _mm512_set1_pd(tg[r].real), ti = _mm512_set1_pd(tg[r].imag);
-        p = _mm512_fmadd_pd(col[r], tr, p);
-        q = _mm512_fmadd_pd(col[r], ti, q);
-        const __m512d mirrored = _mm512_xor_pd(row[r], imag_sign);
-        p = _mm512_fmadd_pd(mirrored, tr, p);
-        q = _mm512_fmadd_pd(mirrored, ti, q);
-      }
-      const __m512d d = _mm512_set_pd(block[3 * (lda + 1)].real, block[3 * (lda + 1)].real, block[2 * (lda + 1)].real,
-                                      block[2 * (lda + 1)].real, block[lda + 1].real, block[lda + 1].real,
-                                      block[0].real, block[0].real);
-      const __m512d sign = _mm512_set_pd(1, -1, 1, -1, 1, -1, 1, -1);
-      __m512d out = _mm512_fmadd_pd(_mm512_maskz_permute_pd(0xFF, q, 0x55), sign, p);
-      out = _mm512_fmadd_pd(d, _mm512_loadu_pd(&tg->real), out);
-      _mm512_storeu_pd(&acc[4 * g].real, out);
-      continue;
-    } else {
-      // Single precision: a column of the block is half a vector; the transpose exchanges whole
-      // elements (64 bits) within and across the two 128-bit lanes.
-      const float* base = &block->real;
-      __m256d col[4];
-      for (int r = 0; r < 4; ++r) {
-        const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
-                                      : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
-        col[r] = _mm256_castps_pd(_mm256_maskz_loadu_ps(stored, base + 2 * r * lda));
-      }
-      const __m256d t0 = _mm256_unpacklo_pd(col[0], col[1]), t1 = _mm256_unpackhi_pd(col[0], col[1]);
-      const __m256d t2 = _mm256_unpacklo_pd(col[2], col[3]), t3 = _mm256_unpackhi_pd(col[2], col[3]);
-      const __m256 row[4] = {_mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x20)),
-                             _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x20)),
-                             _mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x31)),
-                             _mm256_castpd_ps(_mm256_permute2f128_pd(t1, t3, 0x31))};
-      const __m256 imag_sign = _mm256_set_ps(-0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f);
-      __m256 p = _mm256_setzero_ps(), q = _mm256_setzero_ps();
-      for (int r = 0; r < 4; ++r) {
-        const __m256 tr = _mm256_set1_ps(tg[r].real), ti = _mm256_set1_ps(tg[r].imag);
-        const __m256 c = _mm256_castpd_ps(col[r]);
-        p = _mm256_fmadd_ps(c, tr, p);
-        q = _mm256_fmadd_ps(c, ti, q);
-        const __m256 mirrored = _mm256_xor_ps(row[r], imag_sign);
-        p = _mm256_fmadd_ps(mirrored, tr, p);
-        q = _mm256_fmadd_ps(mirrored, ti, q);
-      }
-      const float d0 = block[0].real, d1 = block[lda + 1].real, d2 = block[2 * (lda + 1)].real,
-                  d3 = block[3 * (lda + 1)].real;
-      const __m256 sign = _mm256_set_ps(1, -1, 1, -1, 1, -1, 1, -1);
-      __m256 out = _mm256_fmadd_ps(_mm256_permute_ps(q, 0xB1), sign, p);
-      out = _mm256_fmadd_ps(_mm256_set_ps(d3, d3, d2, d2, d1, d1, d0, d0), _mm256_loadu_ps(&tg->real), out);
-      _mm256_storeu_ps(&acc[4 * g].real, out);
-      continue;
-    }
+    hermitian_block(upper, block, lda, t + 4 * g, acc + 4 * g);
 #elif ZVX_ISA_LEVEL == 1
-    if constexpr (sizeof(R) == sizeof(double)) {
-      // The same in two vectors a column (rows 0-1 and 2-3); the transpose's rows come from one
-      // 128-bit lane of each of two columns.
-      const double* base = &block->real;
-      __m256d col[4][2];
-      for (int r = 0; r < 4; ++r)
-        for (int h = 0; h < 2; ++h) {
-          const long long in[2] = {(upper ? 2 * h < r : 2 * h > r) ? -1LL : 0LL,
-                                   (upper ? 2 * h + 1 < r : 2 * h + 1 > r) ? -1LL : 0LL};
-          const __m256i stored = _mm256_set_epi64x(in[1], in[1], in[0], in[0]);
-          col[r][h] = _mm256_maskload_pd(base + 2 * r * lda + 4 * h, stored);
-        }
-      const __m256d imag_sign = _mm256_set_pd(-0.0, 0.0, -0.0, 0.0);
-      __m256d p[2] = {_mm256_setzero_pd(), _mm256_setzero_pd()}, q[2] = {p[0], p[1]};
-      for (int r = 0; r < 4; ++r) {
-        const __m256d tr = _mm256_set1_pd(tg[r].real), ti = _mm256_set1_pd(tg[r].imag);
-        // Row r of the stored part, columns 0-1 and 2-3, conjugated: column r of S^H.
-        const int h = r / 2;
-        __m256d mirrored[2];
-        if (r % 2 == 0) {
-          mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x20);
-          mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x20);
-        } else {
-          mirrored[0] = _mm256_permute2f128_pd(col[0][h], col[1][h], 0x31);
-          mirrored[1] = _mm256_permute2f128_pd(col[2][h], col[3][h], 0x31);
-        }
-        for (int k = 0; k < 2; ++k) {
-          p[k] = _mm256_fmadd_pd(col[r][k], tr, p[k]);
-          q[k] = _mm256_fmadd_pd(col[r][k], ti, q[k]);
-          const __m256d m = _mm256_xor_pd(mirrored[k], imag_sign);
-          p[k] = _mm256_fmadd_pd(m, tr, p[k]);
-          q[k] = _mm256_fmadd_pd(m, ti, q[k]);
-        }
-      }
-      const __m256d sign = _mm256_set_pd(1, -1, 1, -1);
-      for (int k = 0; k < 2; ++k) {
-        const double d0 = block[2 * k * (lda + 1)].real, d1 = block[(2 * k + 1) * (lda + 1)].real;
-        __m256d out = _mm256_fmadd_pd(_mm256_permute_pd(q[k], 0x5), sign, p[k]);
-        out = _mm256_fmadd_pd(_mm256_set_pd(d1, d1, d0, d0), _mm256_loadu_pd(&tg[2 * k].real), out);
-        _mm256_storeu_pd(&acc[4 * g + 2 * k].real, out);
-      }
-      continue;
-    }
+    if constexpr (sizeof(R) == sizeof(double)) hermitian_block(upper, block, lda, t + 4 * g, acc + 4 * g);
+    else hermitian_block_scalar<R>(upper, block, lda, t + 4 * g, acc + 4 * g);
+#else
+    hermitian_block_scalar<R>(upper, block, lda, t + 4 * g, acc + 4 * g);
 #endif
-    for (int c = 0; c < 4; ++c) {
-      const R diagonal = block[c + c * lda].real;
-      complex_t<R> sum = {tg[c].real * diagonal, tg[c].imag * diagonal};
-      for (int r = 0; r < 4; ++r) {
-        if (r == c) continue;
-        // A(c, r): stored at (c, r) on the triangle's side, else the conjugate of (r, c).
-        const bool stored = upper ? c < r : c > r;
-        complex_t<R> acr = stored ? block[c + r * lda] : block[r + c * lda];
-        if (!stored) acr.imag = -acr.imag;
-        sum = cmadd<R>(acr, tg[r], sum);
-      }
-      acc[4 * g + c] = sum;
-    }
   }
 }
 
