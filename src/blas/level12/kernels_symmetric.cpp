@@ -14,8 +14,9 @@ namespace zvx::blas12::ZVX_ISA_NS {
 // the dots take their rows vector by vector from row 0 in every walk, so walks of one group or of
 // several give the same bits. Vectors where the triangle's edge passes, and the last partial
 // one, keep each column's products in its own lanes by selection (masked loads and FMAs): one
-// load and store of y a vector for all columns, and no read of an unstored element.
-template <class T, int G>
+// load and store of y a vector for all columns, and no read of an unstored element. With
+// `Ahead`, each column's line symv_prefetch_bytes down is requested as the walk reads a vector.
+template <class T, int G, bool Ahead>
 __attribute__((aligned(64))) void symv_groups(bool upper, long j, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   constexpr int w = W<T>;
   constexpr int C = 4 * G;
@@ -32,6 +33,7 @@ __attribute__((aligned(64))) void symv_groups(bool upper, long j, long n, T alph
   }
   // Column c (in the walk's order) over one vector of rows at i.
   auto column_step = [&](int c, V<T>& yv, V<T> xv, long i) __attribute__((always_inline)) {
+    if constexpr (Ahead) __builtin_prefetch(reinterpret_cast<const char*>(col[c] + i) + symv_prefetch_bytes, 0, 0);
     V<T> ac = ld(col[c] + i);
     in_register(ac);
     yv = vfma(ac, vt[c], yv);
@@ -161,8 +163,8 @@ void symv_column(bool upper, long j, long n, T alpha, const T* a, long lda, cons
 
 // Symmetric multiply: groups of four columns walk the rows (symv_groups), each element outside
 // the diagonal read once and serving twice, for the update of y and for the column's dot.
-template <class T>
-void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+template <class T, bool Ahead>
+void symv_walks(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
   // Whole groups of four columns in walks of as many groups as the order and the leading
   // dimension allow, then the groups left over one a walk, and the last n mod 4 columns alone:
   // from the left in the lower triangle, from the right in the upper one.
@@ -172,21 +174,21 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
     for (long j = n - 1; j >= n4; --j) symv_column<T>(true, j, n, alpha, a, lda, x, y);
     long j = n4;
     auto walks = [&]<int G>() {
-      for (; j - 4 * G >= 0; j -= 4 * G) symv_groups<T, G>(true, j - 4 * G, n, alpha, a, lda, x, y);
+      for (; j - 4 * G >= 0; j -= 4 * G) symv_groups<T, G, Ahead>(true, j - 4 * G, n, alpha, a, lda, x, y);
     };
     // Single groups first down to a multiple of the walk, so that the wide walks start on it.
     if (groups == 4) {
-      for (; j % 16 != 0; j -= 4) symv_groups<T, 1>(true, j - 4, n, alpha, a, lda, x, y);
+      for (; j % 16 != 0; j -= 4) symv_groups<T, 1, Ahead>(true, j - 4, n, alpha, a, lda, x, y);
       walks.template operator()<4>();
     } else if (groups == 2) {
-      for (; j % 8 != 0; j -= 4) symv_groups<T, 1>(true, j - 4, n, alpha, a, lda, x, y);
+      for (; j % 8 != 0; j -= 4) symv_groups<T, 1, Ahead>(true, j - 4, n, alpha, a, lda, x, y);
       walks.template operator()<2>();
     }
     walks.template operator()<1>();
   } else {
     long j = 0;
     auto walks = [&]<int G>() {
-      for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G>(false, j, n, alpha, a, lda, x, y);
+      for (; j + 4 * G <= n4; j += 4 * G) symv_groups<T, G, Ahead>(false, j, n, alpha, a, lda, x, y);
     };
     switch (groups) {
       case 4: walks.template operator()<4>(); break;
@@ -196,6 +198,12 @@ void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
     walks.template operator()<1>();
     for (; j < n; ++j) symv_column<T>(false, j, n, alpha, a, lda, x, y);
   }
+}
+
+template <class T>
+void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
+  if ((double)n * n * sizeof(T) / 2 > symv_prefetch_from_bytes) symv_walks<T, true>(upper, n, alpha, a, lda, x, y);
+  else symv_walks<T, false>(upper, n, alpha, a, lda, x, y);
 }
 
 // c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize

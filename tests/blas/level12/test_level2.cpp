@@ -556,15 +556,25 @@ TEST(SymmetricMultiply, FullPackedBandAllTypes) {
   for (double v : y) EXPECT_EQ(v, 0);
 }
 
+// The first order whose triangle is large enough for the walks to request their columns ahead.
+template <class T> int first_order_fetching_ahead() {
+  int n = 1;
+  while ((double)n * n * sizeof(T) / 2 <= zvx::blas12::symv_prefetch_from_bytes) ++n;
+  return n;
+}
+
 // Leading dimensions whose columns share few sets of the first-level cache make the unit-stride
 // sweep walk fewer groups at once: 4 KiB multiples one group, 2 KiB off two, others four. Every
 // walk keeps each element's order of operations, so one matrix stored at each leading dimension
-// gives the same bits, and the long double product bounds all of them.
+// gives the same bits, and the long double product bounds all of them. The orders include the
+// last one whose walks don't request their columns ahead and the first that does.
 template <class T> void check_symmetric_walks() {
   SCOPED_TRACE(info<T>::name);
   const int per_kib = 1024 / (int)sizeof(T);
   const int ldas[] = {4 * per_kib + 8, 4 * per_kib, 8 * per_kib, 5 * per_kib, 4 * per_kib + 1};
-  for (int n : {37, 203})
+  const int ahead = first_order_fetching_ahead<T>();
+  for (int lda : ldas) ASSERT_GE(lda, ahead);
+  for (int n : {37, 203, ahead - 1, ahead})
     for (char uplo : {'U', 'L'}) {
       SCOPED_TRACE(::testing::Message() << "n " << n << " uplo " << uplo);
       const bool upper = uplo == 'U';
