@@ -220,7 +220,7 @@ __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base,
 // With `whole`, the columns' dots run over all strips and are reduced and added to y once, for
 // callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
 // `stream` (whole columns only) asks for every line of the columns triangular_stream_ahead_bytes
-// ahead into the second-level cache instead. A template argument, so that the strips' kernel is
+// ahead instead (non-temporal hint). A template argument, so that the strips' kernel is
 // the code it was. The function starts on a line: the same instructions starting 48 bytes past
 // one took 1-2% longer at order 1,000 (both builds alternating in one process).
 template <class T, int C, bool whole = false, bool stream = false>
@@ -242,7 +242,7 @@ __attribute__((noinline, aligned(64))) void gemv_t_columns(long m, T alpha, cons
         for (int k = 0; k < C; ++k)
 #pragma GCC unroll 16
           for (long l = 0; l < strip_rows * (long)sizeof(T); l += 64)
-            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + triangular_stream_ahead_bytes + l, 0, 2);
+            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + triangular_stream_ahead_bytes + l, 0, 0);
     } else if (prefetch && m - i0 > gemv_prefetch_rows<T>) {
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
