@@ -210,7 +210,7 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 template <class T> const char* panel_trans(op o) { return o == op::n ? "N" : o == op::c ? "C" : "T"; }
 
 // Whether the triangle of order n is larger than triangular_stream_bytes, so that its transposed
-// panels come from memory.
+// panels come from beyond the second-level cache.
 template <class T> bool streams_from_memory(int n) {
   return (double)n * n * sizeof(T) / 2 > (double)triangular_stream_bytes;
 }
