@@ -97,7 +97,7 @@ inline void sgemv_n_group_walk(long m, T alpha, const T* a, long lda, const T* x
       for (int k = 0; k < G; ++k) {
         if constexpr (decltype(with_requests)::value)
           for (long b = 0; b < S * w; b += 64 / (long)sizeof(T))
-            _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_T1);
+            _mm_prefetch((const char*)(col[k] + i + ahead + b), _MM_HINT_NTA);
         for (int s = 0; s < S; ++s) acc[s] = vfma(ld(col[k] + i + s * w), t[k], acc[s]);
       }
       for (int s = 0; s < S; ++s) st(y + i + s * w, acc[s]);
@@ -115,7 +115,7 @@ void sgemv_n_columns(long m, long rest, long n, T alpha, const T* a, long lda, c
   constexpr long block = sgemv_n_rest_block;
   static_assert(block % G == 0, "groups must not straddle blocks");
   alignas(64) T sum[std::max<long>(strip_rows, 8 * W<T>)] = {};
-  const bool prefetch = (double)(m + rest) * (double)n * sizeof(T) > (double)sgemv_n_memory_bytes;
+  const bool prefetch = (double)(m + rest) * (double)n * sizeof(T) > (double)sgemv_n_prefetch_from_bytes;
   for (long jb = 0; jb < n; jb += block) {
     const long jn = std::min(block, n - jb);
     const T* ab = a + jb * lda;

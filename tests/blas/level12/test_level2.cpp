@@ -207,12 +207,14 @@ TEST(Gemv, ComplexNotTransposedFromMemory) {
 
 // Single precision not transposed walks groups of four columns: leading dimensions of 4 KiB
 // multiples (every column in one cache set), column counts that leave one to three columns after
-// the groups and a short block for the rest rows, and a matrix of more than 24 MB, which the walk
-// reads with requests ahead.
+// the groups and a short block for the rest rows, a matrix just past the size from which the walk
+// requests its lines ahead, and one past the size it takes as streaming from memory.
 TEST(Gemv, SinglePrecisionColumnGroups) {
   struct shape { int m, n, lda; };
+  const int ahead_n = (int)(zvx::blas12::sgemv_n_prefetch_from_bytes / (4 * 1000)) + 3;
+  const int memory_n = (int)(zvx::blas12::sgemv_n_memory_bytes / (4 * 200)) + 7;
   for (auto [m, n, lda] : {shape{1000, 19, 1024}, shape{1024, 35, 1024}, shape{64, 17, 2048}, shape{130, 18, 4096},
-                           shape{63, 33, 1024}, shape{200, 32800, 200}}) {
+                           shape{63, 33, 1024}, shape{1000, ahead_n, 1000}, shape{200, memory_n, 200}}) {
     SCOPED_TRACE(testing::Message() << m << " x " << n << " lda " << lda);
     const int one = 1;
     auto a = random_vector<float>((size_t)lda * n);
