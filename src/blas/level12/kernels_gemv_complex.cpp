@@ -5,11 +5,12 @@
 namespace zvx::blas12::ZVX_ISA_NS {
 
 // y(0:m) += A * (alpha * x), one column a pass across a chunk of columns; each column asks for its
-// lines a page ahead once a block, as the real kernel does, or, with `stream` (matrices from
-// memory), for each of the block's lines cgemv_n_stream_ahead_bytes ahead. The products with the real and the
-// imaginary part of each multiplier go to sums of their own, combined with y once a chunk: the
-// loop takes two FMAs per vector and no shuffle, where forming each complex product in place
-// put an exchange of the pairs of every vector on the port the FMAs share.
+// lines a page ahead once a block, as the real kernel does, or, with `stream` (matrices beyond the
+// second-level cache), for each of the block's lines cgemv_n_stream_ahead_bytes ahead. The
+// products with the real and the imaginary part of each multiplier go to sums of their own,
+// combined with y once a chunk: the loop takes two FMAs per vector and no shuffle, where forming
+// each complex product in place put an exchange of the pairs of every vector on the port the FMAs
+// share.
 template <class R, int B, bool stream = false>
 inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, long lda, R* y) {
   constexpr int w = W<R>;
@@ -20,7 +21,7 @@ inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, 
     if constexpr (stream) {
 #pragma GCC unroll 16
       for (long l = 0; l < B * w * (long)sizeof(R); l += 64)
-        __builtin_prefetch(reinterpret_cast<const char*>(col) + cgemv_n_stream_ahead_bytes + l, 0, 2);
+        __builtin_prefetch(reinterpret_cast<const char*>(col) + cgemv_n_stream_ahead_bytes + l, 0, 0);
     } else if constexpr (B > 1) {
       __builtin_prefetch(col + gemv_prefetch_rows<R>, 0, 0);
     }

@@ -31,13 +31,15 @@ template <class T> constexpr long gemv_column_chunk_of = sizeof(T) == 4 ? 16 : g
 // in place per vector (with an exchange of its pairs) in blocks of sixteen 1.18-1.25.
 template <class R> constexpr long cgemv_n_column_chunk = sizeof(R) == 8 ? 16 : gemv_column_chunk;
 template <class R> constexpr int cgemv_n_register_vectors(int vector_bytes) { return vector_bytes == 64 ? 12 : 4; }
-// Matrices larger than this many bytes come from memory, and the blocks ask for every line of
-// their columns this far ahead into the second-level cache, in place of one request a page ahead
-// per column and block. Order 1,000 (16 MB) on the loaded machine, both builds in one process,
-// six runs: medians 0.99-1.09 of the peer's time against 1.07-1.14, better in every run; in
-// separate processes 1.02-1.14 against 1.15-1.24, 4 KiB ahead 1.08-1.23. The same bound as the
-// transposed triangular panels'.
-constexpr long cgemv_n_stream_bytes = 8L << 20;
+// Matrices larger than this many bytes (the second-level cache) come from the last-level cache or
+// memory, and the blocks ask for every line of their columns this far ahead, into the first-level
+// cache with the non-temporal hint, in place of one request a page ahead per column and block.
+// zgemv N, a processor with a 1 MiB second level, both builds and the peer alternating in one
+// process, three runs: orders 400, 700, 1,000 and 2,000 1.00-1.03, 0.86-0.97, 0.81-0.83 and
+// 0.67-0.69 of the peer's time against 1.05-1.09, 0.95-1.06, 0.97-1.12 and 0.71-0.73 with the
+// former requests (the same distance into the second level, from 8 MB up); 256 bytes ahead
+// 0.96-0.99, 0.90-0.97, 0.98-1.00 and 0.75-0.77.
+constexpr long cgemv_n_stream_bytes = 1L << 20;
 constexpr long cgemv_n_stream_ahead_bytes = 1024;
 // Complex columns a transposed complex gemv pass takes: two sums per column, so that the
 // accumulators take half of the vector registers (16 of 32 with AVX-512, 8 of 16 otherwise) and
