@@ -71,9 +71,10 @@ constexpr long symv_wide_walk_bytes = 12000;
 // measured within a few per cent of these; into the second-level cache (hints T1, T2) a plain
 // stream of the same data from the last-level cache took 30% longer than without any request.
 // Below this size the triangle stays in the second level, where the requests only add work
-// (order 250: 0.94-0.97 against 0.92).
+// (order 400, 640 KB: 0.77-0.93 against 0.73-0.88, three runs; order 500, 1 MB: 0.80-0.94 against
+// 0.83-1.00).
 constexpr long symv_prefetch_bytes = 256;
-constexpr long symv_prefetch_from_bytes = 512L << 10;
+constexpr long symv_prefetch_from_bytes = 768L << 10;
 // Addresses this many bytes apart fall into one set of the first-level cache (32 KiB, 8 ways,
 // 64-byte lines), and the columns of a walk that one set may hold at once: half its ways, the
 // other half for the lines fetched ahead and for x and y.
