@@ -25,11 +25,12 @@ struct real_kernels {
   // larger than the caches).
   void (*gemv_n)(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y,
                  bool prefetch);
-  // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y.
+  // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y; with `prefetch`, matrices beyond
+  // column_stream_bytes have their columns' lines requested ahead.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
   // The same product with each column's dot taken over its whole length and added to y once (not
-  // strip by strip as gemv rounds it). `stream`: the matrix comes from memory and the columns'
-  // lines are requested ahead (triangular_stream_bytes).
+  // strip by strip as gemv rounds it). `stream`: the matrix comes from beyond the second-level
+  // cache and the columns' lines are requested ahead (column_stream_bytes).
   void (*column_dots)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool stream);
   // Dots of columns whose x slides one element a column (band storage):
   // out(c) = sum over i < len of a(c * lda + i) * x(c + i), for c < cols.

@@ -219,9 +219,8 @@ __attribute__((always_inline)) inline V<T> gemv_t_strip(const char* const* base,
 // across the strips.
 // With `whole`, the columns' dots run over all strips and are reduced and added to y once, for
 // callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
-// `stream` (whole columns only) asks for every line of the columns triangular_stream_ahead_bytes
-// ahead instead (non-temporal hint). A template argument, so that the strips' kernel is
-// the code it was. The function starts on a line: the same instructions starting 48 bytes past
+// `stream` asks for every line of the columns column_stream_ahead_bytes ahead instead
+// (non-temporal hint). A template argument, so that the kernel without it is the code it was. The function starts on a line: the same instructions starting 48 bytes past
 // one took 1-2% longer at order 1,000 (both builds alternating in one process).
 template <class T, int C, bool whole = false, bool stream = false>
 __attribute__((noinline, aligned(64))) void gemv_t_columns(long m, T alpha, const T* a, long lda, const T* x, T* y,
@@ -236,13 +235,13 @@ __attribute__((noinline, aligned(64))) void gemv_t_columns(long m, T alpha, cons
   long i0 = 0;
   V<T> acc[w] = {};
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
-    if constexpr (whole && stream) {
-      if ((m - i0) * (long)sizeof(T) > triangular_stream_ahead_bytes)
+    if constexpr (stream) {
+      if ((m - i0) * (long)sizeof(T) > column_stream_ahead_bytes)
 #pragma GCC unroll 16
         for (int k = 0; k < C; ++k)
 #pragma GCC unroll 16
           for (long l = 0; l < strip_rows * (long)sizeof(T); l += 64)
-            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + triangular_stream_ahead_bytes + l, 0, 0);
+            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + column_stream_ahead_bytes + l, 0, 0);
     } else if (prefetch && m - i0 > gemv_prefetch_rows<T>) {
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
@@ -279,9 +278,13 @@ inline void gemv_t_tail(long m, long n, T alpha, const T* a, long lda, const T* 
 template <class T>
 void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
-  long j = 0;
-  for (; j + w <= n; j += w) gemv_t_columns<T, w>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
-  gemv_t_tail<T, w / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
+  auto walk = [&]<bool S>() {
+    long j = 0;
+    for (; j + w <= n; j += w) gemv_t_columns<T, w, false, S>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
+    gemv_t_tail<T, w / 2, false, S>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
+  };
+  if (prefetch && (double)m * n * sizeof(T) > (double)column_stream_bytes) walk.template operator()<true>();
+  else walk.template operator()<false>();
 }
 
 template <class T>

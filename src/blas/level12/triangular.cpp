@@ -209,10 +209,10 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 
 template <class T> const char* panel_trans(op o) { return o == op::n ? "N" : o == op::c ? "C" : "T"; }
 
-// Whether the triangle of order n is larger than triangular_stream_bytes, so that its transposed
+// Whether the triangle of order n is larger than column_stream_bytes, so that its transposed
 // panels come from beyond the second-level cache.
 template <class T> bool streams_from_memory(int n) {
-  return (double)n * n * sizeof(T) / 2 > (double)triangular_stream_bytes;
+  return (double)n * n * sizeof(T) / 2 > (double)column_stream_bytes;
 }
 
 // x(to:to+b) += alpha * op(A(0:len, 0:b))' * x(from:from+len), the transposed panel beside a

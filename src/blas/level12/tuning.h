@@ -165,17 +165,21 @@ constexpr int trsv_block = 32;
 // trmv_t_block), against 16 in one process: 32 took 1.03-1.13 times the time at orders 100 to
 // 700, 8 took 0.96-0.98 at 100 but 1.10-1.14 at 400.
 constexpr int trmv_transposed_block = 16;
-// Real triangles larger than this many bytes (the second-level cache) come from the last-level
-// cache or memory, and the whole-column dots of their transposed panels ask for every line of
-// their columns this far ahead, into the first-level cache with the non-temporal hint, in place of
-// one request a page ahead per strip. A processor with a 1 MiB second level, both builds and the
-// peer alternating in one process: dtrmv UT/LT at order 700 0.91-0.92 of the peer's time against
-// 0.96-0.97 without, dtrsv UT/LT at 700 0.87-0.92 against 0.92-1.00, at 2,000 0.76-0.80 against
-// 0.88-0.90 with the former requests (1 KiB ahead into the second level, from 8 MB up); 1 KiB
-// ahead into the first level 0.77-1.06, 512 bytes with the temporal hint 0.75-1.01. At order 400
-// (640 KB, second-level cache) the requests cost 5-8%.
-constexpr long triangular_stream_bytes = 1L << 20;
-constexpr long triangular_stream_ahead_bytes = 256;
+// Real columns walked for their dots (transposed gemv, the transposed panels of the triangular
+// multiply and solve) from matrices or triangles larger than this many bytes (the second-level
+// cache) come from the last-level cache or memory, and the walks ask for every line of their
+// columns this far ahead, into the first-level cache with the non-temporal hint, in place of one
+// request a page ahead per strip. A processor with a 1 MiB second level, both builds and the peer
+// alternating in one process, matrices 16 bytes off a line: dtrmv UT/LT at order 700 0.91-0.92 of
+// the peer's time against 0.96-0.97 without, dtrsv UT/LT at 700 0.87-0.92 against 0.92-1.00, at
+// 2,000 0.76-0.80 against 0.88-0.90 with the former requests (1 KiB ahead into the second level,
+// from 8 MB up); 1 KiB ahead into the first level 0.77-1.06, 512 bytes with the temporal hint
+// 0.75-1.01. At order 400 (640 KB, second-level cache) the requests cost 5-8%. dgemv T at orders
+// 700, 1,000, 2,000 and 4,000: 0.90, 1.05-1.08, 0.85 and 0.80-0.84 against 0.97-0.99, 1.21-1.25,
+// 1.07-1.19 and 0.96-0.97 (in minutes when the last-level cache ran slow); sgemv T at 1,000, 1,024
+// and 2,000: 0.96-0.99, 0.94-0.95 and 0.92 against 1.03-1.04, 0.98-0.99 and 0.98.
+constexpr long column_stream_bytes = 1L << 20;
+constexpr long column_stream_ahead_bytes = 256;
 // Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
 // kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or

@@ -188,6 +188,35 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
+// Real transposed on matrices just past column_stream_bytes, whose columns' lines are requested
+// ahead: rows that end in a short strip, columns that leave a partial group, and the same matrix
+// under the bound, which must give the same bits (the requests change no arithmetic).
+template <class T> void check_gemv_t_streaming() {
+  SCOPED_TRACE(info<T>::name);
+  const int n = (int)std::sqrt((double)zvx::blas12::column_stream_bytes / sizeof(T)) + 7;
+  const int m = n + 13, lda = m + 1, one = 1;
+  ASSERT_GT((double)m * n * sizeof(T), (double)zvx::blas12::column_stream_bytes);
+  auto a = random_vector<T>((size_t)lda * n);
+  dense M(m, n);
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
+  auto x = random_vector<T>(m), y = random_vector<T>(n);
+  const T alpha = random_value<T>(), beta = random_value<T>();
+  auto y1 = y;
+  l2<T>::gemv("T", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
+  check_product(M, 't', L(alpha), x, 1, y, L(beta), y1, 1, "gemv T streaming");
+  // The first 32 columns alone are well under the bound; their results must match bit for bit.
+  const int few = 32;
+  auto y2 = y;
+  l2<T>::gemv("T", &m, &few, &alpha, a.data(), &lda, x.data(), &one, &beta, y2.data(), &one);
+  for (int j = 0; j < few; ++j) ASSERT_TRUE(same_bits(y1[j], y2[j])) << "column " << j;
+}
+
+TEST(Gemv, RealTransposedBeyondTheSecondLevel) {
+  check_gemv_t_streaming<float>();
+  check_gemv_t_streaming<double>();
+}
+
 // Complex not transposed on matrices past cgemv_n_stream_bytes (their strips alone past it too),
 // whose blocks request every line ahead: two chunks of columns and a short one, and rows that
 // leave a partial block, vectors and scalar rows after the strips.
@@ -382,14 +411,14 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
-// Real transposed multiply and solve on triangles past triangular_stream_bytes, whose panels ask
+// Real transposed multiply and solve on triangles past column_stream_bytes, whose panels ask
 // for their lines ahead while they take their dots: the smallest such order plus a few rows (so
 // the last panels end in a short strip and a partial group of columns), every form with a
 // transposed panel, against long double sums read straight from the storage. The other triangle
 // holds NaN, so a read or request that strays into it shows in the result.
 template <class T> void check_streaming_triangles() {
   SCOPED_TRACE(info<T>::name);
-  const long bytes = zvx::blas12::triangular_stream_bytes;
+  const long bytes = zvx::blas12::column_stream_bytes;
   const int n = (int)std::ceil(std::sqrt(2.0 * (double)bytes / sizeof(T))) + 5, lda = n + 3;
   ASSERT_GT((double)n * n * sizeof(T) / 2, (double)bytes);
   std::vector<T> a((size_t)lda * n);
