@@ -6,10 +6,11 @@
 namespace zvx::blas12::ZVX_ISA_NS {
 
 // y(0:m) += A * (alpha * x) for one block of rows: y is kept in R registers while the columns
-// stream past, two columns a pass, as y = a1 * t1 + y + a2 * t2. With 64-byte vectors the pass
+// stream past, two columns a pass, as y = a1 * t1 + y + a2 * t2. With `lines`, every line of the
+// block's columns is requested gemv_n_stream_ahead_bytes ahead. With 64-byte vectors the pass
 // stays a loop rather than being unrolled over the chunk: the short loop measured faster from the
 // last-level cache than the straight-line chunk (with narrower vectors it measured slower).
-template <class T, int R>
+template <class T, int R, bool lines = false>
 inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch) {
   constexpr int w = W<T>;
   V<T> acc[R];
@@ -18,7 +19,13 @@ inline void gemv_n_block(long n, T alpha, const T* a, long lda, const T* x, T* y
   auto pair = [&](long j) __attribute__((always_inline)) {
     const T* a1 = a + j * lda;
     const T* a2 = a1 + lda;
-    if (prefetch) {
+    if constexpr (lines) {
+#pragma GCC unroll 16
+      for (long l = 0; l < R * w * (long)sizeof(T); l += 64) {
+        __builtin_prefetch(reinterpret_cast<const char*>(a1) + gemv_n_stream_ahead_bytes + l, 0, 0);
+        __builtin_prefetch(reinterpret_cast<const char*>(a2) + gemv_n_stream_ahead_bytes + l, 0, 0);
+      }
+    } else if (prefetch) {
       __builtin_prefetch(a1 + gemv_prefetch_rows<T>, 0, 0);
       __builtin_prefetch(a2 + gemv_prefetch_rows<T>, 0, 0);
     }
@@ -57,6 +64,8 @@ void gemv_n_walk(long m, long rest, long n, T alpha, const T* a, long lda, const
     const T* xc = x + jc;
     long i = 0;
     // Prefetch only where the column goes on beyond the distance.
+    if (prefetch && (double)m * n * sizeof(T) > (double)column_stream_bytes)
+      for (; i + R * w <= m; i += R * w) gemv_n_block<T, R, true>(jn, alpha, ac + i, lda, xc, y + i, true);
     for (; i + R * w <= m; i += R * w)
       gemv_n_block<T, R>(jn, alpha, ac + i, lda, xc, y + i, prefetch && m - i > gemv_prefetch_rows<T>);
     for (; i + 4 * w <= m; i += 4 * w)

@@ -181,6 +181,9 @@ template <class T> void check_gemv_long_columns() {
     SCOPED_TRACE(m);
     check_gemv_n_dense<T>(m, 19, "gemv long columns");
   }
+  // Past column_stream_bytes, where the blocks request their columns' lines ahead.
+  const int n = (int)(zvx::blas12::column_stream_bytes / ((long)sizeof(T) * 2090)) + 3;
+  check_gemv_n_dense<T>(2090, n, "gemv long columns beyond the second level");
 }
 
 TEST(Gemv, LongColumnsNotTransposed) {
