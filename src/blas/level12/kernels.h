@@ -58,7 +58,7 @@ struct complex_kernels {
                  complex_t<R>* y, bool conjugate_a);
   // The same product with each column's sums taken over its whole length and added to y once.
   void (*column_dots)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
-                      complex_t<R>* y, bool conjugate_a);
+                      complex_t<R>* y, bool conjugate_a, bool stream);
   // The rows left after the strips, not transposed, unit increments: y(i) += alpha * sum.
   void (*gemv_rest_n)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
                       complex_t<R>* y);

@@ -181,7 +181,7 @@ __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_str
 // in registers across the strips.
 // With `whole`, the columns' sums run over all strips and are reduced and added to y once, for
 // callers that don't need the strips' rounding (the panels of the triangular multiply and solve).
-template <class R, int C, bool whole = false>
+template <class R, int C, bool whole = false, bool stream = false>
 __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const complex_t<R>* a, long lda,
                                                const complex_t<R>* x, complex_t<R>* y, bool conjugate_a) {
   constexpr int w = W<R>;
@@ -206,10 +206,18 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
   [[maybe_unused]] V<R> acc[groups * w] = {};
   long i0 = 0;
   for (; i0 + strip_rows <= m; i0 += strip_rows) {
-    if (m - i0 > gemv_prefetch_rows<complex_t<R>>)
+    if constexpr (stream) {
+      if ((m - i0) * (long)sizeof(complex_t<R>) > column_stream_ahead_bytes)
+#pragma GCC unroll 16
+        for (int k = 0; k < C; ++k)
+#pragma GCC unroll 32
+          for (long l = 0; l < strip_rows * (long)sizeof(complex_t<R>); l += 64)
+            __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + column_stream_ahead_bytes + l, 0, 0);
+    } else if (m - i0 > gemv_prefetch_rows<complex_t<R>>) {
 #pragma GCC unroll 16
       for (int k = 0; k < C; ++k)
         __builtin_prefetch(base[k / 4] + (k % 4) * ld1 + gemv_prefetch_bytes, 0, 0);
+    }
     if constexpr (whole) cgemv_t_strip_sums<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, acc);
     else add(cgemv_t_strip<R, C, false>(base, ld1, ld3, xr + 2 * i0, strip_rows, conjugate_a, seq{}));
     for (int b = 0; b < bases; ++b) base[b] += strip_rows * (long)sizeof(complex_t<R>);
@@ -226,17 +234,17 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
 }
 
 // Columns left after the full passes: groups of half as many, a quarter, ..., 1 as they fit.
-template <class R, int C, bool whole = false>
+template <class R, int C, bool whole = false, bool stream = false>
 inline void cgemv_t_tail(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
                          bool conjugate_a) {
   if constexpr (C >= 1) {
     if (n >= C) {
-      cgemv_t_columns<R, C, whole>(m, alpha, a, lda, x, y, conjugate_a);
+      cgemv_t_columns<R, C, whole, stream>(m, alpha, a, lda, x, y, conjugate_a);
       a += C * lda;
       y += C;
       n -= C;
     }
-    cgemv_t_tail<R, C / 2, whole>(m, n, alpha, a, lda, x, y, conjugate_a);
+    cgemv_t_tail<R, C / 2, whole, stream>(m, n, alpha, a, lda, x, y, conjugate_a);
   }
 }
 
@@ -251,11 +259,15 @@ void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda
 
 template <class R>
 void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
-                  complex_t<R>* y, bool conjugate_a) {
+                  complex_t<R>* y, bool conjugate_a, bool stream) {
   constexpr int cols = cgemv_t_columns_per_pass(vector_bytes);
-  long j = 0;
-  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols, true>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
-  cgemv_t_tail<R, cols / 2, true>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  auto walk = [&]<bool S>() {
+    long j = 0;
+    for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols, true, S>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+    cgemv_t_tail<R, cols / 2, true, S>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  };
+  if (stream) walk.template operator()<true>();
+  else walk.template operator()<false>();
 }
 
 #define ZVX_CGEMV(R)                                                                               \
@@ -266,7 +278,7 @@ void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, lon
   template void cgemv_t<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
                            complex_t<R>*, bool);                                                   \
   template void ccolumn_dots<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
-                                complex_t<R>*, bool);
+                                complex_t<R>*, bool, bool);
 ZVX_CGEMV(float)
 ZVX_CGEMV(double)
 #undef ZVX_CGEMV

@@ -51,7 +51,7 @@ void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda
              complex_t<R>* y, bool conjugate_a);
 template <class R>
 void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
-                  complex_t<R>* y, bool conjugate_a);
+                  complex_t<R>* y, bool conjugate_a, bool stream);
 
 // kernels_symmetric.cpp
 template <class T>

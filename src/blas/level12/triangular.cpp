@@ -227,7 +227,7 @@ void transposed_panel(op o, long len, long b, T alpha, const T* a, int lda, T* x
   if constexpr (!is_complex<T>) {
     if (incx == 1) return kernels_for<T>().column_dots(len, b, alpha, a, lda, x0 + from, x0 + to, stream);
   } else {
-    if (incx == 1) return kernels_for<T>().column_dots(len, b, alpha, a, lda, x0 + from, x0 + to, o == op::c);
+    if (incx == 1) return kernels_for<T>().column_dots(len, b, alpha, a, lda, x0 + from, x0 + to, o == op::c, stream);
   }
   gemv<T>(panel_trans<T>(o), (int)len, (int)b, alpha, a, lda, part(x0, from, len, incx), incx, from_real<T>(1),
           part(x0, to, b, incx), incx);
@@ -245,9 +245,9 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
   const T one = from_real<T>(1);
   auto blk = [&](long j) { return a + j + j * ld; };
   const bool forward = (o == op::n) == upper;  // blocks from the top down
-  // Real transposed with a contiguous x: the panels take the whole-column dots, and the smaller
-  // blocks leave less of the triangle to the scalar dots.
-  const long step = (!is_complex<T> && o != op::n && incx == 1) ? trmv_transposed_block : trmv_block;
+  // Transposed with a contiguous x: the panels take the whole-column dots, and the smaller blocks
+  // leave less of the triangle to the scalar dots.
+  const long step = (o != op::n && incx == 1) ? (is_complex<T> ? ctrmv_transposed_block : trmv_transposed_block) : trmv_block;
   if (forward) {
     for (long j = 0; j < n; j += step) {
       const long b = std::min<long>(step, n - j);

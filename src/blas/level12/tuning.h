@@ -165,7 +165,13 @@ constexpr int trsv_block = 32;
 // trmv_t_block), against 16 in one process: 32 took 1.03-1.13 times the time at orders 100 to
 // 700, 8 took 0.96-0.98 at 100 but 1.10-1.14 at 400.
 constexpr int trmv_transposed_block = 16;
-// Real columns walked for their dots (transposed gemv, the transposed panels of the triangular
+// Complex transposed multiply with unit increments: blocks of 16 rows as well, whose diagonal
+// triangles (halved down to scalar leaves, a fifth of the time at order 700 with blocks of 64)
+// leave more of the work to the panels' vector dots. Against blocks of 64, both in one process
+// with the peer, two runs: orders 100 to 400 0.65-0.94 of the peer's time against 0.71-1.06, 700
+// 0.94-1.06 against 0.92-1.07; order 32 0.72-0.76 against 0.69-0.76.
+constexpr int ctrmv_transposed_block = 16;
+// Columns walked for their dots (real transposed gemv, the transposed panels of the triangular
 // multiply and solve) from matrices or triangles larger than this many bytes (the second-level
 // cache) come from the last-level cache or memory, and the walks ask for every line of their
 // columns this far ahead, into the first-level cache with the non-temporal hint, in place of one
@@ -177,7 +183,9 @@ constexpr int trmv_transposed_block = 16;
 // 0.75-1.01. At order 400 (640 KB, second-level cache) the requests cost 5-8%. dgemv T at orders
 // 700, 1,000, 2,000 and 4,000: 0.90, 1.05-1.08, 0.85 and 0.80-0.84 against 0.97-0.99, 1.21-1.25,
 // 1.07-1.19 and 0.96-0.97 (in minutes when the last-level cache ran slow); sgemv T at 1,000, 1,024
-// and 2,000: 0.96-0.99, 0.94-0.95 and 0.92 against 1.03-1.04, 0.98-0.99 and 0.98.
+// and 2,000: 0.96-0.99, 0.94-0.95 and 0.92 against 1.03-1.04, 0.98-0.99 and 0.98. The complex
+// panels take the same requests: ztrsv UT/LT at 700 and 1,000 1.00-1.05 against 1.03-1.10, in
+// minutes when the peer's time was 1.1 times its usual (ztrmv 0-2% faster).
 constexpr long column_stream_bytes = 1L << 20;
 constexpr long column_stream_ahead_bytes = 256;
 // Double not transposed, from matrices beyond column_stream_bytes: each block of rows asks for the

@@ -358,13 +358,13 @@ std::vector<T> make_triangle(storage_kind kind, bool upper, bool unit, int n, in
 template <class T> void check_triangular(storage_kind kind, long double scale = 1) {
   SCOPED_TRACE(info<T>::name);
   // Around the row blocks of the unit-increment solve and multiply, and the triangles that end the
-  // halving of complex blocks (a leaf, one row more, two leaves and one), and the real transposed
-  // multiply's smaller blocks; the last order makes the transposed panels beside the blocks span
+  // halving of complex blocks (a leaf, one row more, two leaves and one), and the transposed
+  // multiply's smaller blocks (real and complex); the last order makes the transposed panels beside the blocks span
   // several strips and a short one.
   constexpr int sb = zvx::blas12::trsv_block, mb = zvx::blas12::trmv_block, leaf = (int)zvx::blas12::triangular_leaf;
-  constexpr int tb = zvx::blas12::trmv_transposed_block;
+  constexpr int tb = zvx::blas12::trmv_transposed_block, ctb = zvx::blas12::ctrmv_transposed_block;
   constexpr int strip = (int)zvx::blas12::strip_rows;
-  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, tb - 1, tb, tb + 1, 2 * tb + 3, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2, 4 * strip + 3}
+  const std::vector<int> sizes = kind == storage_kind::full ? std::vector<int>{0, 1, leaf, leaf + 1, 2 * leaf + 1, tb - 1, tb, tb + 1, 2 * tb + 3, ctb + 1, 2 * ctb + 3, sb - 1, sb, sb + 1, mb, mb + 1, 3 * sb + 1, 2 * mb + 2, 4 * strip + 3}
                                                              : std::vector<int>{0, 1, 4, 17, 40};
   for (int n : sizes)
     for (int k : kind == storage_kind::band ? std::vector<int>{0, 1, 3, n + 2} : std::vector<int>{0})
@@ -414,7 +414,7 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
-// Real transposed multiply and solve on triangles past column_stream_bytes, whose panels ask
+// Transposed multiply and solve on triangles past column_stream_bytes, whose panels ask
 // for their lines ahead while they take their dots: the smallest such order plus a few rows (so
 // the last panels end in a short strip and a partial group of columns), every form with a
 // transposed panel, against long double sums read straight from the storage. The other triangle
@@ -456,9 +456,11 @@ template <class T> void check_streaming_triangles() {
   }
 }
 
-TEST(Triangular, RealTransposedPanelsFromMemory) {
+TEST(Triangular, TransposedPanelsBeyondTheSecondLevel) {
   check_streaming_triangles<float>();
   check_streaming_triangles<double>();
+  check_streaming_triangles<zvx_complex8>();
+  check_streaming_triangles<zvx_complex16>();
 }
 
 // Real diagonal blocks multiply by the reciprocals of their diagonal only where that is as good
