@@ -292,7 +292,7 @@ void gemv_t(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, boo
     for (; j + w <= n; j += w) gemv_t_columns<T, w, false, S>(m, alpha, a + j * lda, lda, x, y + j, prefetch);
     gemv_t_tail<T, w / 2, false, S>(m, n - j, alpha, a + j * lda, lda, x, y + j, prefetch);
   };
-  if (prefetch && (double)m * n * sizeof(T) > (double)column_stream_bytes) walk.template operator()<true>();
+  if (prefetch && (double)m * n * sizeof(T) > (double)gemv_t_stream_bytes<T>) walk.template operator()<true>();
   else walk.template operator()<false>();
 }
 

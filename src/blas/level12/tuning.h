@@ -182,12 +182,16 @@ constexpr int ctrmv_transposed_block = 16;
 // from 8 MB up); 1 KiB ahead into the first level 0.77-1.06, 512 bytes with the temporal hint
 // 0.75-1.01. At order 400 (640 KB, second-level cache) the requests cost 5-8%. dgemv T at orders
 // 700, 1,000, 2,000 and 4,000: 0.90, 1.05-1.08, 0.85 and 0.80-0.84 against 0.97-0.99, 1.21-1.25,
-// 1.07-1.19 and 0.96-0.97 (in minutes when the last-level cache ran slow); sgemv T at 1,000, 1,024
-// and 2,000: 0.96-0.99, 0.94-0.95 and 0.92 against 1.03-1.04, 0.98-0.99 and 0.98. The complex
+// 1.07-1.19 and 0.96-0.97 (in minutes when the last-level cache ran slow). The complex
 // panels take the same requests: ztrsv UT/LT at 700 and 1,000 1.00-1.05 against 1.03-1.10, in
 // minutes when the peer's time was 1.1 times its usual (ztrmv 0-2% faster).
 constexpr long column_stream_bytes = 1L << 20;
 constexpr long column_stream_ahead_bytes = 256;
+// Single-precision transposed gemv (the 32-byte kernel, four lines a column and strip) takes the
+// requests only from memory: in the last-level cache they measured 4-7% faster in one set of runs
+// and 0-7% slower in three later ones (orders 700 to 1,024; 1 KiB ahead 5-15% slower), at 2,000
+// (16 MB) 0.82-0.86 of the peer's time against 0.90-0.93 without.
+template <class T> constexpr long gemv_t_stream_bytes = sizeof(T) == 4 ? 8L << 20 : column_stream_bytes;
 // Double not transposed, from matrices beyond column_stream_bytes: each block of rows asks for the
 // lines of its columns this far ahead (non-temporal hint), in place of one request a page ahead
 // per column. dgemv N at orders 700, 1,000, 2,000 and 4,000, two runs: 0.85-0.96, 0.84-0.90,

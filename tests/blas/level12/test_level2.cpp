@@ -191,14 +191,14 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
-// Real transposed on matrices just past column_stream_bytes, whose columns' lines are requested
+// Real transposed on matrices just past gemv_t_stream_bytes, whose columns' lines are requested
 // ahead: rows that end in a short strip, columns that leave a partial group, and the same matrix
 // under the bound, which must give the same bits (the requests change no arithmetic).
 template <class T> void check_gemv_t_streaming() {
   SCOPED_TRACE(info<T>::name);
-  const int n = (int)std::sqrt((double)zvx::blas12::column_stream_bytes / sizeof(T)) + 7;
+  const int n = (int)std::sqrt((double)zvx::blas12::gemv_t_stream_bytes<T> / sizeof(T)) + 7;
   const int m = n + 13, lda = m + 1, one = 1;
-  ASSERT_GT((double)m * n * sizeof(T), (double)zvx::blas12::column_stream_bytes);
+  ASSERT_GT((double)m * n * sizeof(T), (double)zvx::blas12::gemv_t_stream_bytes<T>);
   auto a = random_vector<T>((size_t)lda * n);
   dense M(m, n);
   for (int j = 0; j < n; ++j)
