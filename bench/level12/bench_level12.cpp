@@ -4,7 +4,8 @@
 // the share of the machine reached: of the measured memory bandwidth where the data streams from
 // memory, of the arithmetic peak where it sits in cache.
 //
-// Usage: bench_level12 [--quick] [--docs] [--samples N] [--only name,name,...]
+// Usage: bench_level12 [--quick] [--docs] [--samples N] [--passes N] [--only name,name,...]
+// (--passes: times over the whole table, each row the median of its passes; five with --docs)
 #include <time.h>
 
 #include <algorithm>
@@ -44,12 +45,23 @@ template <class T> std::vector<T> random_data(size_t n) {
   return v;
 }
 
+// What one row measured in each pass over the table.
+struct row_record {
+  std::string name, size, check;
+  double footprint = 0, bytes = 0, flops = 0;
+  bool single = false;
+  std::vector<double> ours, peer, ratio;
+};
+
 struct context {
   zb opt;
   zvx_bench::table* t;
   double bandwidth;
   double peak_d, peak_s;
   std::vector<std::string> misses;
+  std::vector<row_record> records;  // in the order of the first pass
+  int pass = 0;                     // the pass under way
+  size_t next = 0;                  // the row of this pass about to be measured
 };
 
 // Why a routine may stay above its target, by family and by where its data sit.
@@ -107,37 +119,73 @@ template <class F, class Call> std::function<void()> referee(F f, const Call& ca
   return [f, call] { call(f); };
 }
 
-// One row: the peer's result is compared with ours (what the calls write is `outs`; the reference
-// BLAS decides when they differ), then both are timed. `checking(true)` before the comparison and
+// One row: in the first pass the peer's result is compared with ours (what the calls write is
+// `outs`; the reference BLAS decides when they differ); in every pass both are timed. `checking(true)` before the comparison and
 // `checking(false)` after it let a row compare at factors of ordinary size and time at the tiny
 // ones that keep repeated calls in range (an update of 1e-12 would hide a wrong result).
 void row(context& c, const std::string& name, const std::string& size, double footprint, double bytes,
          double flops, bool single, const std::function<void()>& ours, const std::function<void()>& peer,
          const std::vector<zvx_bench::output>& outs, const std::function<void()>& ref, double tolerance = -1,
          const std::function<void(bool)>& checking = nullptr) {
-  const bool in_memory = footprint > last_level_cache_bytes();
-  if (checking) checking(true);
-  const std::string check = zvx_bench::check_pair(ours, peer, outs, tolerance, ref).mark();
-  if (checking) checking(false);
-  const auto r = time_pair_cpu(ours, peer, c.opt);
-  std::string share;
-  if (in_memory) {
-    share = zvx_bench::fmt(100 * bytes / r.ours / 1e9 / c.bandwidth, 0) + "% of bandwidth";
-  } else if (flops > 0) {
-    share = zvx_bench::fmt(100 * flops / r.ours / 1e9 / (single ? c.peak_s : c.peak_d), 0) + "% of peak";
-  } else {
-    share = zvx_bench::fmt(bytes / r.ours / 1e9, 1) + " GB/s";
+  if (c.pass == 0) {
+    row_record r;
+    r.name = name;
+    r.size = size;
+    r.footprint = footprint;
+    r.bytes = bytes;
+    r.flops = flops;
+    r.single = single;
+    if (checking) checking(true);
+    r.check = zvx_bench::check_pair(ours, peer, outs, tolerance, ref).mark();
+    if (checking) checking(false);
+    c.records.push_back(r);
   }
-  const double limit = in_memory ? (name.find("gemv") != std::string::npos || name.find("symv") != std::string::npos ||
-                                    name.find("trsv") != std::string::npos || name.find("ger") != std::string::npos
-                                        ? 1.10 : 1.05)
-                                 : 1.0;
-  const bool miss = r.ratio() > limit;
-  c.t->add({name, size, zvx_bench::fmt(r.ours * 1e6, 2), zvx_bench::fmt(r.peer * 1e6, 2), zvx_bench::fmt(r.ratio(), 3),
-            zvx_bench::fmt(flops / r.ours / 1e9, 2), share, miss ? "miss" : "", check});
-  if (miss)
-    c.misses.push_back(name + " at " + size + " (" + zvx_bench::fmt(r.ratio(), 2) + "): " + reason(name, in_memory, r.ours) + ".");
-  fprintf(stderr, "%-8s %-12s ratio %.3f\n", name.c_str(), size.c_str(), r.ratio());
+  row_record& r = c.records.at(c.next++);
+  if (r.name != name || r.size != size) {
+    fprintf(stderr, "pass %d met %s %s where %s %s stood\n", c.pass, name.c_str(), size.c_str(), r.name.c_str(),
+            r.size.c_str());
+    exit(1);
+  }
+  const auto t = time_pair_cpu(ours, peer, c.opt);
+  r.ours.push_back(t.ours);
+  r.peer.push_back(t.peer);
+  r.ratio.push_back(t.ratio());
+  fprintf(stderr, "%-8s %-12s ratio %.3f\n", name.c_str(), size.c_str(), t.ratio());
+}
+
+double median_of(std::vector<double> v) {
+  std::sort(v.begin(), v.end());
+  const size_t h = v.size() / 2;
+  return v.size() % 2 ? v[h] : 0.5 * (v[h - 1] + v[h]);
+}
+
+// The table's rows from the passes: each row's median ratio over the passes (and their spread),
+// with the medians of its two times.
+void add_rows(context& c) {
+  for (const row_record& r : c.records) {
+    const double ours = median_of(r.ours), peer = median_of(r.peer), ratio = median_of(r.ratio);
+    const bool in_memory = r.footprint > last_level_cache_bytes();
+    std::string share;
+    if (in_memory) {
+      share = zvx_bench::fmt(100 * r.bytes / ours / 1e9 / c.bandwidth, 0) + "% of bandwidth";
+    } else if (r.flops > 0) {
+      share = zvx_bench::fmt(100 * r.flops / ours / 1e9 / (r.single ? c.peak_s : c.peak_d), 0) + "% of peak";
+    } else {
+      share = zvx_bench::fmt(r.bytes / ours / 1e9, 1) + " GB/s";
+    }
+    const auto& n = r.name;
+    const double limit = in_memory ? (n.find("gemv") != std::string::npos || n.find("symv") != std::string::npos ||
+                                      n.find("trsv") != std::string::npos || n.find("ger") != std::string::npos
+                                          ? 1.10 : 1.05)
+                                   : 1.0;
+    const bool miss = ratio > limit;
+    const auto [lo, hi] = std::minmax_element(r.ratio.begin(), r.ratio.end());
+    c.t->add({n, r.size, zvx_bench::fmt(ours * 1e6, 2), zvx_bench::fmt(peer * 1e6, 2), zvx_bench::fmt(ratio, 3),
+              zvx_bench::fmt(*lo, 2) + "-" + zvx_bench::fmt(*hi, 2), zvx_bench::fmt(r.flops / ours / 1e9, 2), share,
+              miss ? "miss" : "", r.check});
+    if (miss)
+      c.misses.push_back(n + " at " + r.size + " (" + zvx_bench::fmt(ratio, 2) + "): " + reason(n, in_memory, ours) + ".");
+  }
 }
 
 template <class T> struct l1names;
@@ -506,8 +554,11 @@ void level2_small(context& c) {
 
 int main(int argc, char** argv) {
   std::vector<char*> rest;
+  int passes = 0;
   for (int i = 0; i < argc; ++i) {
-    if (!strcmp(argv[i], "--only") && i + 1 < argc) {
+    if (!strcmp(argv[i], "--passes") && i + 1 < argc) {
+      passes = std::max(1, atoi(argv[++i]));
+    } else if (!strcmp(argv[i], "--only") && i + 1 < argc) {
       std::string s = argv[++i];
       size_t at = 0;
       while (at != std::string::npos) {
@@ -528,8 +579,8 @@ int main(int argc, char** argv) {
   zvx_bench::table t;
   t.section = "level12";
   t.title = "Level-1 and level-2 BLAS against OpenBLAS (one thread, same run)";
-  t.columns = {"routine", "n", "ours (us)", "OpenBLAS (us)", "ratio ours/peer", "GFLOP/s", "share of the machine", "target",
-               "peer's result vs ours"};
+  t.columns = {"routine", "n", "ours (us)", "OpenBLAS (us)", "ratio ours/peer", "ratio over the passes", "GFLOP/s",
+               "share of the machine", "target", "peer's result vs ours"};
   t.header = zvx_bench::openblas_header();
   c.t = &t;
   c.bandwidth = memory_bandwidth_gbs();
@@ -537,26 +588,37 @@ int main(int argc, char** argv) {
   c.peak_s = zvx_bench::peak_gflops_single();
   fprintf(stderr, "memory bandwidth %.1f GB/s, peak %.1f GFLOP/s double, ISA %s\n", c.bandwidth, c.peak_d,
           zvx_bench::vector_isa_name());
-  const int sizes[] = {1000, 100000, 10000000};
-  for (int n : sizes) {
-    if (c.opt.quick && n > 100000) continue;
-    level1<double>(c, n);
-    level1<float>(c, n);
-    level1<zvx_complex16>(c, n);
+  // The table runs `passes` times (five with --docs, else one), and each row gives the median of
+  // its passes' ratios: a row's passes lie minutes apart, so that the host's other work, which
+  // changes from one minute to the next and moves rows from the last-level cache by 10-20%, does
+  // not decide a row by the minute it happened to run in.
+  if (passes == 0) passes = c.opt.write_docs ? 5 : 1;
+  for (c.pass = 0; c.pass < passes; ++c.pass) {
+    c.next = 0;
+    const int sizes[] = {1000, 100000, 10000000};
+    for (int n : sizes) {
+      if (c.opt.quick && n > 100000) continue;
+      level1<double>(c, n);
+      level1<float>(c, n);
+      level1<zvx_complex16>(c, n);
+    }
+    for (int n : {100, 1000, 4000}) {
+      if (c.opt.quick && n > 1000) continue;
+      gemv_rows<double>(c, "dgemv", n);
+    }
+    gemv_rows<float>(c, "sgemv", 1000);
+    gemv_rows<float>(c, "sgemv", 1024);  // columns 4 KiB apart: every column in one cache set
+    gemv_rows<zvx_complex16>(c, "zgemv", 1000);
+    level2_others(c);
+    level2_storages(c);
+    level2_small(c);
   }
-  for (int n : {100, 1000, 4000}) {
-    if (c.opt.quick && n > 1000) continue;
-    gemv_rows<double>(c, "dgemv", n);
-  }
-  gemv_rows<float>(c, "sgemv", 1000);
-  gemv_rows<float>(c, "sgemv", 1024);  // columns 4 KiB apart: every column in one cache set
-  gemv_rows<zvx_complex16>(c, "zgemv", 1000);
-  level2_others(c);
-  level2_storages(c);
-  level2_small(c);
+  add_rows(c);
   t.notes.push_back("\nMedians of alternating samples of per-thread CPU time (the machine has 2 cores shared with other "
-                    "builds, so wall-clock samples include time spent waiting for a core); ratios still move by several "
-                    "percent between runs, more for calls under a microsecond. Rows whose data exceed the last-level "
+                    "builds, so wall-clock samples include time spent waiting for a core), in " + std::to_string(passes) +
+                    " passes over the whole table: each row gives the median of its passes' ratios and their spread, "
+                    "and the medians of its times; ratios still move by several percent between runs, more for calls "
+                    "under a microsecond. Rows whose data exceed the last-level "
                     "cache count as streaming from memory, their share is of the memory bandwidth: the best of a triad "
                     "and an in-place scaling measured in the same run, write-allocate transfers counted (" +
                     zvx_bench::fmt(c.bandwidth, 1) + " GB/s). The other rows give the share of the arithmetic peak, " +
