@@ -77,19 +77,28 @@ void check_product(dense& M, char op, lc alpha, const std::vector<T>& x, int inc
 
 const char gemv_letters[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
 
-// y := alpha A x + beta y, not transposed, on an m x n matrix with one spare row, unit increments.
-template <class T> void check_gemv_n_dense(int m, int n, const char* what) {
+// y := alpha op(A) x + beta y on an m x n matrix with one spare row, unit increments, checked
+// against the long double product; the operands and the result stay for further checks.
+template <class T> struct gemv_dense_case {
+  int m, n, lda;
+  std::vector<T> a, x, y, y1;
+  T alpha, beta;
+};
+template <class T> gemv_dense_case<T> check_gemv_dense(char trans, int m, int n, const char* what) {
   const int one = 1, lda = m + 1;
-  auto a = random_vector<T>((size_t)lda * n);
+  const bool t = trans != 'N';
+  gemv_dense_case<T> g{m, n, lda, random_vector<T>((size_t)lda * n), random_vector<T>(t ? m : n),
+                       random_vector<T>(t ? n : m), {}, random_value<T>(), random_value<T>()};
   dense M(m, n);
   for (int j = 0; j < n; ++j)
-    for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
-  auto x = random_vector<T>(n), y = random_vector<T>(m);
-  const T alpha = random_value<T>(), beta = random_value<T>();
-  auto y1 = y;
-  l2<T>::gemv("N", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
-  check_product(M, 'n', L(alpha), x, 1, y, L(beta), y1, 1, what);
+    for (int i = 0; i < m; ++i) M(i, j) = L(g.a[i + (size_t)j * lda]);
+  g.y1 = g.y;
+  const char op[2] = {trans, 0};
+  l2<T>::gemv(op, &m, &n, &g.alpha, g.a.data(), &lda, g.x.data(), &one, &g.beta, g.y1.data(), &one);
+  check_product(M, t ? 't' : 'n', L(g.alpha), g.x, 1, g.y, L(g.beta), g.y1, 1, what);
+  return g;
 }
+template <class T> void check_gemv_n_dense(int m, int n, const char* what) { check_gemv_dense<T>('N', m, n, what); }
 
 template <class T> void check_gemv() {
   SCOPED_TRACE(info<T>::name);
@@ -197,22 +206,14 @@ TEST(Gemv, LongColumnsNotTransposed) {
 template <class T> void check_gemv_t_streaming() {
   SCOPED_TRACE(info<T>::name);
   const int n = (int)std::sqrt((double)zvx::blas12::gemv_t_stream_bytes<T> / sizeof(T)) + 7;
-  const int m = n + 13, lda = m + 1, one = 1;
+  const int m = n + 13, one = 1;
   ASSERT_GT((double)m * n * sizeof(T), (double)zvx::blas12::gemv_t_stream_bytes<T>);
-  auto a = random_vector<T>((size_t)lda * n);
-  dense M(m, n);
-  for (int j = 0; j < n; ++j)
-    for (int i = 0; i < m; ++i) M(i, j) = L(a[i + (size_t)j * lda]);
-  auto x = random_vector<T>(m), y = random_vector<T>(n);
-  const T alpha = random_value<T>(), beta = random_value<T>();
-  auto y1 = y;
-  l2<T>::gemv("T", &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y1.data(), &one);
-  check_product(M, 't', L(alpha), x, 1, y, L(beta), y1, 1, "gemv T streaming");
+  const auto g = check_gemv_dense<T>('T', m, n, "gemv T streaming");
   // The first 32 columns alone are well under the bound; their results must match bit for bit.
   const int few = 32;
-  auto y2 = y;
-  l2<T>::gemv("T", &m, &few, &alpha, a.data(), &lda, x.data(), &one, &beta, y2.data(), &one);
-  for (int j = 0; j < few; ++j) ASSERT_TRUE(same_bits(y1[j], y2[j])) << "column " << j;
+  auto y2 = g.y;
+  l2<T>::gemv("T", &m, &few, &g.alpha, g.a.data(), &g.lda, g.x.data(), &one, &g.beta, y2.data(), &one);
+  for (int j = 0; j < few; ++j) ASSERT_TRUE(same_bits(g.y1[j], y2[j])) << "column " << j;
 }
 
 TEST(Gemv, RealTransposedBeyondTheSecondLevel) {
