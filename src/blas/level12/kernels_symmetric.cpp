@@ -200,10 +200,14 @@ void symv_walks(bool upper, long n, T alpha, const T* a, long lda, const T* x, T
   }
 }
 
+// The walks request lines ahead one vector at a time, which is one request a line with 64-byte
+// vectors only (the builds with narrower vectors keep the walks without).
 template <class T>
 void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
-  if ((double)n * n * sizeof(T) / 2 > symv_prefetch_from_bytes) symv_walks<T, true>(upper, n, alpha, a, lda, x, y);
-  else symv_walks<T, false>(upper, n, alpha, a, lda, x, y);
+  if (vector_bytes == 64 && (double)n * n * sizeof(T) / 2 > symv_prefetch_from_bytes)
+    symv_walks<T, true>(upper, n, alpha, a, lda, x, y);
+  else
+    symv_walks<T, false>(upper, n, alpha, a, lda, x, y);
 }
 
 // c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
