@@ -26,7 +26,7 @@ struct real_kernels {
   void (*gemv_n)(long m, long rest, long n, T alpha, const T* a, long lda, const T* x, T* y,
                  bool prefetch);
   // y(0:n) += alpha * A(0:m, 0:n)' * x, unit x and y; with `prefetch`, matrices beyond
-  // column_stream_bytes have their columns' lines requested ahead.
+  // gemv_t_stream_bytes have their columns' lines requested ahead.
   void (*gemv_t)(long m, long n, T alpha, const T* a, long lda, const T* x, T* y, bool prefetch);
   // The same product with each column's dot taken over its whole length and added to y once (not
   // strip by strip as gemv rounds it). `stream`: the matrix comes from beyond the second-level

@@ -204,10 +204,9 @@ void symv_walks(bool upper, long n, T alpha, const T* a, long lda, const T* x, T
 // vectors only (the builds with narrower vectors keep the walks without).
 template <class T>
 void symv(bool upper, long n, T alpha, const T* a, long lda, const T* x, T* y) {
-  if (vector_bytes == 64 && (double)n * n * sizeof(T) / 2 > symv_prefetch_from_bytes)
-    symv_walks<T, true>(upper, n, alpha, a, lda, x, y);
-  else
-    symv_walks<T, false>(upper, n, alpha, a, lda, x, y);
+  if constexpr (vector_bytes == 64)
+    if ((double)n * n * sizeof(T) / 2 > symv_prefetch_from_bytes) return symv_walks<T, true>(upper, n, alpha, a, lda, x, y);
+  symv_walks<T, false>(upper, n, alpha, a, lda, x, y);
 }
 
 // c + a * b with explicit FMAs. The scalar complex operators leave the compiler free to vectorize
@@ -237,6 +236,11 @@ inline void hermitian_block_scalar(bool upper, const complex_t<R>* block, long l
   }
 }
 #if ZVX_ISA_LEVEL == 2
+// The stored elements of column r of a 4 x 4 diagonal block without the diagonal, as a mask of the
+// real and imaginary parts: rows above r (upper), below it (lower).
+inline __mmask8 stored_pairs(bool upper, int r) {
+  return upper ? static_cast<__mmask8>((1u << (2 * r)) - 1) : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
+}
 inline void hermitian_block(bool upper, const complex_t<double>* block, long lda, const complex_t<double>* tg,
                             complex_t<double>* out) {
   // One vector a column of the block (four elements): the stored part S without the diagonal
@@ -245,11 +249,7 @@ inline void hermitian_block(bool upper, const complex_t<double>* block, long lda
   // plain ones pass an undefined vector that this compiler warns about.
   const double* base = &block->real;
   __m512d col[4];
-  for (int r = 0; r < 4; ++r) {
-    const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
-                                  : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
-    col[r] = _mm512_maskz_loadu_pd(stored, base + 2 * r * lda);
-  }
+  for (int r = 0; r < 4; ++r) col[r] = _mm512_maskz_loadu_pd(stored_pairs(upper, r), base + 2 * r * lda);
   const __m512d t01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0x44), t23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0x44);
   const __m512d u01 = _mm512_maskz_shuffle_f64x2(0xFF, col[0], col[1], 0xEE), u23 = _mm512_maskz_shuffle_f64x2(0xFF, col[2], col[3], 0xEE);
   const __m512d row[4] = {_mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0x88), _mm512_maskz_shuffle_f64x2(0xFF, t01, t23, 0xDD),
@@ -278,11 +278,7 @@ inline void hermitian_block(bool upper, const complex_t<float>* block, long lda,
   // elements (64 bits) within and across the two 128-bit lanes.
   const float* base = &block->real;
   __m256d col[4];
-  for (int r = 0; r < 4; ++r) {
-    const __mmask8 stored = upper ? static_cast<__mmask8>((1u << (2 * r)) - 1)
-                                  : static_cast<__mmask8>((0xFFu << (2 * r + 2)) & 0xFFu);
-    col[r] = _mm256_castps_pd(_mm256_maskz_loadu_ps(stored, base + 2 * r * lda));
-  }
+  for (int r = 0; r < 4; ++r) col[r] = _mm256_castps_pd(_mm256_maskz_loadu_ps(stored_pairs(upper, r), base + 2 * r * lda));
   const __m256d t0 = _mm256_unpacklo_pd(col[0], col[1]), t1 = _mm256_unpackhi_pd(col[0], col[1]);
   const __m256d t2 = _mm256_unpacklo_pd(col[2], col[3]), t3 = _mm256_unpackhi_pd(col[2], col[3]);
   const __m256 row[4] = {_mm256_castpd_ps(_mm256_permute2f128_pd(t0, t2, 0x20)),
