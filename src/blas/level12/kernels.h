@@ -42,6 +42,8 @@ struct real_kernels {
   // x(0:b) := A(0:b, 0:b)' x(0:b) for a diagonal block of b <= trmv_transposed_block rows,
   // contiguous x.
   void (*trmv_t_block)(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
+  // x(0:b) := A(0:b, 0:b) x(0:b) for a diagonal block of b <= trmv_block rows, contiguous x.
+  void (*trmv_n_block)(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
 };
 
 template <class R>  // float or double: complex kernels on interleaved pairs

@@ -65,6 +65,8 @@ template <class T>
 void trsv_diagonal_block(bool upper, bool transposed, bool nonunit, long b, const T* a, long lda, T* x);
 template <class T>
 void trmv_transposed_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
+template <class T>
+void trmv_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
 
 // Vectors set to zero one by one: an array of vectors initialized with `= {}` (or zeroed in a
 // plain loop) may become a string store on the stack (rep stos), some 30 cycles of start-up

@@ -45,10 +45,10 @@ void dgemv_t_by_size(long m, long n, double alpha, const double* a, long lda, co
 constexpr kernel_set table = {
     {axpy<float>, axpy2<float>, dot<float>, scal<float>, copy<float>, swap<float>, asum<float>, sumsq_s,
      iamax<float>, gemv_n<float>, ZVX_SGEMV_T, column_dots<float>, band_dots<float>, symv<float>, trsv_diagonal_block<float>,
-     trmv_transposed_diagonal_block<float>},
+     trmv_transposed_diagonal_block<float>, trmv_diagonal_block<float>},
     {axpy<double>, axpy2<double>, dot<double>, scal<double>, copy<double>, swap<double>, asum<double>, sumsq_d,
      iamax<double>, gemv_n<double>, ZVX_DGEMV_T, column_dots<double>, band_dots<double>, symv<double>, trsv_diagonal_block<double>,
-     trmv_transposed_diagonal_block<double>},
+     trmv_transposed_diagonal_block<double>, trmv_diagonal_block<double>},
     {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, ccolumn_dots<float>, cgemv_rest_n<float>,
      hemv<float>},
     {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>, ccolumn_dots<double>, cgemv_rest_n<double>,

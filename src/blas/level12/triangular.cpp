@@ -17,62 +17,43 @@ template <class T> T* part(T* x0, long start, long len, long inc) {
 
 template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
 
-// Real blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b) in loops the compiler vectorizes inline, which
-// measured as fast or faster than calls of the level-1 vector kernels for real types at orders 32
-// to 700. Each element of x is a dot of its row: the diagonal product first,
-// then the other columns from left to right.
+// Real transposed blocks with a stride or beyond trmv_transposed_block rows: x(0:b) := op(A(0:b,
+// 0:b)) * x(0:b) in loops the compiler vectorizes inline, which measured as fast or faster than
+// calls of the level-1 vector kernels. Each element of x is a dot of its row: the diagonal product
+// first, then the other columns from left to right.
 template <class T>
-void trmv_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
+void trmv_t_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
   auto X = [&](long i) -> T& { return x[i * inc]; };
-  if (o == op::n) {
-    // Not transposed, the rows' dots are taken a column at a time, with the sums kept apart from
-    // x until the end: the walk goes down the columns in memory order, where walking along the
-    // rows touches one line per column, and with columns 4 KiB apart all of them in one set of
-    // the first-level cache (order 1,024 took 1.7-1.9 times the peer's time). Each sum still
-    // takes its terms in the order of the row.
-    T xs[trmv_block], s[trmv_block];
-    for (long i = 0; i < b; ++i) {
-      xs[i] = X(i);
-      s[i] = nonunit ? A(i, i) * xs[i] : xs[i];
-    }
-    for (long k = 0; k < b; ++k) {
-      const T t = xs[k];
-      const T* col = a + k * lda;
-      for (long i = upper ? 0 : k + 1, end = upper ? k : b; i < end; ++i) s[i] += col[i] * t;
-    }
-    for (long i = 0; i < b; ++i) X(i) = s[i];
-  } else {
-    // Transposed, each dot runs down a column in memory order. Every dot reads the x of before
-    // the call, so they are independent: four of them at a time keep four additions in flight,
-    // where one dot alone waits on each of its additions in turn.
-    T xs[trmv_block];
-    for (long i = 0; i < b; ++i) xs[i] = X(i);
-    auto rows = [&]<long G>(long i0) {
-      T s[G];
-      for (long r = 0; r < G; ++r) s[r] = nonunit ? A(i0 + r, i0 + r) * xs[i0 + r] : xs[i0 + r];
-      // Terms of the rows [from, to) all of the group take.
-      auto joint = [&](long from, long to) {
-        for (long k = from; k < to; ++k)
+  // Each dot runs down a column in memory order. Every dot reads the x of before
+  // the call, so they are independent: four of them at a time keep four additions in flight,
+  // where one dot alone waits on each of its additions in turn.
+  T xs[trmv_block];
+  for (long i = 0; i < b; ++i) xs[i] = X(i);
+  auto rows = [&]<long G>(long i0) {
+    T s[G];
+    for (long r = 0; r < G; ++r) s[r] = nonunit ? A(i0 + r, i0 + r) * xs[i0 + r] : xs[i0 + r];
+    // Terms of the rows [from, to) all of the group take.
+    auto joint = [&](long from, long to) {
+      for (long k = from; k < to; ++k)
 #pragma GCC unroll 4
-          for (long r = 0; r < G; ++r) s[r] += A(k, i0 + r) * xs[k];
-      };
-      if (upper) {
-        joint(0, i0);
-        for (long r = 1; r < G; ++r)
-          for (long k = i0; k < i0 + r; ++k) s[r] += A(k, i0 + r) * xs[k];
-      } else {
-        for (long r = 0; r + 1 < G; ++r)
-          for (long k = i0 + r + 1; k < i0 + G; ++k) s[r] += A(k, i0 + r) * xs[k];
-        joint(i0 + G, b);
-      }
-      for (long r = 0; r < G; ++r) X(i0 + r) = s[r];
+        for (long r = 0; r < G; ++r) s[r] += A(k, i0 + r) * xs[k];
     };
-    constexpr long group = 4;
-    long i0 = 0;
-    for (; i0 + group <= b; i0 += group) rows.template operator()<group>(i0);
-    for (; i0 < b; ++i0) rows.template operator()<1>(i0);
-  }
+    if (upper) {
+      joint(0, i0);
+      for (long r = 1; r < G; ++r)
+        for (long k = i0; k < i0 + r; ++k) s[r] += A(k, i0 + r) * xs[k];
+    } else {
+      for (long r = 0; r + 1 < G; ++r)
+        for (long k = i0 + r + 1; k < i0 + G; ++k) s[r] += A(k, i0 + r) * xs[k];
+      joint(i0 + G, b);
+    }
+    for (long r = 0; r < G; ++r) X(i0 + r) = s[r];
+  };
+  constexpr long group = 4;
+  long i0 = 0;
+  for (; i0 + group <= b; i0 += group) rows.template operator()<group>(i0);
+  for (; i0 < b; ++i0) rows.template operator()<1>(i0);
 }
 
 // The axpy kernel of the table on a unit-stride segment: y += alpha x.
@@ -163,7 +144,15 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
   if constexpr (!is_complex<T>) {
     if (o != op::n && inc == 1 && b <= trmv_transposed_block)
       return kernels_for<T>().trmv_t_block(upper, nonunit, b, a, lda, x);
-    return trmv_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+    if (o == op::n) {
+      if (inc == 1) return kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, x);
+      T xs[trmv_block];
+      for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
+      kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, xs);
+      for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
+      return;
+    }
+    return trmv_t_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
   }
   auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
   T xs[trmv_block], s[trmv_block];
