@@ -72,6 +72,7 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
     }
   }
   if (is_zero(alpha) || m < 0 || n < 0) return;
+  request_matrix(a, m, n, lda);
   const long m64 = (long)m / strip_rows * strip_rows;
   const bool unit = incx == 1 && incy == 1;
   const auto& k = kernels_for<T>();
@@ -126,6 +127,7 @@ namespace {
 template <class T>
 void ger(bool conjugate, int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
   if (m <= 0 || n <= 0 || is_zero(alpha)) return;
+  request_matrix(a, m, n, lda);
   const T* x0 = x + start_of(m, incx);
   long jy = start_of(n, incy);
   const auto& k = kernels_for<T>();

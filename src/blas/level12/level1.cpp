@@ -14,6 +14,14 @@ namespace {
 
 template <class T> const auto& K() { return kernels_for<T>(); }
 
+// The unit-stride paths of vectors of translation_request_from_bytes and more ask for the
+// translations of their pages before the kernel walks them (common/pages.h).
+template <class T> inline void request(const T* x, long n) { request_operand(x, (double)n * sizeof(T)); }
+template <class T> inline void request(const T* x, const T* y, long n) {
+  request(x, n);
+  request(y, n);
+}
+
 template <class T> void axpy(int n, T alpha, const T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if constexpr (is_complex<T>) {
@@ -23,6 +31,7 @@ template <class T> void axpy(int n, T alpha, const T* x, int incx, T* y, int inc
     if (zero_bits(alpha)) return;
   }
   if (incx == 1 && incy == 1) {
+    request(x, y, n);
     K<T>().axpy(n, alpha, x, y);
     return;
   }
@@ -41,7 +50,10 @@ template <class T, class Acc> T dot_general(int n, const T* x, int incx, const T
 
 template <class T> T complex_dot(bool conjugate, int n, const T* x, int incx, const T* y, int incy) {
   if (n < 1) return T{};
-  if (incx == 1 && incy == 1) return K<T>().dot(n, x, y, conjugate);
+  if (incx == 1 && incy == 1) {
+    request(x, y, n);
+    return K<T>().dot(n, x, y, conjugate);
+  }
   T s{};
   long ix = start_of(n, incx), iy = start_of(n, incy);
   for (int i = 0; i < n; ++i, ix += incx, iy += incy) s += (conjugate ? conj(x[ix]) : x[ix]) * y[iy];
@@ -51,6 +63,7 @@ template <class T> T complex_dot(bool conjugate, int n, const T* x, int incx, co
 template <class T> void scal(int n, T alpha, T* x, int incx) {
   if (n < 1) return;
   if (incx == 1 || incx == -1) {
+    request(x, n);
     K<T>().scal(n, alpha, x);
     return;
   }
@@ -61,6 +74,7 @@ template <class T> void scal(int n, T alpha, T* x, int incx) {
 template <class T> void complex_scal(int n, T alpha, T* x, int incx) {
   if (n < 1) return;
   if (incx == 1 || incx == -1) {
+    request(x, n);
     K<T>().scal(n, alpha, x);
     return;
   }
@@ -72,6 +86,7 @@ template <class T> void complex_scal(int n, T alpha, T* x, int incx) {
 template <class T> void real_scal_of_complex(int n, real_t<T> alpha, T* x, int incx) {
   if (n < 1) return;
   if (incx == 1 || incx == -1) {
+    request(x, n);
     K<real_t<T>>().scal(2L * n, alpha, &x->real);
     return;
   }
@@ -82,6 +97,7 @@ template <class T> void real_scal_of_complex(int n, real_t<T> alpha, T* x, int i
 template <class T> void copy(int n, const T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if (incx == 1 && incy == 1) {
+    request(x, y, n);
     if constexpr (is_complex<T>) K<real_t<T>>().copy(2L * n, &x->real, &y->real);
     else K<T>().copy(n, x, y);
     return;
@@ -93,6 +109,7 @@ template <class T> void copy(int n, const T* x, int incx, T* y, int incy) {
 template <class T> void swap(int n, T* x, int incx, T* y, int incy) {
   if (n < 1) return;
   if (incx == 1 && incy == 1) {
+    request(x, y, n);
     if constexpr (is_complex<T>) K<real_t<T>>().swap(2L * n, &x->real, &y->real);
     else K<T>().swap(n, x, y);
     return;
@@ -112,6 +129,7 @@ template <class T> void swap(int n, T* x, int incx, T* y, int incy) {
 template <class R> real_t<R> nrm2_of(long len, const R* x, long inc) {
   if (len < 1) return 0;
   if (inc == 1 || inc == -1) {
+    request(x, len);
     const double ssq = K<R>().sumsq(len, x);
     if constexpr (std::is_same_v<R, float>) return (float)std::sqrt(ssq);
     if (ssq >= 0x1p-960 && ssq <= DBL_MAX) return std::sqrt(ssq);
@@ -144,6 +162,7 @@ template <class T> real_t<T> asum(int n, const T* x, int incx) {
   using R = real_t<T>;
   if (n < 1) return 0;
   if (incx == 1 || incx == -1) {
+    request(x, n);
     if constexpr (is_complex<T>) return K<R>().asum(2L * n, &x->real);
     else return K<T>().asum(n, x);
   }
@@ -160,7 +179,10 @@ template <class T> int iamax(int n, const T* x, int incx) {
   if (n == 1) return 1;
   const real_t<T> first = abs1(x[0]);
   if (first != first) return 1;
-  if (incx == 1) return (int)K<T>().iamax(n, x) + 1;
+  if (incx == 1) {
+    request(x, n);
+    return (int)K<T>().iamax(n, x) + 1;
+  }
   int best = 0;
   real_t<T> best_value = first;
   for (int i = 1; i < n; ++i) {
@@ -380,14 +402,20 @@ template <class R> void rot3_step(R& x, R& y, R& z, R t, R v2, R v3) {
 namespace entry {
 double dot(int n, const double* x, int incx, const double* y, int incy) {
   if (n < 1) return 0;
-  if (incx == incy && (incx == 1 || incx == -1)) return K<double>().dot(n, x, y);
+  if (incx == incy && (incx == 1 || incx == -1)) {
+    request(x, y, n);
+    return K<double>().dot(n, x, y);
+  }
   return dot_general<double, double>(n, x, incx, y, incy);
 }
 // Up to 8 elements the products are summed in extended precision; above, equal unit increments
 // take the vector path, whose sums are single precision. The two sides round differently.
 float dot(int n, const float* x, int incx, const float* y, int incy) {
   if (n < 1) return 0;
-  if (n > 8 && incx == incy && (incx == 1 || incx == -1)) return K<float>().dot(n, x, y);
+  if (n > 8 && incx == incy && (incx == 1 || incx == -1)) {
+    request(x, y, n);
+    return K<float>().dot(n, x, y);
+  }
   return dot_general<float, long double>(n, x, incx, y, incy);
 }
 zvx_complex8 dotc(int n, const zvx_complex8* x, int incx, const zvx_complex8* y, int incy) {

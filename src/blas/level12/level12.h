@@ -4,8 +4,20 @@
 // called as well and carry the full argument rules.
 #pragma once
 #include "blas/level12/kernels.h"
+#include "blas/level12/tuning.h"
+#include "common/pages.h"
 
 namespace zvx::blas12 {
+
+// Operands of translation_request_from_bytes to translation_request_to_bytes have a line of each
+// page requested before the kernels walk them (common/pages.h).
+inline void request_operand(const void* p, double bytes) {
+  if (bytes >= (double)translation_request_from_bytes && bytes <= (double)translation_request_to_bytes)
+    request_pages(p, (long)bytes);
+}
+template <class T> inline void request_matrix(const T* a, long m, long n, long lda) {
+  if (m > 0 && n > 0) request_operand(a, ((double)(n - 1) * lda + m) * sizeof(T));
+}
 
 // y := alpha * op(A) * x + beta * y through the strip frame of the gemv entries: `trans` is read
 // as the entry of the type reads it.

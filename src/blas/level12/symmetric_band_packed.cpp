@@ -39,6 +39,13 @@ template <class T> struct band_store {
   long hi(long j) const { return upper ? j : std::min(n - 1, j + k); }
 };
 
+// Each storage's span, its pages' translations requested before a sweep (request_operand).
+template <class T> void request_store(const full_store<T>& s) { request_matrix(s.a, s.n, s.n, s.lda); }
+template <class T> void request_store(const packed_store<T>& s) {
+  request_operand(s.a, (double)s.n * (s.n + 1) / 2 * sizeof(T));
+}
+template <class T> void request_store(const band_store<T>& s) { request_matrix(s.a, s.k + 1, s.n, s.lda); }
+
 template <class T> inline T a_op(T v, op o) { return o == op::c ? conj(v) : v; }
 
 // With unit increments the sweeps below run on the stored rows of a column, which are contiguous
@@ -66,6 +73,7 @@ template <class T> bool scale_y(long leny, T alpha, T beta, T* y0, long incy) {
 // in the dots).
 template <class T, bool hermitian, class S>
 void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T* y, long incy) {
+  if (n > 0) request_store(A);
   if (n <= 0 || (is_zero(alpha) && is_one(beta))) return;
   const T* x0 = x + start_of((int)n, (int)incx);
   T* y0 = y + start_of((int)n, (int)incy);
@@ -143,6 +151,7 @@ long band_transposed_groups(bool upper, bool nonunit, const band_store<T>& A, lo
 template <class T, class S>
 void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T* x, long incx) {
   if (n <= 0) return;
+  request_store(A);
   T* x0 = x + start_of((int)n, (int)incx);
   auto X = [&](long i) -> T& { return x0[i * incx]; };
   auto M = [&](long i, long j) { return a_op(A.at(i, j), o); };
@@ -263,6 +272,7 @@ void tri_sweep(bool solve, bool upper, op o, bool nonunit, const S& A, long n, T
 template <class T, bool hermitian, bool two, class S>
 void rank_update(const S& A, long n, T alpha, const T* x, long incx, const T* y, long incy) {
   if (n <= 0 || is_zero(alpha)) return;
+  request_store(A);
   const T* x0 = x + start_of((int)n, (int)incx);
   const T* y0 = two ? y + start_of((int)n, (int)incy) : nullptr;
   auto X = [&](long i) { return x0[i * incx]; };
@@ -317,6 +327,7 @@ template <class T>
 void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x,
           int incx, T beta, T* y, int incy) {
   if (m == 0 || n == 0 || (is_zero(alpha) && is_one(beta))) return;
+  if (m > 0) request_matrix(a, kl + ku + 1, n, lda);
   const op o = read_triangular_op<T>(trans);
   const long leny = o == op::n ? m : n, lenx = o == op::n ? n : m;
   const T* x0 = x + start_of((int)lenx, incx);
@@ -379,6 +390,7 @@ void symv_entry(const char* uplo, int n, T alpha, const T* a, int lda, const T* 
   const bool upper = is_letter(uplo, 'U');
   // Unit increments: the four-column vector sweep, after the common frame.
   if (incx == 1 && incy == 1 && n > 0 && !(is_zero(alpha) && is_one(beta))) {
+    request_matrix(a, n, n, lda);
     if constexpr (is_complex<T>) {
       static_assert(herm, "the complex full-storage entries are Hermitian");
       if (scale_y<T>(n, alpha, beta, y, 1)) kernels_for<T>().hemv(upper, n, alpha, a, lda, x, y);

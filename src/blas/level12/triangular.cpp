@@ -229,6 +229,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
   const op o = read_triangular_op<T>(trans);
   const bool nonunit = is_letter(diag, 'N');
   const bool stream = streams_from_memory<T>(n);
+  request_matrix(a, n, n, lda);
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1);
@@ -270,6 +271,7 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
   const op o = read_triangular_op<T>(trans);
   const bool nonunit = is_letter(diag, 'N');
   const bool stream = streams_from_memory<T>(n);
+  request_matrix(a, n, n, lda);
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
   const T one = from_real<T>(1), minus_one = from_real<T>(-1);

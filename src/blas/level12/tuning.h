@@ -186,6 +186,17 @@ constexpr int ctrmv_transposed_block = 16;
 // panels take the same requests: ztrsv UT/LT at 700 and 1,000 1.00-1.05 against 1.03-1.10, in
 // minutes when the peer's time was 1.1 times its usual (ztrmv 0-2% faster).
 constexpr long column_stream_bytes = 1L << 20;
+// Vectors and matrices of this many bytes and more have a line of each page requested before the
+// kernels walk them (common/pages.h): on a machine whose system calls and interrupts empty the
+// translation buffer, the first call after one found every page's translation by a demand miss.
+// sgemv N right after a system call, against the peer (whose walks the empty buffer barely slows):
+// orders 400, 700, 1,000 and 2,000 0.98, 0.94, 0.96 and 0.82 of its time against 1.45, 1.19,
+// 1.34 and 0.95 without the requests; sgemv T 1,000 1.08 against 1.24; without the system call
+// the same as without requests (0.88-0.91). Up to the last bound, a few times the pages the
+// second-level translation buffer holds; beyond it the walk reads from memory, at a pace the
+// translations keep up with.
+constexpr long translation_request_from_bytes = 64L << 10;
+constexpr long translation_request_to_bytes = 64L << 20;
 constexpr long column_stream_ahead_bytes = 256;
 // Single-precision transposed gemv (the 32-byte kernel, four lines a column and strip) takes the
 // requests only from memory: in the last-level cache they measured 4-7% faster in one set of runs

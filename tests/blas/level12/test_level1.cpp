@@ -1,7 +1,12 @@
 // Level-1 routines in all four types against long double loops: every increment combination
 // (negative and zero included where the routine defines them) over lengths around the unroll and
 // vector boundaries, and the special values the routines pin.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "blas/level12/tuning.h"
 #include "reference.h"
@@ -646,3 +651,42 @@ TEST(Level1, RealScalingOfComplexAndCopyAlignment) {
 }
 
 }  // namespace
+
+// Vectors from the size where the unit paths ask for their pages' translations ahead, placed so
+// that the last element ends right before an inaccessible page: the requests stay within the
+// vectors, and the results are those of long double loops.
+TEST(Level1, LongVectorsEndingAtAnInaccessiblePage) {
+  const long page = sysconf(_SC_PAGESIZE);
+  for (long n : {zvx::blas12::translation_request_from_bytes / 8, zvx::blas12::translation_request_from_bytes / 8 + 37}) {
+    SCOPED_TRACE(::testing::Message() << "n " << n);
+    const long bytes = n * 8, span = (bytes + page - 1) / page * page;
+    auto map = [&](long len) {
+      char* p = static_cast<char*>(mmap(nullptr, len + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+      EXPECT_NE(p, MAP_FAILED);
+      EXPECT_EQ(mprotect(p + len, page, PROT_NONE), 0);
+      return p;
+    };
+    char* xm = map(span);
+    char* ym = map(span);
+    double* x = reinterpret_cast<double*>(xm + span - bytes);
+    double* y = reinterpret_cast<double*>(ym + span - bytes);
+    long double dot = 0, asum = 0;
+    for (long i = 0; i < n; ++i) {
+      x[i] = std::sin(0.37 * i);
+      y[i] = std::cos(0.11 * i);
+      dot += (long double)x[i] * y[i];
+      asum += std::fabs((long double)x[i]);
+    }
+    const int len = (int)n, one = 1;
+    EXPECT_NEAR(ddot(&len, x, &one, y, &one), (double)dot, 1e-12 * n);
+    EXPECT_NEAR(dasum(&len, x, &one), (double)asum, 1e-12 * n);
+    const double alpha = 0.5;
+    std::vector<double> y0(y, y + n);
+    daxpy(&len, &alpha, x, &one, y, &one);
+    for (long i = 0; i < n; ++i) ASSERT_NEAR(y[i], (double)(y0[i] + (long double)alpha * x[i]), 4e-16) << i;
+    dcopy(&len, x, &one, y, &one);
+    EXPECT_EQ(std::memcmp(x, y, bytes), 0);
+    munmap(xm, span + page);
+    munmap(ym, span + page);
+  }
+}
