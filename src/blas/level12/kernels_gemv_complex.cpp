@@ -110,6 +110,23 @@ void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, lon
   }
 }
 
+// One vector of rows of C columns: the products of each column's vector, column(k), with x
+// (sign-folded, see below) and with x's parts exchanged, added into the column's two sums.
+template <class R, int C, class Column>
+__attribute__((always_inline)) inline void cgemv_t_products(V<R> xv, V<R> p_sign, V<R> q_sign, Column column,
+                                                           V<R>* acc) {
+  in_register(xv);
+  V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
+  in_register(xp);
+  in_register(xq);
+#pragma GCC unroll 16
+  for (int k = 0; k < C; ++k) {
+    V<R> av = column(k);
+    in_register(av);
+    acc[2 * k] = vfma(av, xp, acc[2 * k]);
+    acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
+  }
+}
 // The dots of C complex columns over one strip of `rows` rows (rows <= strip_rows; a compile-time
 // full strip unless `short_strip`), as G = ceil(2C / W) vectors of interleaved sums: lanes 2k and
 // 2k + 1 of vector g are the real and imaginary part of column g * W/2 + k. Per column two sums:
@@ -147,18 +164,8 @@ __attribute__((always_inline)) inline void cgemv_t_strip_sums(const char* const*
       }
     };
     const bool full = !short_strip || count >= w;
-    V<R> xv = full ? ld(x + v * w) : ld_part(x + v * w, count);
-    in_register(xv);
-    V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
-    in_register(xp);
-    in_register(xq);
-#pragma GCC unroll 16
-    for (int k = 0; k < C; ++k) {
-      V<R> av = full ? ld(column(k)) : ld_part(column(k), count);
-      in_register(av);
-      acc[2 * k] = vfma(av, xp, acc[2 * k]);
-      acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
-    }
+    cgemv_t_products<R, C>(full ? ld(x + v * w) : ld_part(x + v * w, count), p_sign, q_sign,
+                           [&](int k) { return full ? ld(column(k)) : ld_part(column(k), count); }, acc);
   }
 }
 
@@ -194,18 +201,8 @@ __attribute__((always_inline)) inline void cgemv_t_whole_sums(long m, const comp
   for (int k = 0; k < C; ++k) col[k] = &a[k * lda].real;
   const long len = 2 * m;
   long i = 0;
-  auto step = [&](V<R> xv, auto load) {
-    in_register(xv);
-    V<R> xp = xv * p_sign, xq = swap_pairs<R>(xv) * q_sign;
-    in_register(xp);
-    in_register(xq);
-#pragma GCC unroll 16
-    for (int k = 0; k < C; ++k) {
-      V<R> av = load(col[k] + i);
-      in_register(av);
-      acc[2 * k] = vfma(av, xp, acc[2 * k]);
-      acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
-    }
+  auto step = [&](V<R> xv, auto load) __attribute__((always_inline)) {
+    cgemv_t_products<R, C>(xv, p_sign, q_sign, [&](int k) { return load(col[k] + i); }, acc);
   };
   for (; i + w <= len; i += w) {
     if constexpr (stream)
