@@ -132,13 +132,20 @@ __attribute__((always_inline)) inline void cgemv_t_products(V<R> xv, V<R> p_sign
     acc[2 * k + 1] = vfma(av, xq, acc[2 * k + 1]);
   }
 }
-// Reals [i, end) of C columns at col[k] (one vector of rows at a time, the last partial) into acc.
-template <class R, int C>
+// Reals [i, end) of C columns at col[k] (one vector of rows at a time, the last partial) into acc;
+// with `stream`, each step asks for every column's line column_stream_ahead_bytes ahead.
+template <class R, int C, bool stream = false>
 __attribute__((always_inline)) inline void cgemv_t_rows(const R* const* col, const R* x, long i, long end, V<R> p_sign,
                                                        V<R> q_sign, V<R>* acc) {
   constexpr int w = W<R>;
-  for (; i + w <= end; i += w)
+  for (; i + w <= end; i += w) {
+    if constexpr (stream)
+      if (w * sizeof(R) >= 64 || i * sizeof(R) % 64 == 0)
+#pragma GCC unroll 16
+        for (int k = 0; k < C; ++k)
+          __builtin_prefetch(reinterpret_cast<const char*>(col[k] + i) + column_stream_ahead_bytes, 0, 0);
     cgemv_t_products<R, C>(ld(x + i), p_sign, q_sign, [&](int k) { return ld(col[k] + i); }, acc);
+  }
   if (i < end) {
     const long count = end - i;
     cgemv_t_products<R, C>(ld_part(x + i, count), p_sign, q_sign, [&](int k) { return ld_part(col[k] + i, count); },
@@ -205,27 +212,10 @@ __attribute__((always_inline)) inline std::array<V<R>, sizeof...(G)> cgemv_t_red
 template <class R, int C, bool stream>
 __attribute__((always_inline)) inline void cgemv_t_whole_sums(long m, const complex_t<R>* a, long lda, const R* x,
                                                              bool conjugate_a, V<R>* acc) {
-  constexpr int w = W<R>;
   const auto [p_sign, q_sign] = cgemv_t_signs<R>(conjugate_a);
   const R* col[C];
   for (int k = 0; k < C; ++k) col[k] = &a[k * lda].real;
-  const long len = 2 * m;
-  long i = 0;
-  auto step = [&](V<R> xv, auto load) __attribute__((always_inline)) {
-    cgemv_t_products<R, C>(xv, p_sign, q_sign, [&](int k) { return load(col[k] + i); }, acc);
-  };
-  for (; i + w <= len; i += w) {
-    if constexpr (stream)
-      if (w * sizeof(R) >= 64 || i * sizeof(R) % 64 == 0)
-#pragma GCC unroll 16
-        for (int k = 0; k < C; ++k)
-          __builtin_prefetch(reinterpret_cast<const char*>(col[k] + i) + column_stream_ahead_bytes, 0, 0);
-    step(ld(x + i), [](const R* p) { return ld(p); });
-  }
-  if (i < len) {
-    const long count = len - i;
-    step(ld_part(x + i, count), [count](const R* p) { return ld_part(p, count); });
-  }
+  cgemv_t_rows<R, C, stream>(col, x, 0, 2 * m, p_sign, q_sign, acc);
 }
 
 // y(j:j+C) += alpha * op(A)(j:j+C, 0:m) * x for C columns, walked down all strips (C sequential
@@ -261,19 +251,22 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
     // last full strip are a last, short strip. A rolled loop with a pointer a column: at orders
     // 400 and 1,000 (last-level cache) zgemv T took 0.98 and 0.77-0.85 of the peer's time against
     // 1.08-1.10 and 0.79-0.86 with the strips unrolled, cgemv T at 400 0.93 against 0.99, the
-    // smaller orders the same within 3%.
+    // smaller orders the same within 3%. From matrices beyond column_stream_bytes (`stream`) the
+    // lines of the columns are requested ahead instead of a page ahead once a strip: zgemv T 700
+    // and 1,000 0.86 and 0.67-0.69 against 0.94-0.96 and 0.81-0.83, cgemv T 1,000 0.94-0.98
+    // against 1.13-1.14.
     const auto [p_sign, q_sign] = cgemv_t_signs<R>(conjugate_a);
     const R* col[C];
     for (int k = 0; k < C; ++k) col[k] = &a[k * lda].real;
     for (long i0 = 0; i0 < m; i0 += strip_rows) {
-      if (m - i0 > gemv_prefetch_rows<complex_t<R>>) {
+      if (!stream && m - i0 > gemv_prefetch_rows<complex_t<R>>) {
 #pragma GCC unroll 16
         for (int k = 0; k < C; ++k)
           __builtin_prefetch(reinterpret_cast<const char*>(col[k] + 2 * i0) + gemv_prefetch_bytes, 0, 0);
       }
       V<R> sums[groups * w];
       for (int v = 0; v < groups * w; ++v) sums[v] = V<R>{};
-      cgemv_t_rows<R, C>(col, xr, 2 * i0, 2 * std::min<long>(m, i0 + strip_rows), p_sign, q_sign, sums);
+      cgemv_t_rows<R, C, stream>(col, xr, 2 * i0, 2 * std::min<long>(m, i0 + strip_rows), p_sign, q_sign, sums);
       add(cgemv_t_reduce<R>(sums, seq{}));
     }
   } else if constexpr (stream) {
@@ -320,9 +313,13 @@ template <class R>
 void cgemv_t(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
              bool conjugate_a) {
   constexpr int cols = cgemv_t_columns_per_pass(vector_bytes);
-  long j = 0;
-  for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
-  cgemv_t_tail<R, cols / 2>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  auto walk = [&]<bool S>() {
+    long j = 0;
+    for (; j + cols <= n; j += cols) cgemv_t_columns<R, cols, false, S>(m, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+    cgemv_t_tail<R, cols / 2, false, S>(m, n - j, alpha, a + j * lda, lda, x, y + j, conjugate_a);
+  };
+  if ((double)m * n * sizeof(complex_t<R>) > (double)column_stream_bytes) walk.template operator()<true>();
+  else walk.template operator()<false>();
 }
 
 template <class R>
