@@ -95,7 +95,7 @@ template <class T> gemv_dense_case<T> check_gemv_dense(char trans, int m, int n,
   g.y1 = g.y;
   const char op[2] = {trans, 0};
   l2<T>::gemv(op, &m, &n, &g.alpha, g.a.data(), &lda, g.x.data(), &one, &g.beta, g.y1.data(), &one);
-  check_product(M, t ? 't' : 'n', L(g.alpha), g.x, 1, g.y, L(g.beta), g.y1, 1, what);
+  check_product(M, trans == 'C' ? 'c' : t ? 't' : 'n', L(g.alpha), g.x, 1, g.y, L(g.beta), g.y1, 1, what);
   return g;
 }
 template <class T> void check_gemv_n_dense(int m, int n, const char* what) { check_gemv_dense<T>('N', m, n, what); }
@@ -200,25 +200,34 @@ TEST(Gemv, LongColumnsNotTransposed) {
   check_gemv_long_columns<double>();
 }
 
-// Real transposed on matrices just past gemv_t_stream_bytes, whose columns' lines are requested
-// ahead: rows that end in a short strip, columns that leave a partial group, and the same matrix
-// under the bound, which must give the same bits (the requests change no arithmetic).
-template <class T> void check_gemv_t_streaming() {
-  SCOPED_TRACE(info<T>::name);
-  const int n = (int)std::sqrt((double)zvx::blas12::gemv_t_stream_bytes<T> / sizeof(T)) + 7;
+// Transposed on matrices just past the bound from which the columns' lines are requested ahead
+// (gemv_t_stream_bytes for the real types, column_stream_bytes for the complex ones): rows that
+// end in a short strip, columns that leave a partial group, and the same matrix under the bound,
+// which must give the same bits (the requests change no arithmetic).
+template <class T> void check_gemv_t_streaming(char trans) {
+  SCOPED_TRACE(::testing::Message() << info<T>::name << " " << trans);
+  long bound;
+  if constexpr (info<T>::cx) bound = zvx::blas12::column_stream_bytes;
+  else bound = zvx::blas12::gemv_t_stream_bytes<T>;
+  const int n = (int)std::sqrt((double)bound / sizeof(T)) + 7;
   const int m = n + 13, one = 1;
-  ASSERT_GT((double)m * n * sizeof(T), (double)zvx::blas12::gemv_t_stream_bytes<T>);
-  const auto g = check_gemv_dense<T>('T', m, n, "gemv T streaming");
+  ASSERT_GT((double)m * n * sizeof(T), (double)bound);
+  const auto g = check_gemv_dense<T>(trans, m, n, "gemv T streaming");
   // The first 32 columns alone are well under the bound; their results must match bit for bit.
   const int few = 32;
+  const char op[2] = {trans, 0};
   auto y2 = g.y;
-  l2<T>::gemv("T", &m, &few, &g.alpha, g.a.data(), &g.lda, g.x.data(), &one, &g.beta, y2.data(), &one);
+  l2<T>::gemv(op, &m, &few, &g.alpha, g.a.data(), &g.lda, g.x.data(), &one, &g.beta, y2.data(), &one);
   for (int j = 0; j < few; ++j) ASSERT_TRUE(same_bits(g.y1[j], y2[j])) << "column " << j;
 }
 
-TEST(Gemv, RealTransposedBeyondTheSecondLevel) {
-  check_gemv_t_streaming<float>();
-  check_gemv_t_streaming<double>();
+TEST(Gemv, TransposedBeyondTheSecondLevel) {
+  check_gemv_t_streaming<float>('T');
+  check_gemv_t_streaming<double>('T');
+  for (char trans : {'T', 'C'}) {
+    check_gemv_t_streaming<zvx_complex8>(trans);
+    check_gemv_t_streaming<zvx_complex16>(trans);
+  }
 }
 
 // Complex not transposed on matrices past cgemv_n_stream_bytes (their strips alone past it too),
