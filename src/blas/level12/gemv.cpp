@@ -99,7 +99,7 @@ void gemv(const char* trans, int m, int n, T alpha, const T* a, int lda, const T
       }
     }
   } else {
-    if (unit && m64 > 0 && o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0);
+    if (unit && m64 > 0 && o == op::n) k.gemv_n(m64, n, alpha, a, lda, x0, y0, false);
     if (unit && o != op::n) k.gemv_t(m, n, alpha, a, lda, x0, y0, o == op::c);
     for (long i = 0; i < m64 && !unit; i += strip_rows) {
       const T* strip = a + i;

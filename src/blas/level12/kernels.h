@@ -52,9 +52,11 @@ struct complex_kernels {
   complex_t<R> (*dot)(long n, const complex_t<R>* x, const complex_t<R>* y, bool conjugate_x);
   void (*scal)(long n, complex_t<R> alpha, complex_t<R>* x);
   long (*iamax)(long n, const complex_t<R>* x);  // by |re| + |im|; x[0] not NaN
-  // y(0:m) += A * (alpha * x), one column per pass; unit x and y.
+  // y(0:m) += A * (alpha * x), one column per pass; unit x and y. Its lines are requested ahead
+  // when A is larger than cgemv_n_stream_bytes or `stream` says it comes from beyond the second
+  // level (a panel of a larger triangle).
   void (*gemv_n)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
-                 complex_t<R>* y);
+                 complex_t<R>* y, bool stream);
   // y(0:n) += alpha * op(A)' * x with op conjugating when `conjugate_a`; unit x and y.
   void (*gemv_t)(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
                  complex_t<R>* y, bool conjugate_a);

@@ -38,14 +38,15 @@ inline void cgemv_n_block(long n, const complex_t<R>* t, const complex_t<R>* a, 
 }
 
 template <class R>
-void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y) {
+void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y,
+             bool stream_hint) {
   constexpr int w = W<R>;
   constexpr int B = cgemv_n_register_vectors<R>(vector_bytes);
   constexpr long chunk = cgemv_n_column_chunk<R>;
   const long len = 2 * m;
   R* yr = &y->real;
   complex_t<R> t[chunk];
-  const bool stream = (double)m * n * sizeof(complex_t<R>) > (double)cgemv_n_stream_bytes;
+  const bool stream = stream_hint || (double)m * n * sizeof(complex_t<R>) > (double)cgemv_n_stream_bytes;
   for (long jc = 0; jc < n; jc += chunk) {
     const long jn = std::min(chunk, n - jc);
     for (long j = 0; j < jn; ++j) t[j] = alpha * x[jc + j];
@@ -337,7 +338,7 @@ void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, lon
 
 #define ZVX_CGEMV(R)                                                                               \
   template void cgemv_n<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
-                           complex_t<R>*);                                                         \
+                           complex_t<R>*, bool);                                                         \
   template void cgemv_rest_n<R>(long, long, complex_t<R>, const complex_t<R>*, long,               \
                                 const complex_t<R>*, complex_t<R>*);                               \
   template void cgemv_t<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \

@@ -42,7 +42,7 @@ template <class T> void column_dots(long m, long n, T alpha, const T* a, long ld
 template <class T> void band_dots(long cols, long len, const T* a, long lda, const T* x, T* out);
 template <class R>
 void cgemv_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
-             complex_t<R>* y);
+             complex_t<R>* y, bool stream);
 template <class R>
 void cgemv_rest_n(long m, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x,
                   complex_t<R>* y);

@@ -222,6 +222,25 @@ void transposed_panel(op o, long len, long b, T alpha, const T* a, int lda, T* x
           part(x0, to, b, incx), incx);
 }
 
+// x(to : to + len) += alpha * A(len x b panel) * x(from : from + b), not transposed. Complex with
+// a contiguous x: the strips and the rows after them straight on the kernels, the same calls the
+// gemv frame makes, with `stream` (the triangle is beyond the second-level cache) asking for the
+// lines ahead even where the panel alone is small: ztrmv and ztrsv N at 400 and 700 took 0.84-0.91
+// of the peer's time against 0.92-0.98 with the panels' own bound.
+template <class T>
+void panel_n(long len, long b, T alpha, const T* a, int lda, T* x0, long from, long to, int incx, bool stream) {
+  if constexpr (is_complex<T>) {
+    if (incx == 1) {
+      const long m64 = len / strip_rows * strip_rows;
+      const auto& k = kernels_for<T>();
+      if (m64 > 0) k.gemv_n(m64, b, alpha, a, lda, x0 + from, x0 + to, stream);
+      if (len > m64) k.gemv_rest_n(len - m64, b, alpha, a + m64, lda, x0 + from, x0 + to + m64);
+      return;
+    }
+  }
+  gemv<T>("N", (int)len, (int)b, alpha, a, lda, part(x0, from, b, incx), incx, from_real<T>(1), part(x0, to, len, incx), incx);
+}
+
 template <class T>
 void trmv(const char* uplo, const char* trans, const char* diag, int n, const T* a, int lda, T* x, int incx) {
   if (n <= 0) return;
@@ -242,7 +261,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
     for (long j = 0; j < n; j += step) {
       const long b = std::min<long>(step, n - j);
       if (o == op::n) {  // upper: panel above the block, then the block
-        if (j > 0) gemv<T>("N", (int)j, (int)b, one, a + j * ld, lda, part(x0, j, b, incx), incx, one, part(x0, 0, j, incx), incx);
+        if (j > 0) panel_n<T>(j, b, one, a + j * ld, lda, x0, j, 0, incx, stream);
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
       } else {  // lower transposed: the block, then the panel under it
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
@@ -254,7 +273,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, int n, const T*
     for (long j2 = n; j2 > 0; j2 -= step) {
       const long b = std::min<long>(step, j2), j = j2 - b;
       if (o == op::n) {  // lower: panel under the block, then the block
-        if (j2 < n) gemv<T>("N", (int)(n - j2), (int)b, one, a + j2 + j * ld, lda, part(x0, j, b, incx), incx, one, part(x0, j2, n - j2, incx), incx);
+        if (j2 < n) panel_n<T>(n - j2, b, one, a + j2 + j * ld, lda, x0, j, j2, incx, stream);
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
       } else {  // upper transposed: the block, then the panel above it
         trmv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
@@ -293,10 +312,10 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
     if (o == op::n) {
       trsv_block_kernel<T>(upper, o, nonunit, b, blk(j), ld, x0 + j * incx, incx);
       if (upper) {
-        if (j > 0) gemv<T>("N", (int)j, (int)b, minus_one, a + j * ld, lda, part(x0, j, b, incx), incx, one, part(x0, 0, j, incx), incx);
+        if (j > 0) panel_n<T>(j, b, minus_one, a + j * ld, lda, x0, j, 0, incx, stream);
       } else {
         const long below = n - j - b;
-        if (below > 0) gemv<T>("N", (int)below, (int)b, minus_one, a + (j + b) + j * ld, lda, part(x0, j, b, incx), incx, one, part(x0, j + b, below, incx), incx);
+        if (below > 0) panel_n<T>(below, b, minus_one, a + (j + b) + j * ld, lda, x0, j, j + b, incx, stream);
       }
     } else {
       if (upper) {
