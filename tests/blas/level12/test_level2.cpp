@@ -424,10 +424,11 @@ TEST(Triangular, FullBandPackedAllTypes) {
   }
 }
 
-// Transposed multiply and solve on triangles past column_stream_bytes, whose panels ask
-// for their lines ahead while they take their dots: the smallest such order plus a few rows (so
-// the last panels end in a short strip and a partial group of columns), every form with a
-// transposed panel, against long double sums read straight from the storage. The other triangle
+// Multiply and solve on triangles past column_stream_bytes, whose panels ask for their lines
+// ahead (the transposed panels as they take their dots, the complex not transposed ones however
+// small they are): the smallest such order plus a few rows (so the last panels end in a short
+// strip and a partial group of columns), every form, against long double sums read straight from
+// the storage. The other triangle
 // holds NaN, so a read or request that strays into it shows in the result.
 template <class T> void check_streaming_triangles() {
   SCOPED_TRACE(info<T>::name);
@@ -443,19 +444,24 @@ template <class T> void check_streaming_triangles() {
         else e = i == j ? make<T>(L(random_value<T>()) + lc(2, 0)) : make<T>(L(random_value<T>()) / (long double)(n + 1));
       }
     auto A = [&](int i, int j) { return L(a[i + (size_t)j * lda]); };
+    for (const char trans : {'T', 'N'})
     for (const char diag : {'N', 'U'}) {
-      SCOPED_TRACE(::testing::Message() << "n " << n << " " << uplo << "T" << diag);
+      SCOPED_TRACE(::testing::Message() << "n " << n << " " << uplo << trans << diag);
       const bool unit = diag == 'U';
       const auto x = random_vector<T>(n);
-      // Row i of the transposed triangle is column i of the stored one.
+      // Row i of the transposed triangle is column i of the stored one; not transposed, row i.
       auto row_dot = [&](int i, const std::vector<T>& v) {
         lc s = unit ? L(v[i]) : A(i, i) * L(v[i]);
-        const int from = uplo == 'U' ? 0 : i + 1, to = uplo == 'U' ? i : n;
-        for (int k = from; k < to; ++k) s += A(k, i) * L(v[k]);
+        if (trans == 'T') {
+          const int from = uplo == 'U' ? 0 : i + 1, to = uplo == 'U' ? i : n;
+          for (int k = from; k < to; ++k) s += A(k, i) * L(v[k]);
+        } else {
+          const int from = uplo == 'U' ? i + 1 : 0, to = uplo == 'U' ? n : i;
+          for (int k = from; k < to; ++k) s += A(i, k) * L(v[k]);
+        }
         return s;
       };
       const int incx = 1, ld = lda;
-      const char trans = 'T';
       auto x1 = x;
       l2<T>::trmv(&uplo, &trans, &diag, &n, a.data(), &ld, x1.data(), &incx);
       for (int i = 0; i < n; ++i) ASSERT_TRUE(close<T>(L(x1[i]), row_dot(i, x), 4, 16)) << "multiply row " << i;
@@ -466,7 +472,7 @@ template <class T> void check_streaming_triangles() {
   }
 }
 
-TEST(Triangular, TransposedPanelsBeyondTheSecondLevel) {
+TEST(Triangular, PanelsBeyondTheSecondLevel) {
   check_streaming_triangles<float>();
   check_streaming_triangles<double>();
   check_streaming_triangles<zvx_complex8>();
