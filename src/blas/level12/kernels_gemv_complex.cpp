@@ -238,9 +238,6 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
   V<R> yv[groups];
   for (int g = 0; g < groups; ++g) yv[g] = g + 1 < groups || last_lanes == w ? ld(yr + g * w) : ld_part(yr + g * w, last_lanes);
   const R* xr = &x->real;
-  const long ld1 = lda * (long)sizeof(complex_t<R>), ld3 = 3 * ld1;
-  const char* base[bases];
-  for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
   auto add = [&](const std::array<V<R>, groups>& s) {
     for (int g = 0; g < groups; ++g) {
       const V<R> product = vfma(ai, swap_pairs<R>(s[g]), ar * s[g]);
@@ -266,7 +263,7 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
           __builtin_prefetch(reinterpret_cast<const char*>(col[k] + 2 * i0) + gemv_prefetch_bytes, 0, 0);
       }
       V<R> sums[groups * w];
-      for (int v = 0; v < groups * w; ++v) sums[v] = V<R>{};
+      set_zero<R>(sums);
       cgemv_t_rows<R, C, stream>(col, xr, 2 * i0, 2 * std::min<long>(m, i0 + strip_rows), p_sign, q_sign, sums);
       add(cgemv_t_reduce<R>(sums, seq{}));
     }
@@ -276,6 +273,9 @@ __attribute__((noinline)) void cgemv_t_columns(long m, complex_t<R> alpha, const
     add(cgemv_t_reduce<R>(acc, seq{}));
   } else {
     // Whole columns in the second-level cache: the unrolled strips, the sums kept across them.
+    const long ld1 = lda * (long)sizeof(complex_t<R>), ld3 = 3 * ld1;
+    const char* base[bases];
+    for (int b = 0; b < bases; ++b) base[b] = reinterpret_cast<const char*>(a + 4 * b * lda);
     V<R> acc[groups * w] = {};
     long i0 = 0;
     for (; i0 + strip_rows <= m; i0 += strip_rows) {
@@ -338,7 +338,7 @@ void ccolumn_dots(long m, long n, complex_t<R> alpha, const complex_t<R>* a, lon
 
 #define ZVX_CGEMV(R)                                                                               \
   template void cgemv_n<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \
-                           complex_t<R>*, bool);                                                         \
+                           complex_t<R>*, bool);                                                   \
   template void cgemv_rest_n<R>(long, long, complex_t<R>, const complex_t<R>*, long,               \
                                 const complex_t<R>*, complex_t<R>*);                               \
   template void cgemv_t<R>(long, long, complex_t<R>, const complex_t<R>*, long, const complex_t<R>*, \

@@ -73,8 +73,8 @@ template <class T> bool scale_y(long leny, T alpha, T beta, T* y0, long incy) {
 // in the dots).
 template <class T, bool hermitian, class S>
 void sym_multiply(const S& A, long n, T alpha, const T* x, long incx, T beta, T* y, long incy) {
-  if (n > 0) request_store(A);
   if (n <= 0 || (is_zero(alpha) && is_one(beta))) return;
+  request_store(A);
   const T* x0 = x + start_of((int)n, (int)incx);
   T* y0 = y + start_of((int)n, (int)incy);
   if (!scale_y(n, alpha, beta, y0, incy)) return;
@@ -327,7 +327,7 @@ template <class T>
 void gbmv(const char* trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x,
           int incx, T beta, T* y, int incy) {
   if (m == 0 || n == 0 || (is_zero(alpha) && is_one(beta))) return;
-  if (m > 0) request_matrix(a, kl + ku + 1, n, lda);
+  request_matrix(a, kl + ku + 1, n, lda);
   const op o = read_triangular_op<T>(trans);
   const long leny = o == op::n ? m : n, lenx = o == op::n ? n : m;
   const T* x0 = x + start_of((int)lenx, incx);
