@@ -13,6 +13,7 @@
 #pragma once
 #include <cstdint>
 
+#include "dft/dft_tuning.h"
 #include "dft/large_engine.h"
 #include "dft/vectors_scalar.h"
 
@@ -203,6 +204,12 @@ void leaf_vector(typename V::real* x, int lg, const large_table* t) {
   }
 }
 
+// Lines [p, p + bytes) into the second-level cache.
+inline void request_lines(const void* p, long bytes) {
+  for (long at = 0; at < bytes; at += 64)
+    __builtin_prefetch(static_cast<const char*>(p) + at, 0, 2);
+}
+
 // One column pass over a block: gather `chunk` columns of the R rows into a buffer, transform the
 // columns there (radix-4 steps, one radix-2 step first when the level count is odd, roots
 // broadcast since a step's root depends on the row only), and write them back multiplied by the
@@ -265,12 +272,18 @@ void column_pass(typename V::real* x, const large_column_plan* plan, const large
     }
   };
   const bool odd = (p & 1) != 0;
+  // A long line comes from far in every pass: the rows of a later chunk are requested while this
+  // one is gathered (see kLargeColumnAhead).
+  const bool far =
+      (2L * static_cast<long>(sizeof(T)) << t->log2_length) > tuning::kLargeColumnAheadBytes;
   for (long h = first; h < last; ++h) {
     const long j0 = h * C;
     // In: row 0 as it is, the others (backward) times the conjugate twiddles.
+    const bool ahead = far && h + tuning::kLargeColumnAhead < last;
     for (long r = 0; r < rows; ++r) {
       const T* src = x + 2 * (r * S + j0);
       T* dst = buf + 2 * C * r;
+      if (ahead) request_lines(src + 2 * C * tuning::kLargeColumnAhead, 2 * C * sizeof(T));
       if (Inv && r != 0) {
         const T* cw = coarse + 2 * (r * chunks + h);
         const T* fw = fine + 2 * r * C;
