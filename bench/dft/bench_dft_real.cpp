@@ -188,8 +188,12 @@ void real_transform_table(const zvx_bench::options& opt) {
             "complex values, one thread, against FFTW r2c/c2r";
   t.columns = {"precision", "n", "direction", "ours GFLOP/s", "FFTW GFLOP/s",
                "ratio ours/FFTW (least CPU time)", "result difference"};
+  // The plot: forward lines of powers of two, both libraries, both precisions.
+  std::vector<zvx_bench::series> curves;
   auto run_precision = [&](auto tag) {
     using R = decltype(tag);
+    zvx_bench::series ours{std::string("ours, ") + fftw_of<R>::name, {}, {}};
+    zvx_bench::series peer{std::string("FFTW, ") + fftw_of<R>::name, {}, {}};
     for (const auto& n : shapes)
       for (bool forward : {true, false}) {
         const real_row r = run_real_row<R>(n, forward);
@@ -208,10 +212,22 @@ void real_transform_table(const zvx_bench::options& opt) {
                     fftw_of<R>::name, label.c_str(), forward ? "forward" : "backward", r.ours,
                     r.peer, r.ours / r.peer, r.difference);
         std::fflush(stdout);
+        if (forward && n.size() == 1 && (n[0] & (n[0] - 1)) == 0) {
+          ours.x.push_back(n[0]);
+          ours.y.push_back(f / r.ours * 1e-9);
+          peer.x.push_back(n[0]);
+          peer.y.push_back(f / r.peer * 1e-9);
+        }
       }
+    curves.push_back(ours);
+    curves.push_back(peer);
   };
   run_precision(double{});
   run_precision(float{});
+  const std::string plot =
+      zvx_bench::plot_png(opt, "dft_real.png", "Real forward transforms, one thread", "n",
+                          "GFLOP/s (2.5 n log2 n / t)", curves, true);
+  if (!plot.empty()) t.notes.push_back("![speed of real forward transforms](" + plot + ")");
   t.notes.push_back(
       "FFTW " + std::string(fftw_version) +
       ", r2c and c2r plans made with FFTW_MEASURE before timing (c2r may overwrite its input, "
