@@ -68,6 +68,8 @@ struct complex_kernels {
                       complex_t<R>* y);
   // Hermitian multiply sweep, unit increments, y already scaled by beta: y += alpha * A * x.
   void (*hemv)(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y);
+  // x(0:b) := A(0:b, 0:b) x(0:b) for a diagonal block of b <= trmv_block rows, contiguous x.
+  void (*trmv_n_block)(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x);
 };
 
 struct kernel_set {

@@ -56,11 +56,6 @@ void trmv_t_block_scalar(bool upper, op o, bool nonunit, long b, const T* a, lon
   for (; i0 < b; ++i0) rows.template operator()<1>(i0);
 }
 
-// The axpy kernel of the table on a unit-stride segment: y += alpha x.
-template <class T> inline void segment_axpy(long len, T alpha, const T* col, T* y) {
-  if (len > 0) kernels_for<T>().axpy(len, alpha, col, y);
-}
-
 // Complex transposed blocks by halves: each half's triangle first (multiply) or in the order of
 // the solve, and the rectangle between the halves as one call of the transposed gemv kernel, down
 // to triangles of triangular_leaf rows done by scalar dots. One dot call per row took 1.4 times the
@@ -133,12 +128,11 @@ void solve_n_block(bool upper, long b, const T* a, long lda, T* xs, const T* inv
   }
 }
 
-// Complex blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b), x copied to a contiguous buffer.
-// Not transposed, the products are taken a column at a time as vector axpys into sums kept apart
-// from x until the end: the walk goes down the columns in memory order, and each sum still takes
-// its terms in the order of the row. Transposed, each row's product is the dot of a column
-// segment with the x of before the call. Both run on the table's vector kernels: the scalar loops
-// they replace took 1.1-1.5 times the peer's time for double complex at orders 32 to 700.
+// Complex blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b). Not transposed, the table's block kernel
+// keeps the rows' sums in vectors while the columns go past in memory order, each sum taking its
+// terms in the order of the row. Transposed, on a contiguous copy of x, each row's product is the
+// dot of a column segment with the x of before the call, on the table's gemv kernels. The scalar
+// loops these replace took 1.1-1.5 times the peer's time for double complex at orders 32 to 700.
 template <class T>
 void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   if constexpr (!is_complex<T>) {
@@ -154,19 +148,18 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
     }
     return trmv_t_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
   }
-  auto A = [&](long i, long j) { return a_op(a[i + j * lda], o); };
+  if (o == op::n) {
+    if (inc == 1) return kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, x);
+    T xs[trmv_block];
+    for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
+    kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, xs);
+    for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
+    return;
+  }
+  if (b <= 0) return;
   T xs[trmv_block], s[trmv_block];
   for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
-  if (o == op::n) {
-    for (long i = 0; i < b; ++i) s[i] = nonunit ? A(i, i) * xs[i] : xs[i];
-    for (long k = 0; k < b; ++k) {
-      const T* col = a + k * lda;
-      if (upper) segment_axpy<T>(k, xs[k], col, s);
-      else segment_axpy<T>(b - k - 1, xs[k], col + k + 1, s + k + 1);
-    }
-  } else {
-    transposed_block<T>(false, upper, o, nonunit, b, a, lda, xs, s, nullptr);
-  }
+  transposed_block<T>(false, upper, o, nonunit, b, a, lda, xs, s, nullptr);
   for (long i = 0; i < b; ++i) x[i * inc] = s[i];
 }
 
@@ -293,7 +286,7 @@ void trsv(const char* uplo, const char* trans, const char* diag, int n, const T*
   request_matrix(a, n, n, lda);
   T* x0 = x + start_of(n, incx);
   const long ld = lda;
-  const T one = from_real<T>(1), minus_one = from_real<T>(-1);
+  const T minus_one = from_real<T>(-1);
   auto blk = [&](long j) { return a + j + j * ld; };
   const long nb = n / trsv_block, r = n - nb * trsv_block;
   // Top-down order: full blocks first, the remainder block at the bottom; bottom-up order: full
