@@ -70,6 +70,10 @@ struct complex_kernels {
   void (*hemv)(bool upper, long n, complex_t<R> alpha, const complex_t<R>* a, long lda, const complex_t<R>* x, complex_t<R>* y);
   // x(0:b) := A(0:b, 0:b) x(0:b) for a diagonal block of b <= trmv_block rows, contiguous x.
   void (*trmv_n_block)(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x);
+  // Solve A(0:b, 0:b) x = x for a diagonal block of b <= trsv_block rows, contiguous x, each
+  // unknown multiplied by inv, the reciprocal of its diagonal element (nonunit).
+  void (*trsv_n_block)(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x,
+                       const complex_t<R>* inv);
 };
 
 struct kernel_set {

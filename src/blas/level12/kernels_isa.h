@@ -69,6 +69,9 @@ template <class T>
 void trmv_diagonal_block(bool upper, bool nonunit, long b, const T* a, long lda, T* x);
 template <class R>
 void ctrmv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x);
+template <class R>
+void ctrsv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x,
+                          const complex_t<R>* inv);
 
 // Vectors set to zero one by one: an array of vectors initialized with `= {}` (or zeroed in a
 // plain loop) may become a string store on the stack (rep stos), some 30 cycles of start-up

@@ -50,9 +50,9 @@ constexpr kernel_set table = {
      iamax<double>, gemv_n<double>, ZVX_DGEMV_T, column_dots<double>, band_dots<double>, symv<double>, trsv_diagonal_block<double>,
      trmv_transposed_diagonal_block<double>, trmv_diagonal_block<double>},
     {caxpy<float>, cdot<float>, cscal<float>, ciamax<float>, cgemv_n<float>, cgemv_t<float>, ccolumn_dots<float>, cgemv_rest_n<float>,
-     hemv<float>, ctrmv_diagonal_block<float>},
+     hemv<float>, ctrmv_diagonal_block<float>, ctrsv_diagonal_block<float>},
     {caxpy<double>, cdot<double>, cscal<double>, ciamax<double>, cgemv_n<double>, cgemv_t<double>, ccolumn_dots<double>, cgemv_rest_n<double>,
-     hemv<double>, ctrmv_diagonal_block<double>},
+     hemv<double>, ctrmv_diagonal_block<double>, ctrsv_diagonal_block<double>},
 };
 #undef ZVX_SGEMV_T
 #undef ZVX_DGEMV_T

@@ -321,8 +321,67 @@ void ctrmv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* 
   for (long i = 0; i < b; ++i) x[i] = s[i];
 }
 
+// Solve A(0:b, 0:b) x = x for a complex diagonal block of b <= trsv_block rows, not transposed,
+// on a contiguous x, in groups of the rows of one vector: the unknowns of a group are found one
+// after another by scalar substitution (each times the reciprocal of its diagonal element, `inv`,
+// which the caller forms ahead), then the rows still to solve take what they owe to the group with
+// vectors, a column of the group at a time. Lower goes from the top down, upper from the bottom up.
+// It replaces a halving of the block down to scalar leaves with a gemv call for each rectangle
+// between halves: ctrsv UN/LN, both builds and the peer alternating in one process, two runs,
+// orders 32 to 250 0.55-0.74 of the peer's time against 0.60-0.80, 700 0.98-1.03 against
+// 1.00-1.07; ztrsv, whose groups are of four rows, within the noise of before at every order.
+template <class R>
+void ctrsv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x,
+                          const complex_t<R>* inv) {
+  constexpr int w = W<R>;
+  constexpr int per = w / 2;  // complex elements a vector
+  constexpr long cap = (trsv_block + per - 1) / per * per;
+  alignas(64) complex_t<R> xs[cap];
+  for (long i = 0; i < b; ++i) xs[i] = x[i];
+  for (long i = b; i < cap; ++i) xs[i] = complex_t<R>{};
+  const long groups = (b + per - 1) / per;
+  const V<R> sign = alternating_sign<R>();
+  for (long step = 0; step < groups; ++step) {
+    const long g = upper ? groups - 1 - step : step;
+    const long g0 = g * per, g1 = std::min(b, g0 + per);
+    // The group's unknowns, in the order of dependence.
+    for (long q = 0; q < g1 - g0; ++q) {
+      const long j = upper ? g1 - 1 - q : g0 + q;
+      const complex_t<R> t = nonunit ? xs[j] * inv[j] : xs[j];
+      xs[j] = t;
+      const complex_t<R>* col = a + j * lda;
+      if (upper)
+        for (long i = g0; i < j; ++i) xs[i] = xs[i] - t * col[i];
+      else
+        for (long i = j + 1; i < g1; ++i) xs[i] = xs[i] - t * col[i];
+    }
+    // The rows left to solve: above the group (upper) or below it (lower), in whole vectors but
+    // for the block's last one, whose rows beyond b are not the block's.
+    const long r0 = upper ? 0 : g1, r1 = upper ? g0 : b;
+    if (r0 >= r1) continue;
+    for (long v0 = r0; v0 < r1; v0 += per) {
+      const long count = std::min<long>(per, r1 - v0);
+      R* sums = &xs[v0].real;
+      V<R> acc = count == per ? ld(sums) : ld_part(sums, 2 * count);
+      for (long j = g0; j < g1; ++j) {
+        const V<R> tr = bc(-xs[j].real), ti = bc(-xs[j].imag) * sign;
+        const R* col = &a[v0 + j * lda].real;
+        const V<R> c = count == per ? ld(col) : ld_part(col, 2 * count);
+        acc = vfma(ti, swap_pairs<R>(c), vfma(tr, c, acc));
+      }
+      if (count == per) st(sums, acc);
+      else st_part(sums, acc, 2 * count);
+    }
+  }
+  for (long i = 0; i < b; ++i) x[i] = xs[i];
+}
+
 template void trmv_diagonal_block<float>(bool, bool, long, const float*, long, float*);
 template void trmv_diagonal_block<double>(bool, bool, long, const double*, long, double*);
+template void ctrsv_diagonal_block<float>(bool, bool, long, const complex_t<float>*, long, complex_t<float>*,
+                                          const complex_t<float>*);
+template void ctrsv_diagonal_block<double>(bool, bool, long, const complex_t<double>*, long, complex_t<double>*,
+                                           const complex_t<double>*);
 template void ctrmv_diagonal_block<float>(bool, bool, long, const complex_t<float>*, long, complex_t<float>*);
 template void ctrmv_diagonal_block<double>(bool, bool, long, const complex_t<double>*, long, complex_t<double>*);
 template void trsv_diagonal_block<float>(bool, bool, bool, long, const float*, long, float*);

@@ -98,36 +98,6 @@ void transposed_block(bool solve, bool upper, op o, bool nonunit, long b, const 
   }
 }
 
-// Complex not transposed solve by halves in place on xs: the half the other depends on first,
-// the rectangle between them as one call of the gemv kernel for short row counts (its sums stay in
-// registers across the columns), down to triangles of triangular_leaf rows solved by scalar
-// column sweeps. An axpy call per column measured 1.25 times the peer's time at order 32: each
-// step read back as a scalar what the previous call's masked tail had just stored.
-template <class T>
-void solve_n_block(bool upper, long b, const T* a, long lda, T* xs, const T* inv) {
-  if (b <= triangular_leaf) {
-    for (long q = 0; q < b; ++q) {
-      const long j = upper ? b - 1 - q : q;
-      const T t = xs[j] * inv[j];
-      xs[j] = t;
-      for (long i = upper ? 0 : j + 1, end = upper ? j : b; i < end; ++i) xs[i] -= t * a[i + j * lda];
-    }
-    return;
-  }
-  const long h = b / 2;
-  const T minus_one = from_real<T>(-1);
-  const auto& k = kernels_for<T>();
-  if (upper) {
-    solve_n_block<T>(upper, b - h, a + h + h * lda, lda, xs + h, inv + h);
-    k.gemv_rest_n(h, b - h, minus_one, a + h * lda, lda, xs + h, xs);
-    solve_n_block<T>(upper, h, a, lda, xs, inv);
-  } else {
-    solve_n_block<T>(upper, h, a, lda, xs, inv);
-    k.gemv_rest_n(b - h, h, minus_one, a + h, lda, xs, xs + h);
-    solve_n_block<T>(upper, b - h, a + h + h * lda, lda, xs + h, inv + h);
-  }
-}
-
 // Complex blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b). Not transposed, the table's block kernel
 // keeps the rows' sums in vectors while the columns go past in memory order, each sum taking its
 // terms in the order of the row. Transposed, on a contiguous copy of x, each row's product is the
@@ -183,7 +153,7 @@ void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
       xs[i] = x[i * inc];
       inv[i] = nonunit ? reciprocal(a_op(a[i + i * lda], o)) : from_real<T>(1);
     }
-    if (o == op::n) solve_n_block<T>(upper, b, a, lda, xs, inv);
+    if (o == op::n) kernels_for<T>().trsv_n_block(upper, nonunit, b, a, lda, xs, inv);
     else transposed_block<T>(true, upper, o, nonunit, b, a, lda, xs, xs, inv);
     for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
   }
