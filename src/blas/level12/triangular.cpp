@@ -74,7 +74,7 @@ void transposed_block(bool solve, bool upper, op o, bool nonunit, long b, const 
         for (long k = 0; k < i; ++k) t += A(k, i) * xs[k];
       else
         for (long k = i + 1; k < b; ++k) t += A(k, i) * xs[k];
-      if (solve) s[i] = (s[i] - t) * inv[i];
+      if (solve) s[i] = nonunit ? (s[i] - t) * inv[i] : s[i] - t;
       else s[i] = (nonunit ? A(i, i) * xs[i] : xs[i]) + t;
     }
     return;

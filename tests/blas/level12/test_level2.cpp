@@ -516,6 +516,42 @@ TEST(Triangular, RealBlocksDivideAtExtremeDiagonals) {
   check_extreme_diagonals<double>();
 }
 
+// A unit diagonal is not multiplied or divided by: an infinite unknown solved last keeps its
+// infinite real part and its zero imaginary part less the finite terms of the others, where a
+// product with (1, 0) would make the imaginary part inf * 0, NaN. Full storage (the blocked
+// solves, both sides of a block boundary), band and packed; every uplo and trans letter.
+template <class T> void check_unit_diagonal_infinity() {
+  SCOPED_TRACE(info<T>::name);
+  const R_t<T> inf = std::numeric_limits<R_t<T>>::infinity();
+  for (storage_kind kind : {storage_kind::full, storage_kind::band, storage_kind::packed})
+    for (int n : {1, 5, zvx::blas12::trsv_block + 3})
+      for (char uplo : {'U', 'L'})
+        for (char trans : {'N', 'T', 'C'}) {
+          SCOPED_TRACE(::testing::Message() << (int)kind << " n " << n << " " << uplo << trans);
+          const char diag = 'U';
+          const int k = 2, lda = kind == storage_kind::band ? k + 2 : n + 2, incx = 1;
+          dense M(n, n);
+          auto a = make_triangle<T>(kind, uplo == 'U', true, n, k, lda, M);
+          auto x = random_vector<T>(storage(n, incx));
+          // Solved last: the bottom row when the solve goes down (lower N, upper T/C).
+          const bool down = (uplo == 'L') == (trans == 'N');
+          const int last = down ? n - 1 : 0;
+          x[last] = make<T>(lc(inf, 0));
+          if (kind == storage_kind::full) l2<T>::trsv(&uplo, &trans, &diag, &n, a.data(), &lda, x.data(), &incx);
+          else if (kind == storage_kind::band) l2<T>::tbsv(&uplo, &trans, &diag, &n, &k, a.data(), &lda, x.data(), &incx);
+          else l2<T>::tpsv(&uplo, &trans, &diag, &n, a.data(), x.data(), &incx);
+          EXPECT_EQ(L(x[last]).real(), (long double)inf);
+          EXPECT_TRUE(std::isfinite(L(x[last]).imag()));
+          for (int i = 0; i < n; ++i)
+            if (i != last) EXPECT_TRUE(std::isfinite(L(x[i]).real()) && std::isfinite(L(x[i]).imag())) << i;
+        }
+}
+
+TEST(Triangular, UnitDiagonalKeepsAnInfiniteUnknownComplex) {
+  check_unit_diagonal_infinity<zvx_complex8>();
+  check_unit_diagonal_infinity<zvx_complex16>();
+}
+
 // Transposed band multiplies with unit increment take the dots of the full-length columns in
 // groups: band widths below, at and above the vector widths (4, 8, 16 lanes) and their doubles,
 // orders that leave a partial last group after whole ones, and columns shorter than the band at
