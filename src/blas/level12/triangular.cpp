@@ -98,26 +98,15 @@ void transposed_block(bool solve, bool upper, op o, bool nonunit, long b, const 
   }
 }
 
-// Complex blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b). Not transposed, the table's block kernel
+// Diagonal blocks: x(0:b) := op(A(0:b, 0:b)) * x(0:b). Not transposed, the table's block kernel
 // keeps the rows' sums in vectors while the columns go past in memory order, each sum taking its
-// terms in the order of the row. Transposed, on a contiguous copy of x, each row's product is the
-// dot of a column segment with the x of before the call, on the table's gemv kernels. The scalar
-// loops these replace took 1.1-1.5 times the peer's time for double complex at orders 32 to 700.
+// terms in the order of the row (on a contiguous copy of x where x has a stride). Transposed, real
+// blocks go to the table's dots kernel when small and unit-stride, else to scalar dots; complex
+// ones, on a contiguous copy of x, take each row's product as the dot of a column segment with the
+// x of before the call, on the table's gemv kernels. The scalar loops these replace took 1.1-1.5
+// times the peer's time for double complex at orders 32 to 700.
 template <class T>
 void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
-  if constexpr (!is_complex<T>) {
-    if (o != op::n && inc == 1 && b <= trmv_transposed_block)
-      return kernels_for<T>().trmv_t_block(upper, nonunit, b, a, lda, x);
-    if (o == op::n) {
-      if (inc == 1) return kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, x);
-      T xs[trmv_block];
-      for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
-      kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, xs);
-      for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
-      return;
-    }
-    return trmv_t_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
-  }
   if (o == op::n) {
     if (inc == 1) return kernels_for<T>().trmv_n_block(upper, nonunit, b, a, lda, x);
     T xs[trmv_block];
@@ -126,6 +115,10 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
     for (long i = 0; i < b; ++i) x[i * inc] = xs[i];
     return;
   }
+  if constexpr (!is_complex<T>) {
+    if (inc == 1 && b <= trmv_transposed_block) return kernels_for<T>().trmv_t_block(upper, nonunit, b, a, lda, x);
+    return trmv_t_block_scalar<T>(upper, o, nonunit, b, a, lda, x, inc);
+  }
   if (b <= 0) return;
   T xs[trmv_block], s[trmv_block];
   for (long i = 0; i < b; ++i) xs[i] = x[i * inc];
@@ -133,8 +126,9 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
   for (long i = 0; i < b; ++i) x[i * inc] = s[i];
 }
 
-// Complex blocks: solve op(A(0:b, 0:b)) * x = x on a contiguous copy of x by halves, each step
-// multiplying by the reciprocal of its diagonal element. The reciprocals (the library's own, whose
+// Complex blocks: solve op(A(0:b, 0:b)) * x = x on a contiguous copy of x, not transposed on the
+// table's block kernel, transposed by halves, each step multiplying by the reciprocal of its
+// diagonal element. The reciprocals (the library's own, whose
 // square in extended precision neither overflows nor underflows) don't depend on x, so they are
 // formed ahead of the sweep, off its chain of dependent steps: a division at every step put its
 // latency on that chain (solves of order 32 took 1.3-1.5 times the peer's time).
