@@ -128,10 +128,10 @@ void trmv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long 
 
 // Complex blocks: solve op(A(0:b, 0:b)) * x = x on a contiguous copy of x, not transposed on the
 // table's block kernel, transposed by halves, each step multiplying by the reciprocal of its
-// diagonal element. The reciprocals (the library's own, whose
-// square in extended precision neither overflows nor underflows) don't depend on x, so they are
-// formed ahead of the sweep, off its chain of dependent steps: a division at every step put its
-// latency on that chain (solves of order 32 took 1.3-1.5 times the peer's time).
+// diagonal element. The reciprocals (the library's own, whose square in extended precision
+// neither overflows nor underflows) don't depend on x, so they are formed ahead of the sweep, off
+// its chain of dependent steps: a division at every step put its latency on that chain (solves of
+// order 32 took 1.3-1.5 times the peer's time).
 template <class T>
 void trsv_block_kernel(bool upper, op o, bool nonunit, long b, const T* a, long lda, T* x, long inc) {
   if constexpr (!is_complex<T>) {

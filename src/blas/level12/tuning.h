@@ -209,7 +209,7 @@ template <class T> constexpr long gemv_t_stream_bytes = sizeof(T) == 4 ? 8L << 2
 // 0.76-0.77 and 0.59-0.68 of the peer's time against 0.97-1.01, 0.95-0.97, 0.83-0.87 and
 // 0.63-0.73; 1 KiB ahead 0.88-0.98, 0.86-0.95, 0.72 and 0.59-0.68, 2 KiB 0.94-1.11 at 700.
 constexpr long gemv_n_stream_ahead_bytes = 512;
-// Complex blocks of the triangular multiply (transposed) and solve are halved down to triangles of
+// Complex transposed blocks of the triangular multiply and solve are halved down to triangles of
 // this many rows, which scalar loops take, the rectangles between halves going to the gemv
 // kernels: order 32 went from 1.25-1.45 of the peer's time (a vector kernel call per row or
 // column) to 0.7-0.85. Eight rows keep a leaf to a few dozen products.
