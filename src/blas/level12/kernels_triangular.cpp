@@ -325,12 +325,15 @@ void ctrmv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* 
 // on a contiguous x, in groups of the rows of one vector: the unknowns of a group are found one
 // after another by scalar substitution (each times the reciprocal of its diagonal element, `inv`,
 // which the caller forms ahead), then the rows still to solve take what they owe to the group with
-// vectors, a column of the group at a time. Lower goes from the top down, upper from the bottom up.
+// vectors, the group's columns going to two sums (even and odd), which halves the chain of
+// dependent additions the next group waits on. Lower goes from the top down, upper from the
+// bottom up.
 // It replaces a halving of the block down to scalar leaves with a gemv call for each rectangle
 // between halves: ctrsv UN/LN, both builds and the peer alternating in one process, two runs,
 // orders 32 to 250 0.55-0.74 of the peer's time against 0.60-0.80, 700 0.98-1.03 against
-// 1.00-1.07; ztrsv, whose groups are of four rows, 0.95-1.05 times its former time (upper
-// faster, lower slower, at orders 32 to 100; the same from 250 up).
+// 1.00-1.07; ztrsv, whose groups are of four rows, upper 0.77-0.80 against 0.85-0.88 at orders
+// 32 to 100, lower 0.69-0.80 against 0.67-0.73, from 250 up the same as before (one sum a
+// vector instead of two: upper 0.81-0.89, lower the same).
 template <class R>
 void ctrsv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* a, long lda, complex_t<R>* x,
                           const complex_t<R>* inv) {
@@ -364,12 +367,25 @@ void ctrsv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* 
       const long count = std::min<long>(per, r1 - v0);
       R* sums = &xs[v0].real;
       V<R> acc = count == per ? ld(sums) : ld_part(sums, 2 * count);
-      for (long j = g0; j < g1; ++j) {
+      V<R> other = V<R>{};
+      long j = g0;
+      for (; j + 1 < g1; j += 2) {
+        const V<R> tr0 = bc(-xs[j].real), ti0 = bc(-xs[j].imag) * sign;
+        const V<R> tr1 = bc(-xs[j + 1].real), ti1 = bc(-xs[j + 1].imag) * sign;
+        const R* col0 = &a[v0 + j * lda].real;
+        const R* col1 = col0 + 2 * lda;
+        const V<R> c0 = count == per ? ld(col0) : ld_part(col0, 2 * count);
+        const V<R> c1 = count == per ? ld(col1) : ld_part(col1, 2 * count);
+        acc = vfma(ti0, swap_pairs<R>(c0), vfma(tr0, c0, acc));
+        other = vfma(ti1, swap_pairs<R>(c1), vfma(tr1, c1, other));
+      }
+      if (j < g1) {
         const V<R> tr = bc(-xs[j].real), ti = bc(-xs[j].imag) * sign;
         const R* col = &a[v0 + j * lda].real;
         const V<R> c = count == per ? ld(col) : ld_part(col, 2 * count);
         acc = vfma(ti, swap_pairs<R>(c), vfma(tr, c, acc));
       }
+      acc += other;
       if (count == per) st(sums, acc);
       else st_part(sums, acc, 2 * count);
     }
