@@ -292,25 +292,16 @@ void ctrmv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* 
         }
       }
     };
-    // A column that covers the whole of a full chunk, in whole vectors.
-    auto whole = [&](long k) __attribute__((always_inline)) {
-      const V<R> ar = bc(x[k].real), ai = bc(x[k].imag) * sign;
-      const R* col = &a[r0 + k * lda].real;
-#pragma GCC unroll 16
-      for (int v = 0; v < chunk_vectors; ++v) {
-        const V<R> c = ld(col + v * w);
-        acc[v] = vfma(ai, swap_pairs<R>(c), vfma(ar, c, acc[v]));
-      }
-    };
     // Every row takes its terms in the order of the columns: above the diagonal (upper), the
     // columns inside the chunk's rows first, then those right of it (only a full chunk has any);
-    // below it (lower), the columns left of the chunk first.
+    // below it (lower), the columns left of the chunk first. A column over the whole of a full
+    // chunk has its rows known at compile time: whole vectors, no masks.
     if (upper) {
       for (long k = r0 + 1; k < r1; ++k) term(k, 0, k - r0);
-      for (long k = r1; k < b; ++k) whole(k);
+      for (long k = r1; k < b; ++k) term(k, 0, chunk_rows);
     } else {
       if (r1 - r0 == chunk_rows)
-        for (long k = 0; k < r0; ++k) whole(k);
+        for (long k = 0; k < r0; ++k) term(k, 0, chunk_rows);
       else
         for (long k = 0; k < r0; ++k) term(k, 0, r1 - r0);
       for (long k = r0; k + 1 < r1; ++k) term(k, k + 1 - r0, r1 - r0);
@@ -366,25 +357,21 @@ void ctrsv_diagonal_block(bool upper, bool nonunit, long b, const complex_t<R>* 
     for (long v0 = r0; v0 < r1; v0 += per) {
       const long count = std::min<long>(per, r1 - v0);
       R* sums = &xs[v0].real;
+      // A sum plus column j's term, -xs(j) times the column's rows.
+      auto owe = [&](long j, V<R> sum) __attribute__((always_inline)) {
+        const V<R> tr = bc(-xs[j].real), ti = bc(-xs[j].imag) * sign;
+        const R* col = &a[v0 + j * lda].real;
+        const V<R> c = count == per ? ld(col) : ld_part(col, 2 * count);
+        return vfma(ti, swap_pairs<R>(c), vfma(tr, c, sum));
+      };
       V<R> acc = count == per ? ld(sums) : ld_part(sums, 2 * count);
       V<R> other = V<R>{};
       long j = g0;
       for (; j + 1 < g1; j += 2) {
-        const V<R> tr0 = bc(-xs[j].real), ti0 = bc(-xs[j].imag) * sign;
-        const V<R> tr1 = bc(-xs[j + 1].real), ti1 = bc(-xs[j + 1].imag) * sign;
-        const R* col0 = &a[v0 + j * lda].real;
-        const R* col1 = col0 + 2 * lda;
-        const V<R> c0 = count == per ? ld(col0) : ld_part(col0, 2 * count);
-        const V<R> c1 = count == per ? ld(col1) : ld_part(col1, 2 * count);
-        acc = vfma(ti0, swap_pairs<R>(c0), vfma(tr0, c0, acc));
-        other = vfma(ti1, swap_pairs<R>(c1), vfma(tr1, c1, other));
+        acc = owe(j, acc);
+        other = owe(j + 1, other);
       }
-      if (j < g1) {
-        const V<R> tr = bc(-xs[j].real), ti = bc(-xs[j].imag) * sign;
-        const R* col = &a[v0 + j * lda].real;
-        const V<R> c = count == per ? ld(col) : ld_part(col, 2 * count);
-        acc = vfma(ti, swap_pairs<R>(c), vfma(tr, c, acc));
-      }
+      if (j < g1) acc = owe(j, acc);
       acc += other;
       if (count == per) st(sums, acc);
       else st_part(sums, acc, 2 * count);
